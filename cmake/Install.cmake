@@ -1,0 +1,37 @@
+# What a user of an installed copy gets: the library, its header, a CMake package and a
+# pkg-config file.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/RegexClass)
+
+install(TARGETS RegexClass EXPORT RegexClassTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES
+  ${PROJECT_SOURCE_DIR}/include/RegularExpression.hpp
+  ${PROJECT_BINARY_DIR}/include/regexclass_export.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT RegexClassTargets NAMESPACE RegexClass:: DESTINATION ${package_dir})
+
+configure_package_config_file(
+  ${PROJECT_SOURCE_DIR}/cmake/RegexClassConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/RegexClassConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/RegexClassConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/RegexClassConfig.cmake
+  ${PROJECT_BINARY_DIR}/RegexClassConfigVersion.cmake
+  DESTINATION ${package_dir})
+
+if(NOT BUILD_SHARED_LIBS)
+  set(pkgconfig_static_cflags " -DREGEXCLASS_STATIC_DEFINE")
+endif()
+# The prefix is found from where the file lies, so that a copied tree keeps working.
+file(RELATIVE_PATH pkgconfig_prefix
+  /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" pkgconfig_prefix "${pkgconfig_prefix}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/regexclass.pc.in
+  ${PROJECT_BINARY_DIR}/regexclass.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/regexclass.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

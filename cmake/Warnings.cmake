@@ -1,0 +1,6 @@
+# The warnings of our own code; headers of other packages are system headers and stay silent.
+function(regexclass_warnings target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    $<$<BOOL:${REGEXCLASS_WARNINGS_AS_ERRORS}>:-Werror>)
+endfunction()

@@ -1,0 +1,355 @@
+// RegexClass: regular expressions through one object.
+//
+// An application makes a RegularExpression, sets an expression, options, a locale model and the
+// text to work on, and calls one operation. The answer is a verdict, a count or a text; the
+// matches themselves arrive as plain REMatch records through notifications.
+//
+//   RegexClass::RegularExpression re;
+//   re.SetExpression("(\\w+)@(\\w+)");
+//   re.SetStringToMatch("write to ann@example now");
+//   re.SetOnSearchingClosure([](RegexClass::RegularExpression*,
+//                               const std::vector<RegexClass::REMatch>& match, unsigned line,
+//                               unsigned) {
+//     std::cout << "line " << line << ": user " << match[1].text << '\n';
+//   });
+//   bool found = re.Search();
+//
+// What holds everywhere:
+//
+// - Strings are bytes in std::string. Offsets and lengths count bytes from 0, lines count from 1
+//   and end at a line feed (value 10); a carriage return is a character like any other.
+// - Setters store and never fail, whatever value they are given; the work waits for an operation.
+// - A failure is a result, not an exception: false, 0 or an empty text, and GetExpressionError()
+//   has the reason. What passes to the caller as an exception is what the standard library throws
+//   (out of memory), what a notification throws, and what the engine throws when it gives up on a
+//   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
+//   needs too much memory. The object is then fit for the next operation.
+// - One object is for one thread at a time. Different objects may run on different threads. A
+//   notification runs on the thread that called the operation, before the operation returns.
+#ifndef REGEXCLASS_REGULAREXPRESSION_HPP
+#define REGEXCLASS_REGULAREXPRESSION_HPP
+
+#include <cstdint>
+#include <locale>
+#include <memory>
+#include <regexclass_export.h>
+#include <string>
+#include <vector>
+
+#include <boost/function.hpp>
+
+namespace RegexClass {
+
+class ExpressionState;
+
+/// One sub-match: the whole match, a group, or the text before or behind the match.
+struct REMatch {
+  std::string text;            ///< Its bytes, zero bytes included; empty if it took no part.
+  std::int32_t position = -1;  ///< Offset from the start of the string; -1 if it took no part.
+};
+
+/// A regular expression with all that belongs to its use.
+///
+/// A copy takes over the settings and the notifications, and compiles afresh; nothing is shared
+/// with its source, and its std::locale is the global one, not the source's.
+class REGEXCLASS_EXPORT RegularExpression {
+ public:
+  /// How the text of an expression is read. The numbers are fixed.
+  ///
+  /// The first thirteen are switches; the rest name a syntax, which is a set of switches.
+  enum Options : int {
+    EscapeInLists = 0,  ///< A backslash is special inside a bracket list.
+    CharClasses = 1,    ///< Named classes such as [:alpha:] are allowed in a bracket list.
+    Intervals = 2,      ///< Bounded repeats such as a{2,3} are allowed.
+    LimitedOps = 3,     ///< Plus sign, question mark and vertical bar are ordinary characters.
+    NewlineAlt = 4,     ///< A line feed separates alternatives.
+    BkPlusQm = 5,       ///< The repeats are written \+ and \?; without the backslash, ordinary.
+    BkBraces = 6,       ///< A bounded repeat is written a\{2,3\}.
+    BkParens = 7,       ///< A group is written \(a\).
+    BkRefs = 8,         ///< Back references \1 to \9 are allowed.
+    BkVbar = 9,         ///< Alternatives are separated by \|.
+    Literal = 10,       ///< Every character stands for itself.
+    Icase = 11,         ///< Letters match regardless of case.
+    NoCollate = 12,     ///< A range such as [a-z] goes by byte value, not by the locale's order.
+
+    BasicSyntax = 13,     ///< POSIX basic: CharClasses, Intervals, LimitedOps, BkBraces,
+                          ///< BkParens, BkRefs.
+    ExtendedSyntax = 14,  ///< POSIX extended: CharClasses, Intervals, BkRefs.
+    NormalSyntax = 15,    ///< The Perl syntax of the engine: EscapeInLists, CharClasses,
+                          ///< Intervals, BkRefs, NoCollate. The start value.
+    EmacsSyntax = 16,     ///< BkBraces, BkParens, BkRefs, BkVbar.
+    AwkSyntax = 17,       ///< EscapeInLists, CharClasses, Intervals, BkRefs.
+    GrepSyntax = 18,      ///< BasicSyntax and NewlineAlt.
+    EgrepSyntax = 19,     ///< ExtendedSyntax and NewlineAlt.
+    SedSyntax = 20,       ///< Another name for BasicSyntax.
+    PerlSyntax = 21,      ///< Another name for NormalSyntax.
+  };
+
+  /// How a compiled expression is run against a text. The numbers are fixed.
+  ///
+  /// 1 to 8 are restrictions and exclude MatchDefault; 9 to 12 are modifiers and stand beside it.
+  enum Matches : int {
+    MatchDefault = 0,        ///< No restriction. The start value.
+    MatchNotBol = 1,         ///< The first character is not the start of a line.
+    MatchNotEol = 2,         ///< The last character is not the end of a line.
+    MatchNotBob = 3,         ///< The first character is not the start of the buffer.
+    MatchNotEob = 4,         ///< The last character is not the end of the buffer.
+    MatchNotBow = 5,         ///< The first character is not the start of a word.
+    MatchNotEow = 6,         ///< The last character is not the end of a word.
+    MatchNotDotNewline = 7,  ///< A dot doesn't match a line feed.
+    MatchNotDotNull = 8,     ///< A dot doesn't match a zero byte.
+    MatchAny = 9,            ///< Any match will do, the first found rather than the best.
+    MatchNotNull = 10,       ///< An empty match is not accepted.
+    MatchContinuous = 11,    ///< A match must begin where the range begins, in a walk where the
+                             ///< last match ended.
+    MatchPartial = 12,       ///< A text that ends while a match is still possible counts as a
+                             ///< match, reported with an entry 0 that took no part. Acts on Match,
+                             ///< MatchAll, Search and Grep alone.
+  };
+
+  /// The syntax of the format string. The numbers are fixed.
+  enum FormatTypes : int {
+    FormatAll = 0,   ///< The engine's syntax with all its extensions. The start value.
+    FormatSed = 1,   ///< As sed has it.
+    FormatPerl = 2,  ///< As Perl has it.
+  };
+
+  /// Where character classes, case and collation come from. The numbers are fixed.
+  ///
+  /// Each model keeps a compiled expression of its own: a change of model loses nothing.
+  enum LocaleModels : int {
+    CppLocale = 0,  ///< The std::locale of SetLocale. The start value.
+    W32Locale = 1,  ///< The user's system locale: LC_ALL and its like in the environment.
+    CLocale = 2,    ///< The C library's current locale, as setlocale has left it.
+  };
+
+  /// What came of a compile. The numbers are fixed.
+  enum ExpressionErrorCode : int {
+    NoError = 0,
+    NoExpression = 1,       ///< The expression is empty; nothing was compiled.
+    BadPattern = 2,         ///< Invalid pattern, also a bad Perl sequence such as (?z).
+    BadCollation = 3,       ///< Undefined collating element.
+    BadCharacterClass = 4,  ///< Invalid character class name.
+    TrailingEscape = 5,     ///< A backslash with nothing, or nothing proper, behind it.
+    BadBackReference = 6,   ///< A back reference to a group that doesn't exist.
+    UnmatchedBracket = 7,   ///< A bracket list without end.
+    UnmatchedParenthesis = 8,
+    UnmatchedBrace = 9,
+    BadBraceContents = 10,  ///< A bounded repeat with bounds that make no sense.
+    BadRange = 11,          ///< A range in a bracket list that ends before it begins.
+    OutOfSpace = 12,        ///< Too complex for the engine, or nested too deep.
+    BadRepeat = 13,         ///< Nothing that can be repeated precedes a repeat.
+    UnexpectedEnd = 14,
+    TooBig = 15,  ///< Reserved; never returned.
+    UnmatchedRightParenthesis = 16,
+    EmptyPattern = 17,  ///< The engine found the expression, or a part of it, empty.
+    OutOfMemory = 18,
+    UnknownEngineError = 19,
+    LocaleDllFailure = 20,  ///< The message catalogue or a facet of the locale failed.
+  };
+
+  // ------------------------------------------------------------------- construction and value
+
+  RegularExpression();
+  /// Copies settings and notifications. See the class for what stays behind.
+  RegularExpression(const RegularExpression& source);
+  virtual ~RegularExpression();
+
+  /// Copies settings and notifications. The target keeps its std::locale, and compiles afresh at
+  /// the next operation. Assigning an object to itself does nothing.
+  RegularExpression& operator=(const RegularExpression& source);
+
+  /// True when all settings are equal: both option sets, the strings, the enumerations and the
+  /// plain settings. The std::locale, the notifications and the results of operations don't count.
+  bool operator==(const RegularExpression& other) const;
+
+  // --------------------------------------------------------------------------- plain settings
+
+  /// The regular expression as text, empty at the start. A text ends at its first zero byte.
+  std::string GetExpression() const;
+  /// Setting the text that is already there keeps the compiled expression.
+  void SetExpression(const std::string& expression);
+
+  /// The text that the operations on a string work on; zero bytes are characters like any other.
+  std::string GetStringToMatch() const;
+  void SetStringToMatch(const std::string& text);
+
+  /// The pattern of the files that the operations on files work on.
+  std::string GetFilesToMatch() const;
+  void SetFilesToMatch(const std::string& pattern);
+
+  /// Whether a file pattern is also applied in every directory below its own. Starts false.
+  bool GetDirectoryRecursion() const;
+  void SetDirectoryRecursion(bool recursion);
+
+  /// Whether the operations on files go on past a file that fails. Starts true.
+  bool GetContinueFiles() const;
+  void SetContinueFiles(bool continueFiles);
+
+  /// The extension, without its dot, of the copy that is kept of each changed file; empty for
+  /// none.
+  std::string GetSaveExtension() const;
+  void SetSaveExtension(const std::string& extension);
+
+  /// What a match is turned into, in the syntax of the format type. It ends at its first zero
+  /// byte.
+  std::string GetFormatString() const;
+  void SetFormatString(const std::string& format);
+  FormatTypes GetFormatType() const;
+  void SetFormatType(FormatTypes type);
+
+  /// Whether a merge copies the text outside the matches too. Starts false.
+  bool GetMergeCopy() const;
+  void SetMergeCopy(bool copy);
+  /// Whether a merge stops after the first match. Starts false.
+  bool GetMergeOnlyFirst() const;
+  void SetMergeOnlyFirst(bool onlyFirst);
+
+  /// The most strings that one split makes; 0, the start value, for no limit.
+  unsigned long GetMaximumSplits() const;
+  void SetMaximumSplits(unsigned long maximum);
+  /// Whether a split leaves only the unused rest in the string to match. Starts false.
+  bool GetSplitInputDelete() const;
+  void SetSplitInputDelete(bool inputDelete);
+
+  // ------------------------------------------------------------------------------ compilation
+
+  /// Compiles the expression under the current options and locale model, unless the outcome of
+  /// doing that is already known; a failure is remembered like a success. Every operation that
+  /// needs an expression calls this by itself, so that an application calls it only to try one.
+  ExpressionErrorCode ParseExpression();
+
+  /// The reason of the last failed compile in words, the engine's own; "Empty expression" when
+  /// there is no expression; else an empty text. Never compiles.
+  std::string GetExpressionError() const;
+
+  /// The number of marked groups, not counting the whole match, compiling first if need be; 0
+  /// when the compile fails.
+  unsigned int NumberOfSubexpressions();
+  /// The same without compiling: 0 when the expression hasn't been compiled yet.
+  unsigned int NumberOfSubexpressions() const;
+
+  // ----------------------------------------------------------------------------------- locale
+
+  LocaleModels GetLocaleModel() const;
+  /// Has no effect while the object runs the engine (from a notification of a running walk).
+  void SetLocaleModel(LocaleModels model);
+
+  /// The locale of the model CppLocale; at the start, the global one of that moment.
+  std::locale GetLocale() const;
+  void SetLocale(const std::locale& locale);
+
+  // ------------------------------------------------------------------------------ option sets
+
+  /// Adds an option. Adding a syntax adds its switches, and removes the former syntax with those
+  /// of its switches that the new one lacks. Adding a switch lets the set take the name of the
+  /// syntax that its switches now amount to, if there is one.
+  void AddExpressionOption(Options option);
+  /// Removes an option. Removing a syntax removes its switches; removing a switch removes the
+  /// name of the syntax that it belonged to.
+  void DeleteExpressionOption(Options option);
+  bool IsExpressionOption(Options option) const;
+  /// Removes all options; what is left is an expression syntax without any switch.
+  void ClearExpressionOptions();
+
+  /// Adds an option. MatchDefault removes the restrictions, a restriction removes MatchDefault.
+  /// Changing match options never makes an expression compile again.
+  void AddMatchOption(Matches option);
+  /// Removes an option; MatchDefault comes back when no restriction is left.
+  void DeleteMatchOption(Matches option);
+  bool IsMatchOption(Matches option) const;
+  void ClearMatchOptions();
+
+  // ------------------------------------------------------ operations on the string to match
+  //
+  // Each compiles if need be, and gives its failure value when that fails. With no subscriber to
+  // its notification an operation costs what the engine costs: no REMatch is made.
+
+  /// True when the leftmost match begins at the first character; it need not reach the end.
+  /// Raises OnMatching then.
+  bool Match();
+
+  /// True when there is a match anywhere. Raises OnSearching with the leftmost one.
+  bool Search();
+
+  // ---------------------------------------------------------------------------- notifications
+  //
+  // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
+  // setting a null function or an empty closure leaves the other kind alone. A closure that
+  // replaces or removes itself while it runs stays alive until it has returned. Slots are copied
+  // with the object and take no part in comparison.
+  //
+  // The vector holds the whole match, each group in order, then the text between the end of the
+  // match before (or the start of the string) and this match, and the text behind this match;
+  // these last two entries are always there, with position -1 when they are empty. The two events
+  // on files leave them out. The vector is valid during the call only, and costs a copy of all
+  // these texts.
+  //
+  // The numbers are the line of the match and the offset of the start of that line. A bool&
+  // arrives true; set to false it ends the run or the report. A notification may use the object,
+  // start operations on it and throw; it must not destroy it.
+
+  using MatchFunction = void (*)(RegularExpression*, const std::vector<REMatch>&, unsigned int,
+                                 unsigned int);
+  using MatchClosure = boost::function4<void, RegularExpression*, const std::vector<REMatch>&,
+                                        unsigned int, unsigned int>;
+  using WalkFunction = void (*)(RegularExpression*, const std::vector<REMatch>&, unsigned int,
+                                unsigned int, bool&);
+  using WalkClosure = boost::function5<void, RegularExpression*, const std::vector<REMatch>&,
+                                       unsigned int, unsigned int, bool&>;
+  using FileMatchFunction = void (*)(RegularExpression*, std::string, const std::vector<REMatch>&,
+                                     unsigned int, bool&);
+  using FileMatchClosure = boost::function5<void, RegularExpression*, std::string,
+                                            const std::vector<REMatch>&, unsigned int, bool&>;
+  using FileFunction = void (*)(RegularExpression*, std::string, bool&);
+  using FileClosure = boost::function3<void, RegularExpression*, std::string, bool&>;
+
+  /// OnMatching: Match or MatchAll has succeeded.
+  void SetOnMatching(MatchFunction function);
+  MatchFunction GetOnMatching() const;
+  void SetOnMatchingClosure(MatchClosure closure);
+  MatchClosure GetOnMatchingClosure() const;
+
+  /// OnSearching: Search has found a match.
+  void SetOnSearching(MatchFunction function);
+  MatchFunction GetOnSearching() const;
+  void SetOnSearchingClosure(MatchClosure closure);
+  MatchClosure GetOnSearchingClosure() const;
+
+  /// OnGrepping: each match of a walk over the string.
+  void SetOnGrepping(WalkFunction function);
+  WalkFunction GetOnGrepping() const;
+  void SetOnGreppingClosure(WalkClosure closure);
+  WalkClosure GetOnGreppingClosure() const;
+
+  /// OnGreppingFiles: each match in each file of a walk over files.
+  void SetOnGreppingFiles(FileMatchFunction function);
+  FileMatchFunction GetOnGreppingFiles() const;
+  void SetOnGreppingFilesClosure(FileMatchClosure closure);
+  FileMatchClosure GetOnGreppingFilesClosure() const;
+
+  /// OnFindFiles: each file that holds a match.
+  void SetOnFindFiles(FileFunction function);
+  FileFunction GetOnFindFiles() const;
+  void SetOnFindFilesClosure(FileClosure closure);
+  FileClosure GetOnFindFilesClosure() const;
+
+  /// OnMerging: each match about to be replaced in the string.
+  void SetOnMerging(WalkFunction function);
+  WalkFunction GetOnMerging() const;
+  void SetOnMergingClosure(WalkClosure closure);
+  WalkClosure GetOnMergingClosure() const;
+
+  /// OnChangingFiles: each match about to be replaced in a file.
+  void SetOnChangingFiles(FileMatchFunction function);
+  FileMatchFunction GetOnChangingFiles() const;
+  void SetOnChangingFilesClosure(FileMatchClosure closure);
+  FileMatchClosure GetOnChangingFilesClosure() const;
+
+ private:
+  const std::unique_ptr<ExpressionState> state;
+};
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_REGULAREXPRESSION_HPP

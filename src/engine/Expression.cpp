@@ -1,0 +1,77 @@
+#include "engine/Expression.hpp"
+
+#include <cstddef>
+
+#include "engine/SyntaxTranslation.hpp"
+
+namespace RegexClass::engine {
+namespace {
+
+namespace constants = boost::regex_constants;
+
+/// The engine takes a range such as [b-a] for a bad class name, and reports it behind the closing
+/// bracket of the list; the name of a class that is really bad is reported where it begins.
+bool IsBadRange(const boost::regex_error& error, const std::string& text) {
+  const auto position = static_cast<std::size_t>(error.position());
+  return error.code() == constants::error_ctype && position > 0 && position <= text.size() &&
+         text[position - 1] == ']';
+}
+
+/// The error that is told for `error`, with the engine's text for it.
+template <class Traits>
+boost::regex_error Told(const boost::regex_error& error, const std::string& text,
+                        const Traits& traits) {
+  if (!IsBadRange(error, text)) return error;
+  const std::string wrong = traits.error_string(constants::error_ctype);
+  std::string message = error.what();
+  if (message.compare(0, wrong.size(), wrong) == 0) {
+    message.replace(0, wrong.size(), traits.error_string(constants::error_range));
+  }
+  return boost::regex_error(message, constants::error_range, error.position());
+}
+
+}  // namespace
+
+template <class Traits>
+void Expression<Traits>::Imbue(const typename Traits::locale_type& locale) {
+  regex_.imbue(locale);
+}
+
+template <class Traits>
+void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
+  const Translation translation = Translate(text.c_str(), word);
+  try {
+    if (translation.error != constants::error_ok) {
+      throw boost::regex_error(
+          boost::regex_traits_wrapper<Traits>().error_string(translation.error), translation.error,
+          static_cast<std::ptrdiff_t>(translation.errorPosition));
+    }
+    regex_.assign(translation.text, translation.flags);
+    failed_ = false;
+    errorCode_ = 0;
+  } catch (const boost::regex_error& error) {
+    const boost::regex_error told =
+        Told(error, translation.text, boost::regex_traits_wrapper<Traits>());
+    failed_ = true;
+    errorCode_ = told.code();
+    throw told;
+  }
+}
+
+template <class Traits>
+bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
+                                Flags flags) const {
+  return boost::regex_search(first, last, results, regex_, flags);
+}
+
+template <class Traits>
+bool Expression<Traits>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
+                                    Flags flags) const {
+  return boost::regex_match(first, last, results, regex_, flags | boost::match_all);
+}
+
+template class Expression<CppTraits>;
+template class Expression<W32Traits>;
+template class Expression<CTraits>;
+
+}  // namespace RegexClass::engine

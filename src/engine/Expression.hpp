@@ -1,0 +1,61 @@
+// One compiled expression, and what is run on it. The engine's templates are instantiated behind
+// this class, once for each traits, and nowhere else.
+#ifndef REGEXCLASS_ENGINE_EXPRESSION_HPP
+#define REGEXCLASS_ENGINE_EXPRESSION_HPP
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "engine/Traits.hpp"
+
+namespace RegexClass::engine {
+
+/// The engine object of one locale model.
+///
+/// A copy is cheap, shares the compiled program with its source and keeps it alive: a walk that
+/// runs on a copy isn't disturbed by a new compile of the source.
+template <class Traits>
+class Expression {
+ public:
+  using Flags = boost::match_flag_type;
+  /// Called for each match of a walk, with results that are valid during the call; false ends
+  /// the walk.
+  using Report = std::function<bool(const boost::cmatch&)>;
+
+  /// True until a compile has succeeded, and after one that failed.
+  bool Failed() const { return failed_; }
+  /// The engine's code of the last compile that reached it, 0 when that succeeded.
+  int ErrorCode() const { return errorCode_; }
+  /// The number of marked groups. Only for an expression that compiled.
+  unsigned int GroupCount() const { return static_cast<unsigned int>(regex_.mark_count()); }
+
+  /// Gives the expression another locale, and drops what was compiled. Whatever a facet of the
+  /// locale throws leaves the expression as it was.
+  void Imbue(const typename Traits::locale_type& locale);
+
+  /// Compiles `text`, up to its first zero byte, under a word of SyntaxBits. Throws
+  /// boost::regex_error for an expression that is no good, and then Failed() holds; whatever else
+  /// is thrown leaves the expression as it was.
+  void Compile(const std::string& text, std::uint32_t word);
+
+  // Below, [first, last) is the text. Only for an expression that compiled.
+
+  /// Finds the leftmost match.
+  bool Search(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
+  /// Matches the whole text.
+  bool MatchWhole(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
+
+ private:
+  boost::basic_regex<char, Traits> regex_;
+  bool failed_ = true;
+  int errorCode_ = 0;
+};
+
+extern template class Expression<CppTraits>;
+extern template class Expression<W32Traits>;
+extern template class Expression<CTraits>;
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_EXPRESSION_HPP

@@ -1,0 +1,39 @@
+// From the engine's results to what a notification is given.
+#ifndef REGEXCLASS_MATCHING_MATCHVECTOR_HPP
+#define REGEXCLASS_MATCHING_MATCHVECTOR_HPP
+
+#include <vector>
+
+#include <boost/regex.hpp>
+
+#include "RegularExpression.hpp"
+
+namespace RegexClass {
+
+/// Makes `matches` the match vector of `results`: the whole match, the groups, the prefix and the
+/// suffix. Reuses the memory that the vector and its texts have.
+void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches);
+
+/// The line on which a match begins.
+struct Line {
+  unsigned int number;  // from 1
+  unsigned int start;   // offset of its first character
+};
+
+/// Counts lines forward, from match to match, and never looks at a character twice.
+class LineCounter {
+ public:
+  explicit LineCounter(const char* text) : text_(text), position_(text) {}
+
+  /// The line of `position`, which doesn't lie before that of the last call.
+  Line At(const char* position);
+
+ private:
+  const char* text_;
+  const char* position_;
+  Line line_ = {1, 0};
+};
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_MATCHING_MATCHVECTOR_HPP

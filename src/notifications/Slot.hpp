@@ -1,0 +1,94 @@
+// The slots of one event: a plain function and a closure, of which at most one is set by the
+// setters. Everything that all events have in common stands here.
+#ifndef REGEXCLASS_NOTIFICATIONS_SLOT_HPP
+#define REGEXCLASS_NOTIFICATIONS_SLOT_HPP
+
+#include <memory>
+#include <utility>
+
+#include "RegularExpression.hpp"
+
+namespace RegexClass {
+
+/// Whom a raise of an event calls: the function if there is one, else the closure.
+///
+/// Holds what it calls alive, whatever happens to the slot meanwhile.
+template <class Function, class Closure>
+class Subscriber {
+ public:
+  Subscriber(Function function, std::shared_ptr<Closure> closure)
+      : function_(function), closure_(std::move(closure)) {}
+
+  /// False when nobody listens, and then nothing needs to be built.
+  explicit operator bool() const { return function_ != nullptr || closure_ != nullptr; }
+
+  template <class... Arguments>
+  void operator()(Arguments&&... arguments) const {
+    if (function_ != nullptr) {
+      function_(std::forward<Arguments>(arguments)...);
+    } else if (closure_ != nullptr) {
+      (*closure_)(std::forward<Arguments>(arguments)...);
+    }
+  }
+
+ private:
+  Function function_;
+  std::shared_ptr<Closure> closure_;
+};
+
+/// The two slots of one event. A copy clones the closure.
+template <class Function, class Closure>
+class Slot {
+ public:
+  Slot() = default;
+  Slot(const Slot& source) : function_(source.function_), closure_(source.CloneClosure()) {}
+  Slot& operator=(const Slot& source) {
+    function_ = source.function_;
+    const std::shared_ptr<Closure> displaced =
+        std::exchange(closure_, source.CloneClosure());  // destroyed last
+    return *this;
+  }
+
+  Function GetFunction() const { return function_; }
+  void SetFunction(Function function) {
+    function_ = function;
+    if (function != nullptr) closure_.reset();
+  }
+
+  Closure GetClosure() const { return closure_ != nullptr ? *closure_ : Closure(); }
+  void SetClosure(const Closure& closure) {
+    auto fresh = closure.empty() ? nullptr : std::make_shared<Closure>(closure);
+    closure_.swap(fresh);
+    if (closure_ != nullptr) function_ = nullptr;
+  }
+
+  /// For an event that reads its slots when it is raised: shares the closure with the slot, so
+  /// that what the closure changes in itself is seen by GetClosure().
+  Subscriber<Function, Closure> Current() const { return {function_, closure_}; }
+
+  /// For an operation that reads the slots once, when it starts, and reports through a clone.
+  Subscriber<Function, Closure> Clone() const { return {function_, CloneClosure()}; }
+
+ private:
+  std::shared_ptr<Closure> CloneClosure() const {
+    return closure_ != nullptr ? std::make_shared<Closure>(*closure_) : nullptr;
+  }
+
+  Function function_ = nullptr;
+  std::shared_ptr<Closure> closure_;  // null when the slot is empty, never an empty closure
+};
+
+/// The slots of an object, in the order of its events.
+struct Notifications {
+  Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onMatching;
+  Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onSearching;
+  Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onGrepping;
+  Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onGreppingFiles;
+  Slot<RegularExpression::FileFunction, RegularExpression::FileClosure> onFindFiles;
+  Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onMerging;
+  Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onChangingFiles;
+};
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_NOTIFICATIONS_SLOT_HPP
