@@ -1,6 +1,7 @@
 #include "engine/Expression.hpp"
 
 #include <cstddef>
+#include <iterator>
 
 #include "engine/SyntaxTranslation.hpp"
 
@@ -68,6 +69,29 @@ template <class Traits>
 bool Expression<Traits>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
                                     Flags flags) const {
   return boost::regex_match(first, last, results, regex_, flags | boost::match_all);
+}
+
+template <class Traits>
+unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags flags,
+                                      const Report& report) const {
+  return boost::regex_grep([&report](const boost::cmatch& results) { return report(results); },
+                           first, last, regex_, flags);
+}
+
+template <class Traits>
+void Expression<Traits>::Merge(const char* first, const char* last, const char* format, Flags flags,
+                               std::string& out) const {
+  const bool copy = (flags & boost::format_no_copy) == 0;
+  const bool all = (flags & boost::format_first_only) == 0;
+  boost::regex_grep(
+      [&](const boost::cmatch& results) {
+        if (copy) out.append(first, results[0].first);
+        results.format(std::back_inserter(out), format, flags, regex_);
+        first = results[0].second;
+        return all;
+      },
+      first, last, regex_, flags);
+  if (copy) out.append(first, last);
 }
 
 template class Expression<CppTraits>;

@@ -46,6 +46,17 @@ class Expression {
   /// Matches the whole text.
   bool MatchWhole(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
 
+  /// Reports each match in turn, and gives the number of reports. Matches don't overlap. Behind an
+  /// empty match the walk first looks for one that isn't empty at the same place, then goes one
+  /// character on; a match that reaches the end of the text is the last.
+  unsigned int Grep(const char* first, const char* last, Flags flags, const Report& report) const;
+
+  /// Appends the text to `out` with each match that Grep() reports turned into what `format`, a
+  /// zero-terminated text, makes of it. `flags` holds match flags and format flags: the syntax of
+  /// the format, format_no_copy for the replacements alone, format_first_only.
+  void Merge(const char* first, const char* last, const char* format, Flags flags,
+             std::string& out) const;
+
  private:
   boost::basic_regex<char, Traits> regex_;
   bool failed_ = true;
