@@ -263,14 +263,65 @@ class REGEXCLASS_EXPORT RegularExpression {
   // ------------------------------------------------------ operations on the string to match
   //
   // Each compiles if need be, and gives its failure value when that fails. With no subscriber to
-  // its notification an operation costs what the engine costs: no REMatch is made.
+  // its notification an operation costs what the engine costs: no REMatch is made. A report costs
+  // a copy of the whole text, since its vector holds what lies before and behind the match.
+  //
+  // Expressions in NormalSyntax take the first match that Perl would take; all other syntaxes take
+  // the longest of the leftmost matches.
 
   /// True when the leftmost match begins at the first character; it need not reach the end.
   /// Raises OnMatching then.
   bool Match();
 
+  /// True when the expression matches the string from its first character to its end. Raises
+  /// OnMatching then.
+  bool MatchAll();
+
   /// True when there is a match anywhere. Raises OnSearching with the leftmost one.
   bool Search();
+
+  /// Walks through the string from match to match, raises OnGrepping for each, and gives the
+  /// number of matches, 0 on every failure.
+  ///
+  /// Matches don't overlap. Behind an empty match the walk first looks for one that isn't empty at
+  /// the same place, and then goes one character on. A match that reaches the end of the string is
+  /// the last, unless it began where an empty one had been: x* on "ax" has two matches, an empty
+  /// one and "x". The walk goes on with the string, the expression, the options and the subscriber
+  /// that it started with, whatever a notification sets, and whatever other operations it starts
+  /// on the object.
+  unsigned int Grep();
+
+  /// Replaces the content of `out` by what the format string makes of the match that is being
+  /// reported: inside OnMatching, OnSearching, OnGrepping and OnMerging. Leaves it empty at any
+  /// other time, and also after another walk on the object has run within the same report.
+  ///
+  /// A format type that is no enumerator counts as FormatAll.
+  void Format(std::string& out) const;
+
+  /// Replaces the content of `out` by the string with each match replaced by what the format
+  /// string makes of it, by the settings MergeCopy and MergeOnlyFirst; the matches are those of
+  /// Grep, empty ones included. The string to match stays as it is. Leaves `out` empty when the
+  /// compile fails or something throws.
+  ///
+  /// With no subscriber to OnMerging the engine does it all and reads the format string in the
+  /// syntax of FormatAll, whatever the format type. With one, the event is raised before each
+  /// replacement, which is then made in the syntax of the format type, by the settings that the
+  /// notification has left. A notification that sets its bool to false leaves that match as it is
+  /// and ends the run. What Grep promises on changes made by a notification holds here too.
+  void Merge(std::string& out);
+
+  /// Cuts the string to match into `pieces`, whose content is replaced, and gives their number.
+  ///
+  /// Without groups, the expression matches separators, and the pieces are the texts between
+  /// them: no piece comes of a separator in front of everything, and none of the end when a
+  /// separator stands there. With groups, the pieces are the texts of the groups of each match, an
+  /// empty one for a group that took no part. With no expression at all the string is cut at white
+  /// space.
+  ///
+  /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
+  /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
+  /// again goes on behind it. On failure there are no pieces, and the string stays as it is.
+  unsigned int Split(std::vector<std::string>& pieces);
 
   // ---------------------------------------------------------------------------- notifications
   //

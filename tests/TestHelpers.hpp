@@ -3,6 +3,8 @@
 #define REGEXCLASS_TESTS_TESTHELPERS_HPP
 
 #include <cstdint>
+#include <cstdlib>
+#include <iterator>
 #include <ostream>
 #include <random>
 #include <string>
@@ -58,6 +60,12 @@ inline std::vector<std::string> AllStrings(const std::string& alphabet, std::siz
   return all;
 }
 
+/// How many cases a generator runs: `usual`, or what REGEXCLASS_TEST_CASES says.
+inline int Cases(int usual) {
+  const char* const wanted = std::getenv("REGEXCLASS_TEST_CASES");
+  return wanted != nullptr ? std::stoi(wanted) : usual;
+}
+
 /// Random choices that are the same in every run.
 class Random {
  public:
@@ -71,6 +79,24 @@ class Random {
     std::string text(Below(longest + 1), ' ');
     for (char& c : text) c = alphabet[Below(alphabet.size())];
     return text;
+  }
+
+  /// A small expression over a and b; not each one compiles.
+  std::string Expression(int depth = 3) {
+    static const char* const kAtoms[] = {"a", "b", ".", "[ab]", "\\n", "^", "$", "\\b", "", "\\1"};
+    static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
+    if (depth == 0 || Below(4) == 0) return kAtoms[Below(std::size(kAtoms))];
+    const std::string part = Expression(depth - 1);
+    switch (Below(5)) {
+      case 0:
+        return "(" + part + ")";
+      case 1:
+        return "(?:" + part + ")" + kRepeats[Below(std::size(kRepeats))];
+      case 2:
+        return part + "|" + Expression(depth - 1);
+      default:
+        return part + Expression(depth - 1);
+    }
   }
 
  private:

@@ -46,9 +46,8 @@ class Expression {
   /// Matches the whole text.
   bool MatchWhole(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
 
-  /// Reports each match in turn, and gives the number of reports. Matches don't overlap. Behind an
-  /// empty match the walk first looks for one that isn't empty at the same place, then goes one
-  /// character on; a match that reaches the end of the text is the last.
+  /// Reports each match in turn, and gives the number of reports; see RegularExpression::Grep for
+  /// the engine's rule on empty matches.
   unsigned int Grep(const char* first, const char* last, Flags flags, const Report& report) const;
 
   /// Appends the text to `out` with each match that Grep() reports turned into what `format`, a

@@ -42,12 +42,15 @@ constexpr auto kSearch = [](const auto& expression, const char* first, const cha
                             boost::cmatch& results, boost::match_flag_type flags) {
   return expression.Search(first, last, results, flags);
 };
-
+constexpr auto kMatchWhole = [](const auto& expression, const char* first, const char* last,
+                                boost::cmatch& results, boost::match_flag_type flags) {
+  return expression.MatchWhole(first, last, results, flags);
+};
 }  // namespace
 
 std::vector<REMatch> ExpressionState::CurrentMatches() const {
   std::vector<REMatch> matches;
-  ToMatchVector(currentResults != nullptr ? *currentResults : *results, matches);
+  ToMatchVector(*CurrentResults(), matches);
   return matches;
 }
 
@@ -55,6 +58,13 @@ bool RegularExpression::Match() {
   return MatchOnce(*state, state->notifications.onMatching, kSearch,
                    [](const boost::cmatch& results, const char* first, const char*) {
                      return results[0].first == first;
+                   });
+}
+
+bool RegularExpression::MatchAll() {
+  return MatchOnce(*state, state->notifications.onMatching, kMatchWhole,
+                   [](const boost::cmatch& results, const char*, const char* last) {
+                     return results[0].second == last;
                    });
 }
 

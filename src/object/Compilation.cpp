@@ -33,6 +33,10 @@ Code ExpressionState::ParseExpression() {
     if (settings.expression.empty()) return RegularExpression::NoExpression;
 
     Code code = RegularExpression::NoError;
+    if (&record == &cppCompile && localeChanged) {
+      localeChanged = false;
+      cppExpression.Imbue(locale);
+    }
     try {
       expression.Compile(settings.expression, EngineSyntaxFlags());
     } catch (const boost::regex_error& error) {

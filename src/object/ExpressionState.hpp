@@ -86,6 +86,10 @@ class ExpressionState {
   /// The words that the compiler and the matching operations hand to the engine.
   std::uint32_t EngineSyntaxFlags() const;
   boost::match_flag_type EngineMatchFlags(bool allowPartial) const;
+  /// The results of the match that is being reported; null when none is.
+  const boost::cmatch* CurrentResults() const {
+    return currentResults != nullptr ? currentResults : results.get();
+  }
   /// The match vector of the current results; only while there are some.
   std::vector<REMatch> CurrentMatches() const;
   void ReleaseResults() { results.reset(); }
@@ -138,6 +142,13 @@ class ScopedValue {
  private:
   T& variable_;
   T after_;
+};
+
+/// Publishes the results of one match for the length of its report.
+class CurrentResultsScope : ScopedValue<const boost::cmatch*> {
+ public:
+  CurrentResultsScope(ExpressionState& state, const boost::cmatch& results)
+      : ScopedValue(state.currentResults, &results, nullptr) {}
 };
 
 /// Marks the object busy for the life of the scope. Nested runs keep it busy to the end of the

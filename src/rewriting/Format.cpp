@@ -1,0 +1,31 @@
+#include "rewriting/Format.hpp"
+
+namespace RegexClass {
+namespace {
+
+/// The engine's flag for a format type; one that is no enumerator gives the full syntax.
+boost::match_flag_type EngineFormatFlag(RegularExpression::FormatTypes type) {
+  switch (type) {
+    case RegularExpression::FormatSed:
+      return boost::format_sed;
+    case RegularExpression::FormatPerl:
+      return boost::format_perl;
+    default:
+      return boost::format_all;
+  }
+}
+
+}  // namespace
+
+std::string FormatMatch(const boost::cmatch& results, const Settings& settings) {
+  return results.format(settings.formatString.c_str(), EngineFormatFlag(settings.formatType));
+}
+
+void RegularExpression::Format(std::string& out) const {
+  out.clear();
+  if (const boost::cmatch* const results = state->CurrentResults()) {
+    out = FormatMatch(*results, state->settings);
+  }
+}
+
+}  // namespace RegexClass

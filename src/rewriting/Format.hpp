@@ -1,0 +1,16 @@
+// Text made of a match by a format string.
+#ifndef REGEXCLASS_REWRITING_FORMAT_HPP
+#define REGEXCLASS_REWRITING_FORMAT_HPP
+
+#include <string>
+
+#include "object/ExpressionState.hpp"
+
+namespace RegexClass {
+
+/// What the format string in `settings`, in the syntax of its format type, makes of a match.
+std::string FormatMatch(const boost::cmatch& results, const Settings& settings);
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_REWRITING_FORMAT_HPP

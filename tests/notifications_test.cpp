@@ -1,0 +1,186 @@
+#include <functional>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "TestHelpers.hpp"
+
+namespace RegexClass::test {
+namespace {
+
+int functionCalls = 0;
+template <class... Arguments>
+void Function(RE*, Arguments...) {
+  ++functionCalls;
+}
+
+/// Counts its living copies.
+class Counted {
+ public:
+  Counted() { ++Alive(); }
+  Counted(const Counted&) { ++Alive(); }
+  Counted& operator=(const Counted&) = default;
+  ~Counted() { --Alive(); }
+  static int& Alive() {
+    static int alive = 0;
+    return alive;
+  }
+  template <class... Arguments>
+  void operator()(Arguments&&...) const {}
+};
+
+/// The four members of one event.
+template <class F, class C>
+struct Event {
+  void (RE::*setFunction)(F);
+  F (RE::*getFunction)() const;
+  void (RE::*setClosure)(C);
+  C (RE::*getClosure)() const;
+
+  void CheckDisplacement(F function) const {
+    RE re;
+    EXPECT_TRUE((re.*getFunction)() == nullptr && (re.*getClosure)().empty());
+    (re.*setFunction)(function);
+    (re.*setClosure)(C());  // an empty closure displaces nobody
+    EXPECT_EQ((re.*getFunction)(), function);
+    (re.*setClosure)(Counted());
+    EXPECT_TRUE((re.*getFunction)() == nullptr && !(re.*getClosure)().empty());
+    (re.*setFunction)(nullptr);  // nor does a null function
+    EXPECT_FALSE((re.*getClosure)().empty());
+    EXPECT_EQ(Counted::Alive(), 1);
+    {
+      const RE copy(re);
+      RE assigned;
+      assigned = re;
+      EXPECT_EQ(Counted::Alive(), 3);
+      EXPECT_TRUE(copy == RE());  // they don't count in a comparison
+      (re.*setClosure)(C());
+      EXPECT_EQ(Counted::Alive(), 2);
+      EXPECT_FALSE((copy.*getClosure)().empty());
+      (assigned.*setFunction)(function);
+      EXPECT_TRUE((assigned.*getClosure)().empty());
+      EXPECT_EQ(Counted::Alive(), 1);
+    }
+    EXPECT_EQ(Counted::Alive(), 0);
+  }
+};
+template <class F, class C>
+Event(void (RE::*)(F), F (RE::*)() const, void (RE::*)(C), C (RE::*)() const) -> Event<F, C>;
+
+TEST(Notifications, SlotsOfEachEventDisplaceOneAnother) {
+  Event{&RE::SetOnMatching, &RE::GetOnMatching, &RE::SetOnMatchingClosure,
+        &RE::GetOnMatchingClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnSearching, &RE::GetOnSearching, &RE::SetOnSearchingClosure,
+        &RE::GetOnSearchingClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnGrepping, &RE::GetOnGrepping, &RE::SetOnGreppingClosure,
+        &RE::GetOnGreppingClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnGreppingFiles, &RE::GetOnGreppingFiles, &RE::SetOnGreppingFilesClosure,
+        &RE::GetOnGreppingFilesClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnFindFiles, &RE::GetOnFindFiles, &RE::SetOnFindFilesClosure,
+        &RE::GetOnFindFilesClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnMerging, &RE::GetOnMerging, &RE::SetOnMergingClosure, &RE::GetOnMergingClosure}
+      .CheckDisplacement(&Function);
+  Event{&RE::SetOnChangingFiles, &RE::GetOnChangingFiles, &RE::SetOnChangingFilesClosure,
+        &RE::GetOnChangingFilesClosure}
+      .CheckDisplacement(&Function);
+}
+
+TEST(Notifications, CallTheFunctionOrElseTheClosure) {
+  RE re = Make("a", "a");
+  int closureCalls = 0;
+  re.SetOnSearching(&Function);
+  re.Search();
+  EXPECT_EQ(functionCalls, 1);
+  re.SetOnSearchingClosure([&](auto&&...) { ++closureCalls; });
+  re.Search();
+  EXPECT_EQ(std::pair(functionCalls, closureCalls), std::pair(1, 1));
+  re.SetOnSearchingClosure(RE::MatchClosure());
+  EXPECT_TRUE(re.Search());
+  EXPECT_EQ(std::pair(functionCalls, closureCalls), std::pair(1, 1));
+}
+
+TEST(Notifications, AClosureKeepsWhatItChangesInItself) {
+  struct Counter {
+    int calls = 0;
+    void operator()(RE*, const std::vector<REMatch>&, unsigned int, unsigned int) { ++calls; }
+  };
+  RE re = Make("a", "a");
+  re.SetOnMatchingClosure(Counter());
+  re.Match();
+  re.Match();
+  RE::MatchClosure closure = re.GetOnMatchingClosure();
+  EXPECT_EQ(closure.target<Counter>()->calls, 2);
+}
+
+TEST(Notifications, AClosureMayReplaceItselfWhileItRuns) {
+  RE re = Make("a", "aa");
+  const std::string big(1000, 'x');  // on the heap, so that a use after free would show
+  std::string seen;
+  re.SetOnMatchingClosure([big, &seen](RE* object, auto&&...) {
+    object->SetOnMatchingClosure(RE::MatchClosure());
+    object->SetOnMatching(nullptr);
+    seen += big.back();
+  });
+  re.SetOnGreppingClosure([big, &seen](RE* object, auto&&...) {
+    object->SetOnGreppingClosure([](auto&&...) { FAIL() << "takes effect at the next run"; });
+    seen += big.back();
+  });
+  EXPECT_TRUE(re.Match() && re.Match());
+  EXPECT_EQ(re.Grep(), 2u);
+  EXPECT_EQ(seen, "xxx");
+}
+
+/// Every operation that raises an event, with its closure setter.
+const std::vector<
+    std::pair<std::function<void(RE&)>, std::function<void(RE&, std::function<void()>)>>>
+    kRaising = {
+        {[](RE& re) { re.Match(); },
+         [](RE& re, auto act) { re.SetOnMatchingClosure([act](auto&&...) { act(); }); }},
+        {[](RE& re) { re.MatchAll(); },
+         [](RE& re, auto act) { re.SetOnMatchingClosure([act](auto&&...) { act(); }); }},
+        {[](RE& re) { re.Search(); },
+         [](RE& re, auto act) { re.SetOnSearchingClosure([act](auto&&...) { act(); }); }},
+        {[](RE& re) { re.Grep(); },
+         [](RE& re, auto act) { re.SetOnGreppingClosure([act](auto&&...) { act(); }); }},
+        {[](RE& re) {
+           std::string out = "old";
+           re.Merge(out);
+         },
+         [](RE& re, auto act) { re.SetOnMergingClosure([act](auto&&...) { act(); }); }},
+};
+
+TEST(Notifications, ThatThrowReachTheCallerAndLeaveTheObjectFit) {
+  for (std::size_t i = 0; i < kRaising.size(); ++i) {
+    RE re = Make("a+", "aa");
+    re.SetFormatString("x");
+    kRaising[i].second(re, [] { throw std::logic_error("mine"); });
+    EXPECT_THROW(kRaising[i].first(re), std::logic_error) << i;
+    std::string out = "old";
+    re.Format(out);  // nothing is current any more
+    EXPECT_EQ(out, "") << i;
+    re.SetLocaleModel(RE::CLocale);  // nor is the object busy
+    EXPECT_EQ(re.GetLocaleModel(), RE::CLocale) << i;
+    int calls = 0;
+    kRaising[i].second(re, [&] { ++calls; });
+    kRaising[i].first(re);
+    EXPECT_EQ(calls, 1) << i;
+  }
+}
+
+TEST(Notifications, ModelStaysWhileTheEngineRuns) {
+  for (std::size_t i = 0; i < kRaising.size(); ++i) {
+    RE re = Make("a+", "aa");
+    kRaising[i].second(re, [&] { re.SetLocaleModel(RE::W32Locale); });
+    kRaising[i].first(re);
+    const bool walks = i >= 3;
+    EXPECT_EQ(re.GetLocaleModel(), walks ? RE::CppLocale : RE::W32Locale) << i;
+  }
+}
+
+}  // namespace
+}  // namespace RegexClass::test

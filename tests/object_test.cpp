@@ -1,0 +1,296 @@
+// The object as a value, and its compile records.
+
+#include <functional>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "TestHelpers.hpp"
+
+namespace RegexClass::test {
+namespace {
+
+static_assert(sizeof(RE) == 2 * sizeof(void*),
+              "one pointer to the record and a virtual destructor");
+
+/// Changes one setting each.
+const std::vector<std::function<void(RE&)>> kSettings = {
+    [](RE& re) { re.SetExpression("e"); },
+    [](RE& re) { re.SetStringToMatch(std::string("s\0t", 3)); },
+    [](RE& re) { re.SetFilesToMatch("f"); },
+    [](RE& re) { re.SetFormatString("$&"); },
+    [](RE& re) { re.SetSaveExtension("bak"); },
+    [](RE& re) { re.SetDirectoryRecursion(true); },
+    [](RE& re) { re.SetMergeCopy(true); },
+    [](RE& re) { re.SetMergeOnlyFirst(true); },
+    [](RE& re) { re.SetMaximumSplits(5); },
+    [](RE& re) { re.SetSplitInputDelete(true); },
+    [](RE& re) { re.SetContinueFiles(false); },
+    [](RE& re) { re.SetFormatType(static_cast<RE::FormatTypes>(7)); },
+    [](RE& re) { re.SetLocaleModel(RE::CLocale); },
+    [](RE& re) { re.AddExpressionOption(RE::Icase); },
+    [](RE& re) { re.AddMatchOption(RE::MatchAny); },
+};
+
+TEST(Object, StartsAsTold) {
+  RE re;
+  const auto text = [](const RE& r) {
+    return r.GetExpression() + r.GetStringToMatch() + r.GetFilesToMatch() + r.GetFormatString() +
+           r.GetSaveExtension();
+  };
+  EXPECT_EQ(text(re), "");
+  EXPECT_FALSE(re.GetDirectoryRecursion() || re.GetMergeCopy() || re.GetMergeOnlyFirst() ||
+               re.GetSplitInputDelete());
+  EXPECT_TRUE(re.GetContinueFiles());
+  EXPECT_EQ(re.GetMaximumSplits(), 0u);
+  EXPECT_EQ(re.GetFormatType(), RE::FormatAll);
+  EXPECT_EQ(re.GetLocaleModel(), RE::CppLocale);
+  EXPECT_EQ(re.ParseExpression(), RE::NoExpression);
+  EXPECT_EQ(re.GetExpressionError(), "Empty expression");
+}
+
+TEST(Object, ComparesAndCopiesEverySetting) {
+  for (std::size_t i = 0; i < kSettings.size(); ++i) {
+    RE changed;
+    kSettings[i](changed);
+    EXPECT_FALSE(changed == RE()) << i;
+
+    RE copy(changed);
+    RE assigned;
+    for (const auto& set : kSettings) set(assigned);
+    assigned = changed;
+    EXPECT_TRUE(copy == changed && assigned == changed) << i;
+
+    // Independent in both directions.
+    const RE before(changed);
+    const std::size_t other = (i + 1) % kSettings.size();
+    kSettings[other](copy);
+    EXPECT_TRUE(changed == before && !(copy == changed)) << i;
+    kSettings[other](changed);
+    EXPECT_TRUE(changed == copy && assigned == before) << i;
+  }
+}
+
+/// Records whom it notifies.
+struct Listener {
+  static RE*& Last() {
+    static RE* last = nullptr;
+    return last;
+  }
+  static void OnMatch(RE* object, const std::vector<REMatch>&, unsigned int, unsigned int) {
+    Last() = object;
+  }
+};
+
+TEST(Object, CopiesNotificationsButNoLocaleAndNoCompiledExpression) {
+  class Yes : public std::numpunct<char> {
+    std::string do_truename() const override { return "yes"; }
+  };
+  const std::locale mine(std::locale::classic(), new Yes);
+  RE source = Make("(a)", "a");
+  source.SetLocale(mine);
+  source.SetOnSearching(&Listener::OnMatch);
+  EXPECT_EQ(source.NumberOfSubexpressions(), 1u);
+
+  RE copy(source);
+  RE target;
+  const std::locale targets(std::locale::classic(), new Yes);
+  target.SetLocale(targets);
+  target = source;
+  EXPECT_TRUE(copy == source && target == source);
+  EXPECT_TRUE(source.GetLocale() == mine && copy.GetLocale() == std::locale() &&
+              target.GetLocale() == targets);
+  for (RE* const re : {&copy, &target}) {
+    EXPECT_EQ(std::as_const(*re).NumberOfSubexpressions(), 0u);
+    EXPECT_TRUE(re->Search());
+    EXPECT_EQ(Listener::Last(), re);
+    EXPECT_EQ(std::as_const(*re).NumberOfSubexpressions(), 1u);
+  }
+  RE& alias = target;
+  target = alias;  // and keeps its compiled expression
+  EXPECT_EQ(std::as_const(target).NumberOfSubexpressions(), 1u);
+  copy.SetOnSearching(nullptr);
+  EXPECT_EQ(target.GetOnSearching(), &Listener::OnMatch);
+}
+
+// ------------------------------------------------------------------------------- compilation
+
+/// An expression in NormalSyntax and in BasicSyntax; null where a syntax has no such error.
+struct BrokenExpression {
+  RE::ExpressionErrorCode code;
+  const char* normal;
+  const char* basic;
+};
+
+TEST(Compilation, GivesTheCodeOfEveryErrorInBothSyntaxes) {
+  std::string deep, deepBasic;
+  for (int i = 0; i < 500; ++i) deep += "(", deepBasic += "\\(";
+  deep += "a";
+  deepBasic += "a";
+  for (int i = 0; i < 500; ++i) deep += ")", deepBasic += "\\)";
+
+  const BrokenExpression cases[] = {
+      {RE::BadPattern, "(?z)", nullptr},
+      {RE::BadPattern, "(?<=a*)b", nullptr},
+      {RE::BadCollation, "[[.zz.]]", "[[=zz=]]"},
+      {RE::BadCharacterClass, "[[:nothing:]]", "a[[:nothing:]]"},
+      {RE::TrailingEscape, "a\\", "a\\"},
+      {RE::BadBackReference, "(a)\\2", "\\(a\\)\\2"},
+      {RE::UnmatchedBracket, "[a", "[a\\"},
+      {RE::UnmatchedBracket, "[[:alpha:", "[]"},
+      {RE::UnmatchedParenthesis, "(a", "\\(a"},
+      {RE::UnmatchedParenthesis, "a)", "a\\)"},
+      {RE::UnmatchedBrace, nullptr, "a\\{2"},
+      {RE::UnmatchedBrace, nullptr, "a\\}"},
+      {RE::BadBraceContents, "a{2,1}", "a\\{2,1\\}"},
+      {RE::BadBraceContents, "\\x{g}", "a\\{2}"},
+      {RE::BadBraceContents, nullptr, "a\\{2x\\}b"},
+      {RE::BadRange, "[b-a]", "[b-a]"},
+      {RE::BadRange, "x[\xff-\x80]y", "[a-c-e]"},
+      {RE::OutOfSpace, deep.c_str(), deepBasic.c_str()},
+      {RE::BadRepeat, "*", "\\(*\\)"},
+      {RE::BadRepeat, "a**", "a**"},
+      {RE::EmptyPattern, nullptr, "\1"},  // the byte stands for a zero byte here
+      {RE::NoError, "a{2x}", "a{2x}|+?()"},
+  };
+  for (const BrokenExpression& c : cases) {
+    for (const RE::Options syntax : {RE::NormalSyntax, RE::BasicSyntax}) {
+      const char* const text = syntax == RE::NormalSyntax ? c.normal : c.basic;
+      if (text == nullptr) continue;
+      for (const RE::LocaleModels model : {RE::CppLocale, RE::W32Locale, RE::CLocale}) {
+        RE re;
+        re.AddExpressionOption(syntax);
+        re.SetLocaleModel(model);
+        re.SetExpression(*text == '\1' ? std::string("\0a", 2) : text);
+        EXPECT_EQ(re.ParseExpression(), c.code) << text;
+        EXPECT_EQ(re.ParseExpression(), c.code) << text;
+        EXPECT_EQ(re.GetExpressionError().empty(), c.code == RE::NoError) << text;
+        EXPECT_EQ(re.NumberOfSubexpressions(), 0u) << text;
+        EXPECT_EQ(re.Match() || re.Search(), c.code == RE::NoError && false) << text;
+      }
+    }
+  }
+  // The text told is the engine's for the code that is told.
+  EXPECT_EQ(Make("[b-a]", "").GetExpressionError(), "");
+  RE range = Make("[b-a]", "");
+  range.ParseExpression();
+  EXPECT_EQ(range.GetExpressionError().rfind("Invalid range end", 0), 0u);
+}
+
+TEST(Compilation, RemembersTheOutcomeUntilSomethingThatMattersChanges) {
+  // Under CLocale a class is what the C library says at the moment of the compile, so that a
+  // compile that shouldn't happen would go unnoticed; the compiled program's address wouldn't. What
+  // can be seen from outside: the outcome is kept although the text that gave it is gone.
+  using Change = std::function<void(RE&)>;
+  const auto number = [](const RE& re) { return re.NumberOfSubexpressions(); };
+  const std::pair<bool, Change> changes[] = {
+      {true, [](RE& re) { re.SetExpression("((a))"); }},
+      {false, [](RE& re) { re.SetExpression("(a)"); }},
+      {true, [](RE& re) { re.AddExpressionOption(RE::Icase); }},
+      {false, [](RE& re) { re.AddExpressionOption(RE::NormalSyntax); }},
+      {true, [](RE& re) { re.AddExpressionOption(RE::PerlSyntax); }},
+      {true, [](RE& re) { re.DeleteExpressionOption(RE::NoCollate); }},
+      {false, [](RE& re) { re.DeleteExpressionOption(RE::Icase); }},
+      {true, [](RE& re) { re.ClearExpressionOptions(); }},
+      {true, [](RE& re) { re.SetLocale(re.GetLocale()); }},
+      {false, [](RE& re) { re.SetStringToMatch("b"); }},
+      {false, [](RE& re) { re.AddMatchOption(RE::MatchAny), re.ClearMatchOptions(); }},
+      {false, [](RE& re) { re.SetLocaleModel(RE::CLocale), re.SetLocaleModel(RE::CppLocale); }},
+  };
+  for (std::size_t i = 0; i < std::size(changes); ++i) {
+    RE re = Make("(a)", "a");
+    re.ParseExpression();
+    changes[i].second(re);
+    EXPECT_EQ(number(re), changes[i].first ? 0u : 1u) << i;
+  }
+}
+
+/// Counts how often the engine asks for the collation of a text, as it does when it compiles.
+class CountingCollation : public std::collate<char> {
+ public:
+  explicit CountingCollation(int& count) : count_(count) {}
+
+ private:
+  std::string do_transform(const char* first, const char* last) const override {
+    ++count_;
+    return std::collate<char>::do_transform(first, last);
+  }
+  int& count_;
+};
+
+TEST(Compilation, DoesntReachTheEngineASecondTime) {
+  int asked = 0;
+  RE re = Make("[a-c]", "b");
+  re.DeleteExpressionOption(RE::NoCollate);
+  re.SetLocale(std::locale(std::locale::classic(), new CountingCollation(asked)));
+  EXPECT_EQ(re.ParseExpression(), RE::NoError);
+  const int once = asked;
+  EXPECT_GT(once, 0);
+  EXPECT_EQ(re.ParseExpression(), RE::NoError);
+  EXPECT_EQ(asked, once);
+  re.AddExpressionOption(RE::Icase);
+  EXPECT_EQ(re.ParseExpression(), RE::NoError);
+  EXPECT_GT(asked, once);
+}
+
+TEST(Compilation, KeepsARecordForEachModel) {
+  RE re = Make("(", "");
+  re.SetLocaleModel(RE::W32Locale);
+  EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
+  re.SetLocaleModel(RE::CLocale);
+  EXPECT_EQ(re.GetExpressionError(), "");
+  EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
+  re.SetLocaleModel(RE::W32Locale);
+  EXPECT_NE(re.GetExpressionError(), "");
+  re.SetExpression("(a)(b)");
+  EXPECT_EQ(re.GetExpressionError(), "");
+  EXPECT_EQ(re.NumberOfSubexpressions(), 2u);
+  EXPECT_EQ(re.GetExpressionError(), "");
+
+  // A number that is no model works with what belongs to CppLocale, and tells nothing of it.
+  re.SetLocaleModel(static_cast<RE::LocaleModels>(9));
+  re.SetStringToMatch("ab");
+  EXPECT_TRUE(re.Match());
+  EXPECT_EQ(re.NumberOfSubexpressions(), 0u);
+  re.SetExpression("(");
+  EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
+  EXPECT_EQ(re.GetExpressionError(), "");
+}
+
+TEST(Compilation, TakesAnyByteInListsAndClasses) {
+  for (const RE::LocaleModels model : {RE::CppLocale, RE::W32Locale, RE::CLocale}) {
+    for (const bool collate : {false, true}) {
+      for (int byte = 1; byte < 256; ++byte) {
+        const std::string c(1, static_cast<char>(byte));
+        const bool special = byte < 128 && std::ispunct(byte);
+        RE re = Make("[" + std::string(special ? "\\" : "") + c + "-\xff]+[^[:alpha:]]*", c);
+        if (collate) re.DeleteExpressionOption(RE::NoCollate);
+        re.SetLocaleModel(model);
+        re.AddExpressionOption(RE::Icase);
+        EXPECT_EQ(re.ParseExpression(), RE::NoError) << byte;
+        EXPECT_TRUE(re.MatchAll()) << byte;
+      }
+    }
+  }
+}
+
+TEST(Compilation, RunsOnSeveralThreadsAtOnce) {
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t] {
+      RE re;
+      for (int i = 0; i < 200; ++i) {
+        const std::string letter(1, static_cast<char>('a' + (t + i) % 26));
+        re.SetLocaleModel(static_cast<RE::LocaleModels>(i % 3));
+        re.SetExpression("([[:alpha:]]" + letter + ")+|" + (i % 5 == 0 ? "(" : ""));
+        re.SetStringToMatch("x" + letter);
+        EXPECT_EQ(re.ParseExpression(), i % 5 == 0 ? RE::UnmatchedParenthesis : RE::NoError);
+        EXPECT_EQ(re.Match(), i % 5 != 0);
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace RegexClass::test

@@ -1,0 +1,291 @@
+// Format, Merge and Split.
+
+#include <algorithm>
+#include <cstdint>
+
+#include <gtest/gtest.h>
+
+#include "TestHelpers.hpp"
+
+namespace RegexClass::test {
+namespace {
+
+/// What Format gives in a report of each event that has results to format.
+std::string Formatted(RE& re) {
+  std::string fromSearch, fromMatch, fromGrep, outside = "old";
+  re.SetOnSearchingClosure([&](RE* o, auto&&...) { o->Format(fromSearch); });
+  re.SetOnMatchingClosure([&](RE* o, auto&&...) { o->Format(fromMatch); });
+  re.SetOnGreppingClosure([&](RE* o, auto&&...) { o->Format(fromGrep); });
+  EXPECT_TRUE(re.Search() && re.MatchAll() && re.Grep() == 1);
+  EXPECT_EQ(fromSearch, fromMatch);
+  EXPECT_EQ(fromSearch, fromGrep);
+  re.Format(outside);
+  EXPECT_EQ(outside, "");
+  return fromSearch;
+}
+
+TEST(Format, ReadsEachSyntaxAsTheEngineDoes) {
+  struct Case {
+    const char* format;
+    const char *all, *sed, *perl;
+  };
+  const Case cases[] = {
+      {"x$0y", "xon Maey", "x$0y", "xon Maey"},
+      {"&", "&", "on Mae", "&"},
+      {"\\&", "&", "&", "&"},
+      {"\\1", "on", "on", "on"},
+      {"$1$2", "onMae", "$1$2", "onMae"},
+      {"$&", "on Mae", "$on Mae", "on Mae"},
+      {"${last}", "${last}", "${last}", "${last}"},
+      {"${1}", "on", "${1}", "on"},
+      {"$+{last}", "Mae", "$+{last}", "Mae"},
+      {"(?1yes:no)(?3yes:no)", "yesno", "(?1yes:no)(?3yes:no)", "(?1yes:no)(?3yes:no)"},
+      {"\\U$1\\E$2", "ONMae", "U$1E$2", "ONMae"},
+      {"\\u$1\\L$2\\E", "Onmae", "u$1L$2E", "Onmae"},
+      {"\\$1", "$1", "$1", "$1"},
+      {"$$", "$", "$$", "$"},
+      {"\\n\\x41", "\nA", "\nA", "\nA"},
+      {"", "", "", ""},
+  };
+  RE re = Make("(\\w+) (?<last>\\w+)(?:(x))?", "on Mae");
+  for (const Case& c : cases) {
+    const std::pair<RE::FormatTypes, const char*> types[] = {
+        {RE::FormatAll, c.all},
+        {RE::FormatSed, c.sed},
+        {RE::FormatPerl, c.perl},
+        {static_cast<RE::FormatTypes>(9), c.all}};
+    for (const auto& [type, expected] : types) {
+      re.SetFormatString(c.format);
+      re.SetFormatType(type);
+      EXPECT_EQ(Formatted(re), expected) << c.format << " in syntax " << type;
+    }
+  }
+  re.SetFormatString(std::string("$1\0$2", 5));
+  EXPECT_EQ(Formatted(re), "on");
+}
+
+// ------------------------------------------------------------------------------------- Merge
+
+std::string Merged(RE& re) {
+  std::string out = "old";
+  re.Merge(out);
+  return out;
+}
+
+/// Merges with a subscriber that does what `act` does with the count of its calls and the bool.
+template <class Act>
+std::string MergedUnder(RE& re, Act act) {
+  int calls = 0;
+  re.SetOnMergingClosure([&](RE*, const std::vector<REMatch>&, unsigned, unsigned, bool& goOn) {
+    act(++calls, goOn);
+  });
+  const std::string out = Merged(re);
+  re.SetOnMergingClosure(RE::WalkClosure());
+  return out;
+}
+
+TEST(Merge, LetsASubscriberDecide) {
+  RE re = Make("a", "banana");
+  re.SetFormatString("x");
+  re.SetMergeCopy(true);
+  const auto vetoAt = [&](int call) {
+    return MergedUnder(re, [=](int calls, bool& goOn) { goOn = calls != call; });
+  };
+  EXPECT_EQ(vetoAt(1), "banana");
+  EXPECT_EQ(vetoAt(2), "bxnana");
+  EXPECT_EQ(vetoAt(0), "bxnxnx");
+  const auto numbered = [&](int calls, bool&) {
+    re.SetFormatString("[" + std::to_string(calls) + "$0]");
+    re.SetFormatType(calls == 2 ? RE::FormatSed : RE::FormatAll);
+  };
+  EXPECT_EQ(MergedUnder(re, numbered), "b[1a]n[2$0]n[3a]");
+  re.SetMergeCopy(false);
+  EXPECT_EQ(vetoAt(1), "");
+  EXPECT_EQ(re.GetStringToMatch(), "banana");
+  // Without a subscriber the format type has no say.
+  re.SetFormatType(RE::FormatSed);
+  re.SetFormatString("$0&");
+  EXPECT_EQ(Merged(re), "a&a&a&");
+  EXPECT_EQ(MergedUnder(re, [](int, bool&) {}), "$0a$0a$0a");
+  re.SetExpression("(");
+  EXPECT_EQ(Merged(re), "");
+}
+
+TEST(Merge, GoesOnWithWhatItStartedWith) {
+  RE re = Make("a", "banana");
+  re.SetMergeCopy(true);
+  re.SetFormatString("x");
+  const auto meddle = [&](int, bool&) {
+    std::vector<std::string> pieces;
+    std::string other;
+    re.SetStringToMatch("ppp");
+    re.SetExpression("p");
+    re.SetOnMerging(nullptr);
+    re.SetMergeOnlyFirst(true);
+    EXPECT_EQ(re.Grep(), 3u);
+    EXPECT_EQ(re.Split(pieces), 0u);
+  };
+  EXPECT_EQ(MergedUnder(re, meddle), "bxnxnx");
+}
+
+/// The replacements by hand, from the matches that Grep reports.
+std::string MergedByHand(RE& re) {
+  const std::string text = re.GetStringToMatch();
+  std::string out;
+  std::size_t done = 0;
+  re.SetOnGreppingClosure(
+      [&](RE* o, const std::vector<REMatch>& matches, unsigned, unsigned, bool& goOn) {
+        const auto at = static_cast<std::size_t>(matches[0].position);
+        std::string replacement;
+        o->Format(replacement);
+        if (re.GetMergeCopy()) out += text.substr(done, at - done);
+        out += replacement;
+        done = at + matches[0].text.size();
+        goOn = !re.GetMergeOnlyFirst();
+      });
+  re.Grep();
+  if (re.GetMergeCopy()) out += text.substr(done);
+  return out;
+}
+
+TEST(Merge, BothRoadsReplaceWhatGrepReports) {
+  const int cases = Cases(10000);
+  Random random(4);
+  for (int i = 0; i < cases; ++i) {
+    RE re = Make(random.Expression(), random.Text("ab\n", 9));
+    if (re.ParseExpression() != RE::NoError) continue;
+    static const char* const kFormats[] = {"", "<$0>", "$1", "(?1x:y)", "$`|$'"};
+    re.SetFormatString(kFormats[random.Below(std::size(kFormats))]);
+    re.SetMergeCopy(random.Flip());
+    re.SetMergeOnlyFirst(random.Flip());
+    const std::string byEngine = Merged(re);
+    const std::string bySubscriber = MergedUnder(re, [](int, bool&) {});
+    ASSERT_EQ(byEngine, bySubscriber) << re.GetExpression() << " on " << re.GetStringToMatch();
+    ASSERT_EQ(byEngine, MergedByHand(re)) << re.GetExpression() << " on " << re.GetStringToMatch();
+  }
+}
+
+// ------------------------------------------------------------------------------------- Split
+
+using Pieces = std::vector<std::string>;
+
+Pieces SplitOf(RE& re) {
+  Pieces pieces = {"old"};
+  const unsigned int count = re.Split(pieces);
+  EXPECT_EQ(count, pieces.size());
+  return pieces;
+}
+
+TEST(Split, CutsAsTold) {
+  struct Case {
+    const char *expression, *text;
+    unsigned long limit;
+    Pieces pieces;
+    const char* rest;
+  };
+  const Case cases[] = {
+      {"", " one  two\tthree ", 0, {"one", "two", "three"}, ""},
+      {"", " \t\n", 0, {}, ""},
+      {"", "one two three", 2, {"one", "two"}, "three"},
+      {"", "one two three", 3, {"one", "two", "three"}, ""},
+      {"", "", 0, {}, ""},
+      {",", "a,,b", 0, {"a", "", "b"}, ""},
+      {",", ",,a", 0, {"a"}, ""},
+      {",", "a,b,", 0, {"a", "b"}, ""},
+      {",", "abc", 0, {"abc"}, ""},
+      {"(\\d)-(\\d)?", "1-2 3- x", 0, {"1", "2", "3", ""}, " x"},
+      {"(\\d)-(\\d)?", "1-2 3-", 1, {"1"}, " 3-"},
+      {"(x)", "abc", 0, {}, "abc"},
+      {"(", "a b", 0, {}, "a b"},
+  };
+  for (const Case& c : cases) {
+    for (const bool inputDelete : {false, true}) {
+      RE re = Make(c.expression, c.text);
+      re.SetMaximumSplits(c.limit);
+      re.SetSplitInputDelete(inputDelete);
+      re.AddMatchOption(RE::MatchPartial);
+      EXPECT_EQ(SplitOf(re), c.pieces) << c.expression << " on " << c.text;
+      EXPECT_EQ(re.GetStringToMatch(), inputDelete ? c.rest : c.text) << c.expression;
+      EXPECT_EQ(re.GetExpression(), c.expression);
+      EXPECT_EQ(re.ParseExpression() == RE::NoExpression, *c.expression == 0);
+      if (!inputDelete) {
+        EXPECT_EQ(SplitOf(re), c.pieces) << "and again";
+      }
+    }
+  }
+  RE re = Make("", "a b");  // where the default expression is no good
+  re.ClearExpressionOptions();
+  re.AddExpressionOption(RE::Literal);
+  EXPECT_EQ(SplitOf(re), Pieces{"a b"});
+}
+
+/// Split from the matches that Grep reports.
+Pieces SplitByHand(RE& re, std::string& rest) {
+  const std::string text = re.GetStringToMatch();
+  const std::size_t limit = re.GetMaximumSplits() == 0 ? SIZE_MAX : re.GetMaximumSplits();
+  const bool groups = re.NumberOfSubexpressions() > 0;
+  Pieces pieces;
+  std::size_t last = 0;
+  re.SetOnGreppingClosure([&](RE*, const std::vector<REMatch>& matches, unsigned, unsigned, bool&) {
+    if (pieces.size() >= limit) return;
+    const auto at = static_cast<std::size_t>(matches[0].position);
+    const std::string between = text.substr(last, at - last);
+    last = at + matches[0].text.size();
+    if (!groups && !(between.empty() && pieces.empty())) pieces.push_back(between);
+    for (std::size_t i = 1; groups && i + 2 < matches.size() && pieces.size() < limit; ++i) {
+      pieces.push_back(matches[i].text);
+    }
+  });
+  re.Grep();
+  if (pieces.size() < limit && last != text.size() && !groups) {
+    pieces.push_back(text.substr(last));
+    last = text.size();
+  }
+  rest = text.substr(last);
+  return pieces;
+}
+
+TEST(Split, FollowsItsPointsOnRandomInputs) {
+  const int cases = Cases(10000);
+  Random random(5);
+  for (int i = 0; i < cases; ++i) {
+    const std::string text = random.Text("ab\n", 9);
+    RE re = Make(random.Expression(), text);
+    if (re.ParseExpression() != RE::NoError || text.empty()) continue;
+    re.SetMaximumSplits(random.Below(5));
+    std::string rest;
+    const Pieces expected = SplitByHand(re, rest);
+    ASSERT_EQ(SplitOf(re), expected) << re.GetExpression() << " on " << text;
+    ASSERT_EQ(re.GetStringToMatch(), text);
+    re.SetSplitInputDelete(true);
+    ASSERT_EQ(SplitOf(re), expected) << re.GetExpression() << " on " << text;
+    ASSERT_EQ(re.GetStringToMatch(), rest);
+  }
+}
+
+TEST(Split, TakesALongInputApartInSeveralCalls) {
+  const int cases = Cases(3000);
+  Random random(6);
+  for (int i = 0; i < cases; ++i) {
+    // Separators of one character without context, so that a new start changes nothing; only a
+    // separator in front of a later piece counts in one call and not in the next.
+    RE re = Make(random.Flip() ? "," : "", random.Text("ab,", 20) + "a");
+    const Pieces whole = SplitOf(re);
+    re.SetSplitInputDelete(true);
+    re.SetMaximumSplits(1 + random.Below(3));
+    Pieces all;
+    for (Pieces some = SplitOf(re); !some.empty(); some = SplitOf(re)) {
+      EXPECT_LE(some.size(), re.GetMaximumSplits());
+      for (std::string& piece : some) all.push_back(std::move(piece));
+    }
+    EXPECT_EQ(re.GetStringToMatch(), "");
+    const auto noEmpty = [](Pieces pieces) {
+      pieces.erase(std::remove(pieces.begin(), pieces.end(), ""), pieces.end());
+      return pieces;
+    };
+    EXPECT_EQ(noEmpty(all), noEmpty(whole));
+  }
+}
+
+}  // namespace
+}  // namespace RegexClass::test
