@@ -1,0 +1,53 @@
+# Installs into a scratch prefix; builds the README's program against that, once with find_package
+# and once with pkg-config; and runs it.
+#
+#   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCXX=... -DFLAGS=... [-DSTATIC=ON] -P install_test.cmake
+function(run)
+  execute_process(COMMAND ${ARGV} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${ARGV}: ${result}\n${output}")
+  endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(expect_greeting)
+  if(NOT output MATCHES "user ann")
+    message(FATAL_ERROR "the program printed: ${output}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK})
+file(MAKE_DIRECTORY ${WORK})
+
+if(STATIC)
+  run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/static -G Ninja -DCMAKE_BUILD_TYPE=Debug
+    -DCMAKE_CXX_COMPILER=${CXX} -DBUILD_SHARED_LIBS=OFF -DREGEXCLASS_BUILD_TESTS=OFF
+    -DREGEXCLASS_BUILD_EXAMPLES=OFF)
+  run(${CMAKE_COMMAND} --build ${WORK}/static)
+  set(BUILD ${WORK}/static)
+endif()
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
+
+# The first program of the README, as it stands there.
+file(READ ${SOURCE}/README.md readme)
+string(REGEX MATCH "```cpp\n([^`]*)```" found "${readme}")
+file(WRITE ${WORK}/program.cpp "${CMAKE_MATCH_1}")
+
+run(${CMAKE_COMMAND} -S ${SOURCE}/tests/consumer -B ${WORK}/consumer -G Ninja
+  -DCMAKE_PREFIX_PATH=${WORK}/prefix -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}"
+  -DPROGRAM=${WORK}/program.cpp)
+run(${CMAKE_COMMAND} --build ${WORK}/consumer)
+run(${WORK}/consumer/consumer)
+expect_greeting()
+
+file(GLOB_RECURSE pc ${WORK}/prefix/*/regexclass.pc)
+get_filename_component(pc_dir ${pc} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${pc_dir})
+run(pkg-config --cflags --libs regexclass)
+separate_arguments(pc_flags UNIX_COMMAND "${output}")
+separate_arguments(cxx_flags UNIX_COMMAND "${FLAGS}")
+get_filename_component(lib_dir ${pc_dir} DIRECTORY)
+run(${CXX} -std=c++17 ${cxx_flags} ${WORK}/program.cpp ${pc_flags} -Wl,-rpath,${lib_dir}
+  -o ${WORK}/by-pkg-config)
+run(${WORK}/by-pkg-config)
+expect_greeting()
