@@ -78,6 +78,7 @@ void CountTheWords(RegularExpression re) {
   std::map<std::string, int> counts;
   for (const std::string& word : words) ++counts[word];
   std::vector<std::pair<int, std::string>> order;
+  order.reserve(counts.size());
   for (const auto& [word, count] : counts) order.emplace_back(-count, word);
   std::sort(order.begin(), order.end());
   order.resize(std::min<std::size_t>(order.size(), 5));

@@ -293,7 +293,8 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// Replaces the content of `out` by what the format string makes of the match that is being
   /// reported: inside OnMatching, OnSearching, OnGrepping and OnMerging. Leaves it empty at any
-  /// other time, and also after another walk on the object has run within the same report.
+  /// other time, also when another operation on the object has run within the same report, or,
+  /// within OnMatching and OnSearching, when the string to match has been set.
   ///
   /// A format type that is no enumerator counts as FormatAll.
   void Format(std::string& out) const;

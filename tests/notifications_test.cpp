@@ -104,17 +104,25 @@ TEST(Notifications, CallTheFunctionOrElseTheClosure) {
   EXPECT_EQ(std::pair(functionCalls, closureCalls), std::pair(1, 1));
 }
 
+struct Counter {
+  int calls = 0;
+  template <class... Arguments>
+  void operator()(Arguments&&...) {
+    ++calls;
+  }
+};
+
 TEST(Notifications, AClosureKeepsWhatItChangesInItself) {
-  struct Counter {
-    int calls = 0;
-    void operator()(RE*, const std::vector<REMatch>&, unsigned int, unsigned int) { ++calls; }
-  };
   RE re = Make("a", "a");
   re.SetOnMatchingClosure(Counter());
   re.Match();
   re.Match();
   RE::MatchClosure closure = re.GetOnMatchingClosure();
   EXPECT_EQ(closure.target<Counter>()->calls, 2);
+  re.SetOnGreppingClosure(Counter());  // whereas a walk reports through a clone
+  re.Grep();
+  RE::WalkClosure walkClosure = re.GetOnGreppingClosure();
+  EXPECT_EQ(walkClosure.target<Counter>()->calls, 0);
 }
 
 TEST(Notifications, AClosureMayReplaceItselfWhileItRuns) {
@@ -169,6 +177,29 @@ TEST(Notifications, ThatThrowReachTheCallerAndLeaveTheObjectFit) {
     kRaising[i].second(re, [&] { ++calls; });
     kRaising[i].first(re);
     EXPECT_EQ(calls, 1) << i;
+  }
+}
+
+TEST(Notifications, MayChangeTheStringThatWasMatched) {
+  RE re = Make("a+", std::string(1000, 'a'));
+  re.SetFormatString("$&");
+  std::string formatted;
+  const std::vector<std::function<void()>> changes = {[&] { re.SetStringToMatch("bbb"); },
+                                                      [&] { re = RE(); },
+                                                      [&] {
+                                                        std::vector<std::string> pieces;
+                                                        re.SetSplitInputDelete(true);
+                                                        re.Split(pieces);
+                                                      }};
+  for (const auto& change : changes) {
+    RE fresh = re;
+    re.SetOnMatchingClosure([&](RE* object, auto&&...) {
+      change();
+      object->Format(formatted);
+      EXPECT_EQ(formatted, "");
+    });
+    EXPECT_TRUE(re.Match());
+    re = fresh;
   }
 }
 

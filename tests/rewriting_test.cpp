@@ -101,6 +101,10 @@ TEST(Merge, LetsASubscriberDecide) {
   EXPECT_EQ(MergedUnder(re, numbered), "b[1a]n[2$0]n[3a]");
   re.SetMergeCopy(false);
   EXPECT_EQ(vetoAt(1), "");
+  re.SetFormatString("x");
+  // What has been passed without copying is copied when copying sets in.
+  EXPECT_EQ(MergedUnder(re, [&](int calls, bool&) { re.SetMergeCopy(calls >= 2); }), "xxananx");
+  re.SetMergeCopy(false);
   EXPECT_EQ(re.GetStringToMatch(), "banana");
   // Without a subscriber the format type has no say.
   re.SetFormatType(RE::FormatSed);

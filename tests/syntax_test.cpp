@@ -40,33 +40,6 @@ Node Repeat(Node part, std::string how) {
 }
 Node Join(Node::Kind kind, Node a, Node b) { return {kind, "", {std::move(a), std::move(b)}}; }
 
-/// In the engine's extended notation.
-std::string Extended(const Node& node) {
-  switch (node.kind) {
-    case Node::kLiteral:
-      return (node.text != "\n" && kOperatorCharacters.find(node.text) != std::string::npos ? "\\"
-                                                                                            : "") +
-             node.text;
-    case Node::kDot:
-      return ".";
-    case Node::kList: {
-      std::string list = "[";
-      for (const char c : node.text) list += c == '\\' ? "\\\\" : std::string(1, c);
-      return list + "]";
-    }
-    case Node::kGroup:
-      return "(" + Extended(node.parts[0]) + ")";
-    case Node::kAlternation:
-      return Extended(node.parts[0]) + "|" + Extended(node.parts[1]);
-    case Node::kConcatenation:
-      return Extended(node.parts[0]) + Extended(node.parts[1]);
-    case Node::kRepeat:
-      return Extended(node.parts[0]) + (node.text.size() > 1 ? "{" + node.text + "}" : node.text);
-    default:
-      return "\\1";
-  }
-}
-
 /// Prints in the dialect of a word; nothing when the dialect can't say it.
 class Dialect {
  public:
@@ -159,6 +132,9 @@ class Dialect {
   const bool newline_;
   const bool escaped_;
 };
+
+/// In the engine's own notation, which is the dialect of the plain word.
+std::string Extended(const Node& node) { return *Dialect(kNormal, false, true).Print(node); }
 
 std::vector<Node> Atoms() {
   std::vector<Node> atoms = {Literal('a'), Literal('b'), {Node::kDot}};

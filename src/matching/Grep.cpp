@@ -11,7 +11,7 @@ namespace {
 template <class Report>
 unsigned int Walk(ExpressionState& state, const std::string& text, Report report) {
   const boost::match_flag_type flags = state.EngineMatchFlags(true);
-  const BusyScope busy(state);
+  const WalkScope walk(state);
   return state.WithModel([&](auto expression, const CompileState&) {
     return expression.Grep(text.data(), text.data() + text.size(), flags, report);
   });

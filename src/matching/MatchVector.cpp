@@ -7,6 +7,7 @@ namespace RegexClass {
 
 void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches) {
   const std::size_t marks = results.size();
+  const char* const base = results[0].first - results.position();
   matches.resize(marks + 2);
   for (std::size_t i = 0; i < matches.size(); ++i) {
     // The engine has the prefix at -1 and the suffix at -2.
@@ -15,7 +16,7 @@ void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches) 
     REMatch& match = matches[i];
     if (part.matched) {
       match.text.assign(part.first, part.second);
-      match.position = static_cast<std::int32_t>(results.position(index));
+      match.position = static_cast<std::int32_t>(part.first - base);
     } else {
       match.text.clear();
       match.position = -1;

@@ -43,6 +43,7 @@ class Slot {
   Slot() = default;
   Slot(const Slot& source) : function_(source.function_), closure_(source.CloneClosure()) {}
   Slot& operator=(const Slot& source) {
+    if (this == &source) return *this;
     function_ = source.function_;
     const std::shared_ptr<Closure> displaced =
         std::exchange(closure_, source.CloneClosure());  // destroyed last
@@ -56,8 +57,8 @@ class Slot {
   }
 
   Closure GetClosure() const { return closure_ != nullptr ? *closure_ : Closure(); }
-  void SetClosure(const Closure& closure) {
-    auto fresh = closure.empty() ? nullptr : std::make_shared<Closure>(closure);
+  void SetClosure(Closure closure) {
+    auto fresh = closure.empty() ? nullptr : std::make_shared<Closure>(std::move(closure));
     closure_.swap(fresh);
     if (closure_ != nullptr) function_ = nullptr;
   }

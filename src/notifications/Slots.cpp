@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "notifications/Slot.hpp"
 #include "object/ExpressionState.hpp"
 
@@ -10,7 +12,7 @@ RegularExpression::MatchFunction RegularExpression::GetOnMatching() const {
   return state->notifications.onMatching.GetFunction();
 }
 void RegularExpression::SetOnMatchingClosure(MatchClosure closure) {
-  state->notifications.onMatching.SetClosure(closure);
+  state->notifications.onMatching.SetClosure(std::move(closure));
 }
 RegularExpression::MatchClosure RegularExpression::GetOnMatchingClosure() const {
   return state->notifications.onMatching.GetClosure();
@@ -23,7 +25,7 @@ RegularExpression::MatchFunction RegularExpression::GetOnSearching() const {
   return state->notifications.onSearching.GetFunction();
 }
 void RegularExpression::SetOnSearchingClosure(MatchClosure closure) {
-  state->notifications.onSearching.SetClosure(closure);
+  state->notifications.onSearching.SetClosure(std::move(closure));
 }
 RegularExpression::MatchClosure RegularExpression::GetOnSearchingClosure() const {
   return state->notifications.onSearching.GetClosure();
@@ -36,7 +38,7 @@ RegularExpression::WalkFunction RegularExpression::GetOnGrepping() const {
   return state->notifications.onGrepping.GetFunction();
 }
 void RegularExpression::SetOnGreppingClosure(WalkClosure closure) {
-  state->notifications.onGrepping.SetClosure(closure);
+  state->notifications.onGrepping.SetClosure(std::move(closure));
 }
 RegularExpression::WalkClosure RegularExpression::GetOnGreppingClosure() const {
   return state->notifications.onGrepping.GetClosure();
@@ -49,7 +51,7 @@ RegularExpression::FileMatchFunction RegularExpression::GetOnGreppingFiles() con
   return state->notifications.onGreppingFiles.GetFunction();
 }
 void RegularExpression::SetOnGreppingFilesClosure(FileMatchClosure closure) {
-  state->notifications.onGreppingFiles.SetClosure(closure);
+  state->notifications.onGreppingFiles.SetClosure(std::move(closure));
 }
 RegularExpression::FileMatchClosure RegularExpression::GetOnGreppingFilesClosure() const {
   return state->notifications.onGreppingFiles.GetClosure();
@@ -62,7 +64,7 @@ RegularExpression::FileFunction RegularExpression::GetOnFindFiles() const {
   return state->notifications.onFindFiles.GetFunction();
 }
 void RegularExpression::SetOnFindFilesClosure(FileClosure closure) {
-  state->notifications.onFindFiles.SetClosure(closure);
+  state->notifications.onFindFiles.SetClosure(std::move(closure));
 }
 RegularExpression::FileClosure RegularExpression::GetOnFindFilesClosure() const {
   return state->notifications.onFindFiles.GetClosure();
@@ -75,7 +77,7 @@ RegularExpression::WalkFunction RegularExpression::GetOnMerging() const {
   return state->notifications.onMerging.GetFunction();
 }
 void RegularExpression::SetOnMergingClosure(WalkClosure closure) {
-  state->notifications.onMerging.SetClosure(closure);
+  state->notifications.onMerging.SetClosure(std::move(closure));
 }
 RegularExpression::WalkClosure RegularExpression::GetOnMergingClosure() const {
   return state->notifications.onMerging.GetClosure();
@@ -88,7 +90,7 @@ RegularExpression::FileMatchFunction RegularExpression::GetOnChangingFiles() con
   return state->notifications.onChangingFiles.GetFunction();
 }
 void RegularExpression::SetOnChangingFilesClosure(FileMatchClosure closure) {
-  state->notifications.onChangingFiles.SetClosure(closure);
+  state->notifications.onChangingFiles.SetClosure(std::move(closure));
 }
 RegularExpression::FileMatchClosure RegularExpression::GetOnChangingFilesClosure() const {
   return state->notifications.onChangingFiles.GetClosure();

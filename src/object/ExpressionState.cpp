@@ -22,6 +22,7 @@ ExpressionState::ExpressionState(RegularExpression* object, const ExpressionStat
 
 ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   if (this == &source) return *this;
+  ReleaseResults();  // they point into the string to match
   settings = source.settings;
   cppCompile = CompileState();
   w32Compile = CompileState();

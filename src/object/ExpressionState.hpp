@@ -92,6 +92,7 @@ class ExpressionState {
   }
   /// The match vector of the current results; only while there are some.
   std::vector<REMatch> CurrentMatches() const;
+  /// To be called before the string to match changes, too: `results` point into it.
   void ReleaseResults() { results.reset(); }
 
   RegularExpression* const owner;
@@ -145,17 +146,34 @@ class ScopedValue {
 };
 
 /// Publishes the results of one match for the length of its report.
-class CurrentResultsScope : ScopedValue<const boost::cmatch*> {
+class CurrentResultsScope {
  public:
   CurrentResultsScope(ExpressionState& state, const boost::cmatch& results)
-      : ScopedValue(state.currentResults, &results, nullptr) {}
+      : current_(state.currentResults, &results, nullptr) {}
+
+ private:
+  ScopedValue<const boost::cmatch*> current_;
 };
 
 /// Marks the object busy for the life of the scope. Nested runs keep it busy to the end of the
 /// outermost one.
-class BusyScope : ScopedValue<bool> {
+class BusyScope {
  public:
-  explicit BusyScope(ExpressionState& state) : ScopedValue(state.busy, true, state.busy) {}
+  explicit BusyScope(ExpressionState& state) : busy_(state.busy, true, state.busy) {}
+
+ private:
+  ScopedValue<bool> busy_;
+};
+
+/// The length of a walk. The results of a report don't outlast a walk that runs inside it.
+class WalkScope {
+ public:
+  explicit WalkScope(ExpressionState& state)
+      : busy_(state), current_(state.currentResults, state.currentResults, nullptr) {}
+
+ private:
+  BusyScope busy_;
+  ScopedValue<const boost::cmatch*> current_;
 };
 
 }  // namespace RegexClass

@@ -13,6 +13,7 @@ void RegularExpression::SetExpression(const std::string& expression) {
 
 std::string RegularExpression::GetStringToMatch() const { return state->settings.stringToMatch; }
 void RegularExpression::SetStringToMatch(const std::string& text) {
+  state->ReleaseResults();  // they point into the string
   state->settings.stringToMatch = text;
 }
 

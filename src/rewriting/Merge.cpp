@@ -16,7 +16,7 @@ std::string MergeByEngine(ExpressionState& state) {
   if (!settings.mergeCopy) flags |= boost::format_no_copy;
   if (settings.mergeOnlyFirst) flags |= boost::format_first_only;
 
-  const BusyScope busy(state);
+  const WalkScope walk(state);
   const char* const first = settings.stringToMatch.data();
   std::string merged;
   state.WithModel([&](const auto& expression, const CompileState&) {
@@ -51,7 +51,7 @@ std::string MergeBySubscriber(ExpressionState& state,
     return !onlyFirst;
   };
   {
-    const BusyScope busy(state);
+    const WalkScope walk(state);
     state.WithModel([&](auto expression, const CompileState&) {  // a copy: see Grep
       expression.Grep(text.data(), last, flags, merge);
     });

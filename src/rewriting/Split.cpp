@@ -76,7 +76,10 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
     });
   }
   if (useDefault) SetExpression(std::string());
-  if (settings.splitInputDelete) settings.stringToMatch.erase(0, used);
+  if (settings.splitInputDelete) {
+    state->ReleaseResults();  // they point into the string
+    settings.stringToMatch.erase(0, used);
+  }
   return static_cast<unsigned int>(pieces.size());
 }
 
