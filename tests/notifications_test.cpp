@@ -15,79 +15,61 @@ void Function(RE*, Arguments...) {
 }
 
 /// Counts its living copies.
-class Counted {
- public:
-  Counted() { ++Alive(); }
-  Counted(const Counted&) { ++Alive(); }
-  Counted& operator=(const Counted&) = default;
-  ~Counted() { --Alive(); }
-  static int& Alive() {
-    static int alive = 0;
-    return alive;
-  }
+struct Counted {
+  Counted() { ++alive; }
+  Counted(const Counted&) { ++alive; }
+  ~Counted() { --alive; }
   template <class... Arguments>
   void operator()(Arguments&&...) const {}
+  static inline int alive = 0;
 };
 
-/// The four members of one event.
+/// Takes the four members of one event.
 template <class F, class C>
-struct Event {
-  void (RE::*setFunction)(F);
-  F (RE::*getFunction)() const;
-  void (RE::*setClosure)(C);
-  C (RE::*getClosure)() const;
-
-  void CheckDisplacement(F function) const {
-    RE re;
-    EXPECT_TRUE((re.*getFunction)() == nullptr && (re.*getClosure)().empty());
-    (re.*setFunction)(function);
-    (re.*setClosure)(C());  // an empty closure displaces nobody
-    EXPECT_EQ((re.*getFunction)(), function);
-    (re.*setClosure)(Counted());
-    EXPECT_TRUE((re.*getFunction)() == nullptr && !(re.*getClosure)().empty());
-    (re.*setFunction)(nullptr);  // nor does a null function
-    EXPECT_FALSE((re.*getClosure)().empty());
-    EXPECT_EQ(Counted::Alive(), 1);
-    {
-      const RE copy(re);
-      RE assigned;
-      assigned = re;
-      EXPECT_EQ(Counted::Alive(), 3);
-      EXPECT_TRUE(copy == RE());  // they don't count in a comparison
-      (re.*setClosure)(C());
-      EXPECT_EQ(Counted::Alive(), 2);
-      EXPECT_FALSE((copy.*getClosure)().empty());
-      (assigned.*setFunction)(function);
-      EXPECT_TRUE((assigned.*getClosure)().empty());
-      EXPECT_EQ(Counted::Alive(), 1);
-    }
-    EXPECT_EQ(Counted::Alive(), 0);
+void CheckDisplacement(void (RE::*setFunction)(F), F (RE::*getFunction)() const,
+                       void (RE::*setClosure)(C), C (RE::*getClosure)() const) {
+  const F function = &Function;
+  RE re;
+  EXPECT_TRUE((re.*getFunction)() == nullptr && (re.*getClosure)().empty());
+  (re.*setFunction)(function);
+  (re.*setClosure)(C());  // an empty closure displaces nobody
+  EXPECT_EQ((re.*getFunction)(), function);
+  (re.*setClosure)(Counted());
+  EXPECT_TRUE((re.*getFunction)() == nullptr && !(re.*getClosure)().empty());
+  (re.*setFunction)(nullptr);  // nor does a null function
+  EXPECT_FALSE((re.*getClosure)().empty());
+  EXPECT_EQ(Counted::alive, 1);
+  {
+    const RE copy(re);
+    RE assigned;
+    assigned = re;
+    EXPECT_EQ(Counted::alive, 3);
+    EXPECT_TRUE(copy == RE());  // they don't count in a comparison
+    (re.*setClosure)(C());
+    EXPECT_EQ(Counted::alive, 2);
+    EXPECT_FALSE((copy.*getClosure)().empty());
+    (assigned.*setFunction)(function);
+    EXPECT_TRUE((assigned.*getClosure)().empty());
+    EXPECT_EQ(Counted::alive, 1);
   }
-};
-template <class F, class C>
-Event(void (RE::*)(F), F (RE::*)() const, void (RE::*)(C), C (RE::*)() const) -> Event<F, C>;
+  EXPECT_EQ(Counted::alive, 0);
+}
 
 TEST(Notifications, SlotsOfEachEventDisplaceOneAnother) {
-  Event{&RE::SetOnMatching, &RE::GetOnMatching, &RE::SetOnMatchingClosure,
-        &RE::GetOnMatchingClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnSearching, &RE::GetOnSearching, &RE::SetOnSearchingClosure,
-        &RE::GetOnSearchingClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnGrepping, &RE::GetOnGrepping, &RE::SetOnGreppingClosure,
-        &RE::GetOnGreppingClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnGreppingFiles, &RE::GetOnGreppingFiles, &RE::SetOnGreppingFilesClosure,
-        &RE::GetOnGreppingFilesClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnFindFiles, &RE::GetOnFindFiles, &RE::SetOnFindFilesClosure,
-        &RE::GetOnFindFilesClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnMerging, &RE::GetOnMerging, &RE::SetOnMergingClosure, &RE::GetOnMergingClosure}
-      .CheckDisplacement(&Function);
-  Event{&RE::SetOnChangingFiles, &RE::GetOnChangingFiles, &RE::SetOnChangingFilesClosure,
-        &RE::GetOnChangingFilesClosure}
-      .CheckDisplacement(&Function);
+  CheckDisplacement(&RE::SetOnMatching, &RE::GetOnMatching, &RE::SetOnMatchingClosure,
+                    &RE::GetOnMatchingClosure);
+  CheckDisplacement(&RE::SetOnSearching, &RE::GetOnSearching, &RE::SetOnSearchingClosure,
+                    &RE::GetOnSearchingClosure);
+  CheckDisplacement(&RE::SetOnGrepping, &RE::GetOnGrepping, &RE::SetOnGreppingClosure,
+                    &RE::GetOnGreppingClosure);
+  CheckDisplacement(&RE::SetOnGreppingFiles, &RE::GetOnGreppingFiles,
+                    &RE::SetOnGreppingFilesClosure, &RE::GetOnGreppingFilesClosure);
+  CheckDisplacement(&RE::SetOnFindFiles, &RE::GetOnFindFiles, &RE::SetOnFindFilesClosure,
+                    &RE::GetOnFindFilesClosure);
+  CheckDisplacement(&RE::SetOnMerging, &RE::GetOnMerging, &RE::SetOnMergingClosure,
+                    &RE::GetOnMergingClosure);
+  CheckDisplacement(&RE::SetOnChangingFiles, &RE::GetOnChangingFiles,
+                    &RE::SetOnChangingFilesClosure, &RE::GetOnChangingFilesClosure);
 }
 
 TEST(Notifications, CallTheFunctionOrElseTheClosure) {

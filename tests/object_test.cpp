@@ -34,17 +34,12 @@ const std::vector<std::function<void(RE&)>> kSettings = {
 
 TEST(Object, StartsAsTold) {
   RE re;
-  const auto text = [](const RE& r) {
-    return r.GetExpression() + r.GetStringToMatch() + r.GetFilesToMatch() + r.GetFormatString() +
-           r.GetSaveExtension();
-  };
-  EXPECT_EQ(text(re), "");
+  EXPECT_EQ(re.GetExpression() + re.GetStringToMatch() + re.GetFilesToMatch() +
+                re.GetFormatString() + re.GetSaveExtension(),
+            "");
   EXPECT_FALSE(re.GetDirectoryRecursion() || re.GetMergeCopy() || re.GetMergeOnlyFirst() ||
-               re.GetSplitInputDelete());
-  EXPECT_TRUE(re.GetContinueFiles());
-  EXPECT_EQ(re.GetMaximumSplits(), 0u);
-  EXPECT_EQ(re.GetFormatType(), RE::FormatAll);
-  EXPECT_EQ(re.GetLocaleModel(), RE::CppLocale);
+               re.GetSplitInputDelete() || !re.GetContinueFiles() || re.GetMaximumSplits() != 0);
+  EXPECT_EQ(re.GetFormatType() + re.GetLocaleModel(), RE::FormatAll + RE::CppLocale);
   EXPECT_EQ(re.ParseExpression(), RE::NoExpression);
   EXPECT_EQ(re.GetExpressionError(), "Empty expression");
 }
@@ -71,16 +66,10 @@ TEST(Object, ComparesAndCopiesEverySetting) {
   }
 }
 
-/// Records whom it notifies.
-struct Listener {
-  static RE*& Last() {
-    static RE* last = nullptr;
-    return last;
-  }
-  static void OnMatch(RE* object, const std::vector<REMatch>&, unsigned int, unsigned int) {
-    Last() = object;
-  }
-};
+RE* notified = nullptr;
+void Notify(RE* object, const std::vector<REMatch>&, unsigned int, unsigned int) {
+  notified = object;
+}
 
 TEST(Object, CopiesNotificationsButNoLocaleAndNoCompiledExpression) {
   class Yes : public std::numpunct<char> {
@@ -89,7 +78,7 @@ TEST(Object, CopiesNotificationsButNoLocaleAndNoCompiledExpression) {
   const std::locale mine(std::locale::classic(), new Yes);
   RE source = Make("(a)", "a");
   source.SetLocale(mine);
-  source.SetOnSearching(&Listener::OnMatch);
+  source.SetOnSearching(&Notify);
   EXPECT_EQ(source.NumberOfSubexpressions(), 1u);
 
   RE copy(source);
@@ -103,14 +92,14 @@ TEST(Object, CopiesNotificationsButNoLocaleAndNoCompiledExpression) {
   for (RE* const re : {&copy, &target}) {
     EXPECT_EQ(std::as_const(*re).NumberOfSubexpressions(), 0u);
     EXPECT_TRUE(re->Search());
-    EXPECT_EQ(Listener::Last(), re);
+    EXPECT_EQ(notified, re);
     EXPECT_EQ(std::as_const(*re).NumberOfSubexpressions(), 1u);
   }
   RE& alias = target;
   target = alias;  // and keeps its compiled expression
   EXPECT_EQ(std::as_const(target).NumberOfSubexpressions(), 1u);
   copy.SetOnSearching(nullptr);
-  EXPECT_EQ(target.GetOnSearching(), &Listener::OnMatch);
+  EXPECT_EQ(target.GetOnSearching(), &Notify);
 }
 
 // ------------------------------------------------------------------------------- compilation
@@ -166,42 +155,36 @@ TEST(Compilation, GivesTheCodeOfEveryErrorInBothSyntaxes) {
         EXPECT_EQ(re.ParseExpression(), c.code) << text;
         EXPECT_EQ(re.GetExpressionError().empty(), c.code == RE::NoError) << text;
         EXPECT_EQ(re.NumberOfSubexpressions(), 0u) << text;
-        EXPECT_EQ(re.Match() || re.Search(), c.code == RE::NoError && false) << text;
+        EXPECT_FALSE(re.Match() || re.Search()) << text;
       }
     }
   }
   // The text told is the engine's for the code that is told.
-  EXPECT_EQ(Make("[b-a]", "").GetExpressionError(), "");
   RE range = Make("[b-a]", "");
   range.ParseExpression();
   EXPECT_EQ(range.GetExpressionError().rfind("Invalid range end", 0), 0u);
 }
 
 TEST(Compilation, RemembersTheOutcomeUntilSomethingThatMattersChanges) {
-  // Under CLocale a class is what the C library says at the moment of the compile, so that a
-  // compile that shouldn't happen would go unnoticed; the compiled program's address wouldn't. What
-  // can be seen from outside: the outcome is kept although the text that gave it is gone.
-  using Change = std::function<void(RE&)>;
-  const auto number = [](const RE& re) { return re.NumberOfSubexpressions(); };
-  const std::pair<bool, Change> changes[] = {
-      {true, [](RE& re) { re.SetExpression("((a))"); }},
-      {false, [](RE& re) { re.SetExpression("(a)"); }},
-      {true, [](RE& re) { re.AddExpressionOption(RE::Icase); }},
-      {false, [](RE& re) { re.AddExpressionOption(RE::NormalSyntax); }},
-      {true, [](RE& re) { re.AddExpressionOption(RE::PerlSyntax); }},
-      {true, [](RE& re) { re.DeleteExpressionOption(RE::NoCollate); }},
-      {false, [](RE& re) { re.DeleteExpressionOption(RE::Icase); }},
-      {true, [](RE& re) { re.ClearExpressionOptions(); }},
-      {true, [](RE& re) { re.SetLocale(re.GetLocale()); }},
-      {false, [](RE& re) { re.SetStringToMatch("b"); }},
-      {false, [](RE& re) { re.AddMatchOption(RE::MatchAny), re.ClearMatchOptions(); }},
-      {false, [](RE& re) { re.SetLocaleModel(RE::CLocale), re.SetLocaleModel(RE::CppLocale); }},
+  // A change, and whether it marks the record not parsed, so that no groups are known any more.
+  const std::pair<std::function<void(RE&)>, bool> changes[] = {
+      {[](RE& re) { re.SetExpression("((a))"); }, true},
+      {[](RE& re) { re.SetExpression("(a)"); }, false},
+      {[](RE& re) { re.AddExpressionOption(RE::Icase); }, true},
+      {[](RE& re) { re.AddExpressionOption(RE::NormalSyntax); }, false},
+      {[](RE& re) { re.AddExpressionOption(RE::PerlSyntax); }, true},
+      {[](RE& re) { re.DeleteExpressionOption(RE::NoCollate); }, true},
+      {[](RE& re) { re.DeleteExpressionOption(RE::Icase); }, false},
+      {[](RE& re) { re.ClearExpressionOptions(); }, true},
+      {[](RE& re) { re.SetLocale(re.GetLocale()); }, true},
+      {[](RE& re) { re.SetStringToMatch("b"), re.ClearMatchOptions(); }, false},
+      {[](RE& re) { re.SetLocaleModel(RE::CLocale), re.SetLocaleModel(RE::CppLocale); }, false},
   };
-  for (std::size_t i = 0; i < std::size(changes); ++i) {
+  for (const auto& [change, marks] : changes) {
     RE re = Make("(a)", "a");
     re.ParseExpression();
-    changes[i].second(re);
-    EXPECT_EQ(number(re), changes[i].first ? 0u : 1u) << i;
+    change(re);
+    EXPECT_EQ(std::as_const(re).NumberOfSubexpressions(), marks ? 0u : 1u);
   }
 }
 
