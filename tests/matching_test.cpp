@@ -181,9 +181,8 @@ std::vector<Report> GrepByHand(const boost::regex& regex, const std::string& tex
 }
 
 TEST(Grep, WalksLikeASearchForEachMatch) {
-  const int cases = test::Cases(20000);
   Random random(3);
-  for (int i = 0; i < cases; ++i) {
+  for (int i = 0; i < Cases(20000); ++i) {
     const std::string expression = random.Expression();
     const std::string text = random.Text("ab\n", 9);
     RE re = Make(expression, text);
