@@ -30,6 +30,7 @@
 #define REGEXCLASS_REGULAREXPRESSION_HPP
 
 #include <cstdint>
+#include <iosfwd>
 #include <locale>
 #include <memory>
 #include <regexclass_export.h>
@@ -399,8 +400,45 @@ class REGEXCLASS_EXPORT RegularExpression {
   FileMatchClosure GetOnChangingFilesClosure() const;
 
  private:
+  friend REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, RegularExpression& object);
+  friend REGEXCLASS_EXPORT std::istream& operator>>(std::istream& in, RegularExpression& object);
+
   const std::unique_ptr<ExpressionState> state;
 };
+
+// ---------------------------------------------------------------------- settings on a stream
+//
+// A record is text that carries exactly what operator== compares: numbers with a blank between
+// each two, then each string as its length in bytes and its bytes as they are. It begins with the
+// version of the format, 2, and has no end mark. docs/stream-format.md has the whole of it.
+//
+// Open a file in binary mode, since a translation of line ends makes the lengths wrong. Numbers
+// obey the flags and the locale of the stream, so that it is to be read as it was written: a stream
+// with its default flags can be read anywhere. Neither operator seeks, flushes or closes, and
+// neither compiles.
+
+/// Writes the object's settings as one record, of version 2; the stream's state is all that tells
+/// of a failure. Whoever writes anything behind a record puts white space between the two. Of the
+/// maximum number of splits the low 32 bits travel. A string of 4 GiB or more sets failbit and ends
+/// the writing.
+REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, RegularExpression& object);
+
+/// Reads one record, of version 1 or 2, into the object, and leaves what follows it in the stream.
+/// Version 1 has fewer settings; the object keeps the others. Every value is stored as it is read,
+/// with no rule applied to the option sets, and also during a run; a string ends at its first zero
+/// byte. The object compiles afresh at its next operation. It keeps its std::locale, its
+/// notifications and the results of its operations.
+///
+/// White space before a number is skipped by the stream, which has to have skipws set. A failure
+/// is told by failbit or badbit, and by an exception only if the stream's exception mask asks for
+/// it; eofbit alone is none, since a record may end with the stream. The object then has:
+/// - all its settings as they were, when no version can be read or the version is above 2 (failbit
+///   is set);
+/// - the settings read up to the failure, and behind it the old ones, when the record is damaged or
+///   cut off; the option set that was being read holds what was read of it. A length that the
+///   stream doesn't hold takes no more memory than a small multiple of what it does hold.
+/// A version of 0 or below is read and does nothing; the stream stays good.
+REGEXCLASS_EXPORT std::istream& operator>>(std::istream& in, RegularExpression& object);
 
 }  // namespace RegexClass
 
