@@ -426,8 +426,8 @@ REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, RegularExpression&
 /// Reads one record, of version 1 or 2, into the object, and leaves what follows it in the stream.
 /// Version 1 has fewer settings; the object keeps the others. Every value is stored as it is read,
 /// with no rule applied to the option sets, and also during a run; a string ends at its first zero
-/// byte. The object compiles afresh at its next operation. It keeps its std::locale, its
-/// notifications and the results of its operations.
+/// byte. The object compiles afresh at its next operation. It keeps its std::locale and its
+/// notifications.
 ///
 /// White space before a number is skipped by the stream, which has to have skipws set. A failure
 /// is told by failbit or badbit, and by an exception only if the stream's exception mask asks for

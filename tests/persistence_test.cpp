@@ -373,20 +373,31 @@ TEST(Stream, ReadsDuringARun) {
   Model model;
   model.plain[7] = RE::CLocale;
   model.texts[0] = "(new)";
-  RE re = Make("o(l)d", "an old text");
-  int reports = 0;
-  re.SetOnSearchingClosure(
-      [&](RE* object, const std::vector<REMatch>& matches, unsigned, unsigned) {
-        ++reports;
-        std::istringstream in(Record(model));
-        in >> *object;
-        EXPECT_EQ(matches[0].text, "old");
-      });
-  EXPECT_TRUE(re.Search());
-  EXPECT_EQ(reports, 1);
-  EXPECT_EQ(Written(re), Record(model));
-  EXPECT_EQ(re.NumberOfSubexpressions(), 1U);
-  EXPECT_TRUE(static_cast<bool>(re.GetOnSearchingClosure()));
+  model.texts[1] = std::string(100, 'n');
+  model.texts[3] = "<$&>";
+  for (const bool walk : {false, true}) {
+    RE re = Make("o(l)d", "an old text, as old as anything that is old");
+    unsigned int reports = 0;
+    const auto report = [&](RE* object, const std::vector<REMatch>& matches) {
+      ++reports;
+      std::istringstream in(Record(model));
+      in >> *object;
+      EXPECT_EQ(matches[0].text, "old");
+      std::string formatted;
+      object->Format(formatted);
+      EXPECT_EQ(formatted, walk ? "<old>" : "");  // a walk goes on with the string it has
+    };
+    re.SetOnSearchingClosure([&](RE* object, const std::vector<REMatch>& matches, auto, auto) {
+      report(object, matches);
+    });
+    re.SetOnGreppingClosure([&](RE* object, const std::vector<REMatch>& matches, auto, auto,
+                                bool&) { report(object, matches); });
+    EXPECT_EQ(walk ? re.Grep() : re.Search(), walk ? 3U : 1U);
+    EXPECT_EQ(reports, walk ? 3U : 1U);
+    EXPECT_EQ(Written(re), Record(model));
+    EXPECT_EQ(re.NumberOfSubexpressions(), 1U);
+    EXPECT_FALSE(re.GetOnSearchingClosure().empty());
+  }
 }
 
 }  // namespace

@@ -150,6 +150,7 @@ std::istream& operator>>(std::istream& in, RegularExpression& object) {
   if (version < 1) return in;
 
   object.state->MarkNotParsed();
+  object.state->ReleaseResults();  // they point into the string to match
   try {
     TransferSettings(object.state->settings, version, Reader(in));
   } catch (const std::bad_alloc&) {
