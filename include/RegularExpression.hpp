@@ -24,6 +24,8 @@
 //   (out of memory), what a notification throws, and what the engine throws when it gives up on a
 //   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
 //   needs too much memory. The object is then fit for the next operation.
+// - One search takes up to 512 MiB for the ways that it may have to come back to, where an
+//   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
 // - One object is for one thread at a time. Different objects may run on different threads. A
 //   notification runs on the thread that called the operation, before the operation returns.
 #ifndef REGEXCLASS_REGULAREXPRESSION_HPP
@@ -149,6 +151,20 @@ class REGEXCLASS_EXPORT RegularExpression {
     LocaleDllFailure = 20,  ///< The message catalogue or a facet of the locale failed.
   };
 
+  /// What a search through files failed at. The numbers are fixed.
+  enum SearchProblemKind : std::uint32_t {
+    FileNotOpened = 0,    ///< The file or directory can't be opened.
+    FileNotRead = 1,      ///< The file or directory can't be read to its end.
+    FileNotSearched = 2,  ///< The engine gave up on the file, or the file is too large.
+  };
+
+  /// One file, or directory, that GrepFiles or FindFiles failed on.
+  struct FileSearchProblem {
+    std::string file;  ///< As a notification would get it.
+    SearchProblemKind kind = FileNotOpened;
+    std::uint32_t code = 0;  ///< The system's number of the error (errno); 0 where there is none.
+  };
+
   // ------------------------------------------------------------------- construction and value
 
   RegularExpression();
@@ -175,11 +191,27 @@ class REGEXCLASS_EXPORT RegularExpression {
   std::string GetStringToMatch() const;
   void SetStringToMatch(const std::string& text);
 
-  /// The pattern of the files that the operations on files work on.
+  /// The pattern of the files that the operations on files work on; empty, the start value, for
+  /// none. It ends at its first zero byte.
+  ///
+  /// A pattern is a path, relative to the current directory or not. `*`, `?` and bracket sets such
+  /// as [a-z] in its components stand for names by the rules of fnmatch(3), under the C library's
+  /// current locale; a dot at the start of a name is matched by a dot alone. A backslash takes the
+  /// meaning from the character behind it. Several patterns stand in one text with `;` between
+  /// them, and a `;` of a name is written `\;`.
+  ///
+  /// Files come pattern by pattern, and for each in the byte order of their names, a directory's
+  /// own files before those below it. They are named as the pattern leads to them. A file that is
+  /// reached again, through another pattern or a link, isn't visited again; two hard links are two
+  /// files.
+  ///
+  /// Only regular files are visited, and links to them. Directories, pipes, devices and links that
+  /// lead nowhere are passed over and are no problem; neither is a pattern that selects nothing.
   std::string GetFilesToMatch() const;
   void SetFilesToMatch(const std::string& pattern);
 
-  /// Whether a file pattern is also applied in every directory below its own. Starts false.
+  /// Whether the last component of a file pattern is also applied in every directory below its
+  /// own, hidden ones included. Links to directories are not followed then. Starts false.
   bool GetDirectoryRecursion() const;
   void SetDirectoryRecursion(bool recursion);
 
@@ -324,6 +356,43 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
   /// again goes on behind it. On failure there are no pieces, and the string stays as it is.
   unsigned int Split(std::vector<std::string>& pieces);
+
+  // -------------------------------------------------------------------- operations on files
+  //
+  // These visit each file that the file pattern selects, in order, and search its bytes. The
+  // expression is read in the Perl syntax whatever the syntax of the object; of the expression
+  // options only Icase counts, of the match options all but MatchPartial. Classes and case come
+  // from the locale model, for CppLocale from the global std::locale and not that of SetLocale.
+  //
+  // With an empty expression or file pattern, or an expression that is no good in the Perl syntax,
+  // nothing is visited and the result is 0. The expression is also parsed as the object has it,
+  // for GetExpressionError(), which changes nothing in the operation.
+  //
+  // A file is read whole into memory, up to its end whatever size it tells, and is closed again
+  // before the first report of it. One of more than 2147483647 bytes isn't searched, since
+  // positions couldn't tell where a match is: FileNotSearched, with the code EFBIG. Neither is the
+  // rest of a file on which the engine gives up: FileNotSearched, with the code 0. What was
+  // reported of it up to there stays reported and counted.
+  //
+  // With GetContinueFiles() false, the walk ends at the first problem; else it never ends early.
+  // A notification can't end it, but by throwing: the exception passes to the caller, with the
+  // list of problems left empty. A notification may start operations on files, on any object, and
+  // change any setting, which has no effect on the running walk; the subscriber, though, is looked
+  // up at each report.
+
+  /// Raises OnGreppingFiles for each match in each file, and gives the number of matches. A match
+  /// for which the notification answers false is the last one of its file, and counts.
+  unsigned int GrepFiles();
+
+  /// Raises OnFindFiles for each file in which there is a match, and gives the number of files.
+  /// Stops searching a file at its first match.
+  unsigned int FindFiles();
+
+  /// What the latest GrepFiles or FindFiles failed on, in the order of the walk; null when there
+  /// was nothing. Valid until that operation is called again or the object ends; a copy starts
+  /// without.
+  const std::vector<FileSearchProblem>* GetGrepFilesErrors() const;
+  const std::vector<FileSearchProblem>* GetFindFilesErrors() const;
 
   // ---------------------------------------------------------------------------- notifications
   //

@@ -31,6 +31,14 @@ boost::regex_error Told(const boost::regex_error& error, const std::string& text
   return boost::regex_error(message, constants::error_range, error.position());
 }
 
+/// Gives up on a match that ends before it begins, which \K in a look-ahead can bring about. The
+/// engine would find it for ever.
+void RequireProgress(const boost::cmatch& results) {
+  if (results[0].second < results[0].first) {
+    throw boost::regex_error(constants::error_complexity);
+  }
+}
+
 }  // namespace
 
 template <class Traits>
@@ -62,7 +70,9 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
 template <class Traits>
 bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
                                 Flags flags) const {
-  return boost::regex_search(first, last, results, regex_, flags);
+  const bool found = boost::regex_search(first, last, results, regex_, flags);
+  if (found) RequireProgress(results);
+  return found;
 }
 
 template <class Traits>
@@ -74,8 +84,12 @@ bool Expression<Traits>::MatchWhole(const char* first, const char* last, boost::
 template <class Traits>
 unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags flags,
                                       const Report& report) const {
-  return boost::regex_grep([&report](const boost::cmatch& results) { return report(results); },
-                           first, last, regex_, flags);
+  return boost::regex_grep(
+      [&report](const boost::cmatch& results) {
+        RequireProgress(results);
+        return report(results);
+      },
+      first, last, regex_, flags);
 }
 
 template <class Traits>
@@ -85,6 +99,7 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
   const bool all = (flags & boost::format_first_only) == 0;
   boost::regex_grep(
       [&](const boost::cmatch& results) {
+        RequireProgress(results);
         if (copy) out.append(first, results[0].first);
         results.format(std::back_inserter(out), format, flags, regex_);
         first = results[0].second;

@@ -2,6 +2,8 @@
 
 #include <tuple>
 
+#include "module/ThreadRecord.hpp"
+
 namespace RegexClass {
 
 bool Settings::operator==(const Settings& other) const {
@@ -43,7 +45,7 @@ RegularExpression::RegularExpression() : state(std::make_unique<ExpressionState>
 RegularExpression::RegularExpression(const RegularExpression& source)
     : state(std::make_unique<ExpressionState>(this, *source.state)) {}
 
-RegularExpression::~RegularExpression() = default;
+RegularExpression::~RegularExpression() { ThreadRecord::Release(); }
 
 RegularExpression& RegularExpression::operator=(const RegularExpression& source) {
   *state = *source.state;

@@ -95,6 +95,10 @@ class ExpressionState {
   /// To be called before the string to match changes, too: `results` point into it.
   void ReleaseResults() { results.reset(); }
 
+  // Files.
+  unsigned int GrepFiles();
+  unsigned int FindFiles();
+
   RegularExpression* const owner;
   Settings settings;
   CatalogueTexts texts;
@@ -112,6 +116,9 @@ class ExpressionState {
 
   std::unique_ptr<boost::cmatch> results;         // of a running Match, MatchAll or Search
   const boost::cmatch* currentResults = nullptr;  // of the match that a walk is reporting
+  std::vector<RegularExpression::FileSearchProblem> grepFilesErrors;
+  std::vector<RegularExpression::FileSearchProblem> findFilesErrors;
+
   bool busy = false;  // the engine runs for an operation that raises notifications
 
  private:

@@ -1,0 +1,29 @@
+// From file patterns to files.
+#ifndef REGEXCLASS_FILES_FILESELECTION_HPP
+#define REGEXCLASS_FILES_FILESELECTION_HPP
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace RegexClass {
+
+/// Who is told what a pattern selects. Each answers whether to go on; with the first false the
+/// selection ends.
+struct FileVisitor {
+  /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file.
+  std::function<bool(const std::string& file)> file;
+  /// A directory whose names can't be told: because it can't be opened, or can't be read to its
+  /// end. `error` is the system's number.
+  std::function<bool(const std::string& directory, bool opened, int error)> failure;
+};
+
+/// Visits what `patterns` selects, by the rules that RegularExpression::SetFilesToMatch tells.
+///
+/// The names of a directory are taken before the first of its files is visited, so that files that
+/// a visitor makes there don't matter.
+void SelectFiles(std::string_view patterns, bool recursion, const FileVisitor& visitor);
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_FILES_FILESELECTION_HPP

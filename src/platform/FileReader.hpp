@@ -1,0 +1,47 @@
+// Reading files whole.
+#ifndef REGEXCLASS_PLATFORM_FILEREADER_HPP
+#define REGEXCLASS_PLATFORM_FILEREADER_HPP
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+namespace RegexClass::platform {
+
+/// Reads one file after the other into the same memory. Files are read, never mapped: one that
+/// changes while it is read gives a mixture of its bytes at worst.
+class FileReader {
+ public:
+  enum class Outcome {
+    kRead,       // Text() has the file
+    kNotAFile,   // there is no regular file of this name; nothing was opened
+    kNotOpened,  // Error() says why
+    kNotRead,    // Error() says why
+    kTooLarge,   // the file has more bytes than the reader takes
+  };
+
+  /// A reader of files of up to `largest` bytes.
+  explicit FileReader(std::size_t largest) : largest_(largest) {}
+
+  /// Reads the regular file `name`, or the one that a link of this name leads to, to its end,
+  /// whatever size it tells. Anything else of this name is left alone; a pipe or a device is
+  /// never opened. The file is closed again when this returns.
+  Outcome Read(const char* name);
+
+  /// What the last successful Read() has read; valid until the next one.
+  std::string_view Text() const { return {buffer_.data(), size_}; }
+  /// The system's number for the last failure.
+  int Error() const { return error_; }
+
+ private:
+  Outcome Failed(Outcome outcome);
+
+  const std::size_t largest_;
+  std::vector<char> buffer_;  // as large as the largest file so far
+  std::size_t size_ = 0;
+  int error_ = 0;
+};
+
+}  // namespace RegexClass::platform
+
+#endif  // REGEXCLASS_PLATFORM_FILEREADER_HPP

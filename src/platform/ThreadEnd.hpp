@@ -1,0 +1,32 @@
+// A call at the end of a thread.
+#ifndef REGEXCLASS_PLATFORM_THREADEND_HPP
+#define REGEXCLASS_PLATFORM_THREADEND_HPP
+
+#include <memory>
+
+namespace RegexClass::platform {
+
+/// Calls a function at the end of each thread that asked for it.
+///
+/// A thread_local object with a destructor would do the same, but keeps the library in the process
+/// until each such thread has ended, whatever the application says. With this one the library can
+/// be unloaded any time: from then on nothing is called.
+class ThreadEnd {
+ public:
+  explicit ThreadEnd(void (*function)());
+  ThreadEnd(const ThreadEnd&) = delete;
+  ThreadEnd& operator=(const ThreadEnd&) = delete;
+  ~ThreadEnd();
+
+  /// Has the function called when the calling thread ends; once, however often this is called. The
+  /// main thread's end is the process's, for which nothing is called.
+  void Arm();
+
+ private:
+  struct Key;
+  const std::unique_ptr<Key> key_;
+};
+
+}  // namespace RegexClass::platform
+
+#endif  // REGEXCLASS_PLATFORM_THREADEND_HPP
