@@ -63,7 +63,7 @@ FileReader::Outcome FileReader::Read(const char* name) {
   // The size is a hint: it is 0 for files that the system makes up, and it may change.
   const auto told = static_cast<std::size_t>(status.st_size);
   if (told > largest_) return Outcome::kTooLarge;
-  static constexpr std::size_t kAtLeast = 64 * 1024;
+  static constexpr std::size_t kAtLeast = 65536;
   std::size_t size = 0;
   for (;;) {
     if (size == buffer_.size() || buffer_.size() <= told) {
