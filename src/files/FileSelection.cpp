@@ -61,10 +61,12 @@ struct Entry {
     std::error_code ignored;
     return details.is_directory(ignored);
   }
-  fs::file_type Type() const {  // a link is a link
+  // These two need no call of the system where the directory tells types.
+  bool IsLink() const {
     std::error_code ignored;
-    return details.symlink_status(ignored).type();
+    return details.is_symlink(ignored);
   }
+  bool IsDirectory() const { return !IsLink() && LeadsToDirectory(); }
 };
 
 /// One selection. A directory is written as it stands before a name: empty or with a slash at its
@@ -110,12 +112,10 @@ class Selection {
       const std::string real = RealName(directory) + '/';
       for (const Entry& entry : entries) {
         const std::string file = directory + entry.name;
-        const fs::file_type type = entry.Type();
-        if (type == fs::file_type::directory) {
+        if (entry.IsDirectory()) {
           if (recursion_) below.push_back(file + '/');
         } else if (platform::NameMatches(last, entry.name)) {
-          const bool isLink = type == fs::file_type::symlink;
-          if (!Visit(file, isLink ? RealName(file) : real + entry.name)) return false;
+          if (!Visit(file, entry.IsLink() ? RealName(file) : real + entry.name)) return false;
         }
       }
     }
