@@ -165,6 +165,35 @@ class REGEXCLASS_EXPORT RegularExpression {
     std::uint32_t code = 0;  ///< The system's number of the error (errno); 0 where there is none.
   };
 
+  /// What failed while ChangeFiles rewrote a file. The numbers are fixed.
+  enum ChangeProblemKind : std::uint32_t {
+    OpenFileFailed = 0,         ///< The file can't be opened for reading, or is locked by a writer.
+    CreateTemporaryFailed = 1,  ///< No temporary file could be made; `file` is "NoName".
+    ReadFileFailed = 2,        ///< A read failed, or the file has become too short for its matches;
+                               ///< `position` is the offset that was reached.
+    WriteTemporaryFailed = 3,  ///< A write to the temporary file failed: `file` is its name and
+                               ///< `position` the offset that was reached in it.
+    TextChanged = 4,           ///< At `position` the file no longer has the match `text`.
+    SaveCopyFailed = 5,        ///< The saved copy can't be written; `file` is its name.
+    ReplaceFileFailed = 6,     ///< The new content can't be written over the file, because it is
+                               ///< locked by a reader or for want of permission or space.
+    RestoreAttributesFailed = 7,  ///< The file has been changed, but its mode couldn't be put back.
+  };
+
+  /// What ChangeFiles failed at in one file. Unless the kind is RestoreAttributesFailed, the file
+  /// has the content that it had before: space is reserved before the first byte is written over,
+  /// and when the device fails behind that, the old content is put back. A device that doesn't
+  /// take that either, and a process that is killed in these moments, can leave a mixture; then
+  /// the saved copy is what remains.
+  struct FileChangeProblem {
+    std::string file;  ///< The file in hand, unless the kind says otherwise.
+    ChangeProblemKind kind = OpenFileFailed;
+    std::uint32_t position = 0;   ///< Offset in bytes (its low 32 bits); 0 where the kind has none.
+    std::string text;             ///< The match, for TextChanged; else empty.
+    std::uint32_t lastError = 0;  ///< The system's error number (errno); 0 for TextChanged and for
+                                  ///< a file that ended too early.
+  };
+
   // ------------------------------------------------------------------- construction and value
 
   RegularExpression();
