@@ -248,8 +248,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   bool GetContinueFiles() const;
   void SetContinueFiles(bool continueFiles);
 
-  /// The extension, without its dot, of the copy that is kept of each changed file; empty for
-  /// none.
+  /// The extension, without its dot, of the copy that ChangeFiles keeps of each changed file;
+  /// empty, the start value, for none.
   std::string GetSaveExtension() const;
   void SetSaveExtension(const std::string& extension);
 
@@ -422,6 +422,46 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// without.
   const std::vector<FileSearchProblem>* GetGrepFilesErrors() const;
   const std::vector<FileSearchProblem>* GetFindFilesErrors() const;
+
+  /// Replaces the matches in each file, and gives the number of matches replaced in files that
+  /// have been rewritten.
+  ///
+  /// For each match OnChangingFiles is raised, with the file as it is before any of its changes; a
+  /// notification that answers false leaves this match and the rest of the file as they are. The
+  /// replacement is what the format string makes of the match, in the syntax of FormatAll whatever
+  /// the format type; an empty format string deletes. It is made by the expression as the object
+  /// has it, options included, from the matched text alone: an expression that asks for something
+  /// beside its match (\b at its edge, (?=x) behind it) may find nothing in there, and the match
+  /// is then replaced by itself.
+  ///
+  /// A file is rewritten when the next one has its first match, the last one when the walk is
+  /// over. It keeps its links, owner, mode and extended attributes; of a link, the file behind it
+  /// is changed. A file without a match isn't touched. With a save extension, the old content is
+  /// copied to the file's name with that extension in place of what stands behind its last dot
+  /// (with the dot searched for in the whole path, and appended when there is none), over what has
+  /// that name; a copy that is made anew gets the permissions of the file. Files that have the
+  /// save extension already, in upper or lower case, and files that no one has the permission to
+  /// write to are passed over.
+  ///
+  /// What fails in one file is a FileChangeProblem; the file then keeps its old content. With
+  /// GetContinueFiles() false, nothing more is changed from then on. Files that can't be read in
+  /// the walk are passed over. When a notification throws, the exception passes to the caller,
+  /// the file in hand stays as it was, and those before it stay changed. An object whose
+  /// expression is good in the Perl syntax but not in its own throws boost::regex_error, and no
+  /// file is visited.
+  ///
+  /// No more of a file is in memory while it is rewritten than the stretch between two matches,
+  /// and its matches with their replacements. Beside it a temporary file needs its space, in /tmp
+  /// or where TMPDIR says; what is written isn't forced to the device. Programs that lock files
+  /// are kept from writing to one that is being read, and from reading one that is written to.
+  ///
+  /// A notification may call ChangeFiles again, also on this object. Such a run works for itself;
+  /// its problems go to the end of the list of the outermost run.
+  unsigned int ChangeFiles();
+
+  /// What the latest ChangeFiles failed at, oldest first; null when there was nothing. Valid until
+  /// that operation is called again or the object ends; a copy starts without.
+  const std::vector<FileChangeProblem>* GetChangeFilesErrors() const;
 
   // ---------------------------------------------------------------------------- notifications
   //

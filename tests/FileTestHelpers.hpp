@@ -16,8 +16,9 @@ namespace RegexClass::test {
 /// A fresh directory, removed with all that is in it.
 class ScratchDirectory {
  public:
-  ScratchDirectory() {
-    std::string name = std::filesystem::temp_directory_path() / "regexclass-test-XXXXXX";
+  explicit ScratchDirectory(
+      const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+    std::string name = parent / "regexclass-test-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory for the test");
     path_ = name;
   }

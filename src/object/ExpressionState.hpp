@@ -16,6 +16,8 @@
 
 namespace RegexClass {
 
+struct ChangeRun;
+
 /// What an object is set up to do: all that is compared, and all that a copy takes over beside
 /// the notifications and the catalogue's texts.
 struct Settings {
@@ -98,6 +100,7 @@ class ExpressionState {
   // Files.
   unsigned int GrepFiles();
   unsigned int FindFiles();
+  unsigned int ChangeFiles();
 
   RegularExpression* const owner;
   Settings settings;
@@ -118,6 +121,8 @@ class ExpressionState {
   const boost::cmatch* currentResults = nullptr;  // of the match that a walk is reporting
   std::vector<RegularExpression::FileSearchProblem> grepFilesErrors;
   std::vector<RegularExpression::FileSearchProblem> findFilesErrors;
+  std::vector<RegularExpression::FileChangeProblem> changeFilesErrors;
+  ChangeRun* changeRun = nullptr;  // the innermost run of ChangeFiles
 
   bool busy = false;  // the engine runs for an operation that raises notifications
 

@@ -47,10 +47,17 @@ Error Transfer(std::size_t size, std::size_t& done, Step step) {
 
 class PosixFile final : public File {
  public:
-  explicit PosixFile(int descriptor) : descriptor_(descriptor) {}
+  PosixFile() = default;
   PosixFile(const PosixFile&) = delete;
   PosixFile& operator=(const PosixFile&) = delete;
   ~PosixFile() override { Close(); }
+
+  /// Takes over the descriptor that a call has just given, or gives the error of that call. The
+  /// object comes before the call, so that nothing can go wrong between the two.
+  Error Own(int descriptor) {
+    descriptor_ = descriptor;
+    return Outcome(descriptor);
+  }
 
   Error Read(char* buffer, std::size_t size, std::size_t& count) override {
     return Transfer(size, count, [&](std::size_t offset, std::size_t rest) {
@@ -106,23 +113,23 @@ class PosixFile final : public File {
   int Descriptor() const { return descriptor_; }
 
  private:
-  int descriptor_;
+  int descriptor_ = -1;
 };
 
 /// Opens `name`, which must be a regular file, and locks it. A name that stands for a device or a
 /// pipe fails without waiting for its other end.
 Error OpenLocked(const std::string& name, int flags, int lock, std::unique_ptr<PosixFile>& file) {
-  const int descriptor = Uninterrupted([&] {
+  auto opened = std::make_unique<PosixFile>();
+  const Error error = opened->Own(Uninterrupted([&] {
     return open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, S_IRUSR | S_IWUSR);
-  });
-  if (descriptor == -1) return errno;
-  auto opened = std::make_unique<PosixFile>(descriptor);
+  }));
+  if (error != 0) return error;
   struct stat status = {};
-  if (fstat(descriptor, &status) == -1) return errno;
+  if (fstat(opened->Descriptor(), &status) == -1) return errno;
   if (S_ISDIR(status.st_mode)) return EISDIR;
   if (!S_ISREG(status.st_mode)) return EINVAL;
   // A file system without locks isn't a reason to refuse.
-  if (flock(descriptor, lock | LOCK_NB) == -1 && errno == EWOULDBLOCK) return errno;
+  if (flock(opened->Descriptor(), lock | LOCK_NB) == -1 && errno == EWOULDBLOCK) return errno;
   file = std::move(opened);
   return 0;
 }
@@ -193,10 +200,10 @@ class PosixFileServices final : public FileServices {
     if (directory.empty()) return ENOENT;
     std::string name =
         directory + (naming == TemporaryNaming::kSystemDirectory ? "/fileXXXXXX" : "/RegexXXXXXX");
-    const int descriptor = mkostemp(name.data(), O_CLOEXEC);  // a new file, for its owner alone
-    if (descriptor == -1) return errno;
-    auto file = std::make_unique<PosixFile>(descriptor);
-    // Without a name nobody else comes to it, and it ends with its descriptor.
+    auto file = std::make_unique<PosixFile>();
+    // A new file, for its owner alone. Without a name nobody else comes to it, and it ends with
+    // its descriptor.
+    if (const Error error = file->Own(mkostemp(name.data(), O_CLOEXEC))) return error;
     if (unlink(name.c_str()) == -1) return errno;
     temporary.file = std::move(file);
     temporary.name = std::move(name);
