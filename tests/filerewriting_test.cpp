@@ -38,7 +38,7 @@ using test::ScratchDirectory;
 using test::WriteFile;
 using Problems = std::vector<RE::FileChangeProblem>;
 
-/// What ApplyPendingChanges is to make of `content`, said in one line of strings.
+/// What ApplyPendingChanges is to make of `content`, by the simplest means.
 std::string Changed(const std::string& content, const PendingChanges& changes) {
   std::string result = content;
   for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
@@ -389,15 +389,6 @@ TEST(Rewriting, KeepsWritersOutWhileItReads) {
   Problems problems;
   EXPECT_EQ(1U, ApplyPendingChanges(services, file, {{0, "one", "1"}}, "", problems));
   EXPECT_EQ("1 two", ReadFile(file));
-}
-
-TEST(Rewriting, KeepsEditsBetweenTheMatches) {
-  const ScratchDirectory scratch;
-  WriteFile(scratch / "file", "one TWO three and more");
-  Problems problems;
-  EXPECT_EQ(2U, ApplyPendingChanges(FileServices::System(), scratch / "file",
-                                    {{0, "one", "1"}, {8, "three", "3"}}, "", problems));
-  EXPECT_EQ("1 TWO 3 and more", ReadFile(scratch / "file"));
 }
 
 }  // namespace
