@@ -83,6 +83,7 @@ TEST(ChangeFiles, MakesTheReplacementOfTheMatchAlone) {
       {"a\\b", "!", "a ab", "! ab", 1},
       {"\\bb|aa\\B", "!", "b aab", "! aab", 2},
       {"a", "aa", "aba", "aabaa", 2},
+      {R"((?<=\Kx)x)", "<$0>", "xxxx", "<xx>xx", 1},  // the second would overlap the first
   };
   for (const Case& row : cases) {
     SCOPED_TRACE(row.expression);

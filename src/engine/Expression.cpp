@@ -31,10 +31,11 @@ boost::regex_error Told(const boost::regex_error& error, const std::string& text
   return boost::regex_error(message, constants::error_range, error.position());
 }
 
-/// Gives up on a match that ends before it begins, which \K in a look-ahead can bring about. The
-/// engine would find it for ever.
-void RequireProgress(const boost::cmatch& results) {
-  if (results[0].second < results[0].first) {
+/// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
+/// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find
+/// the one for ever, and text of two matches can't be replaced twice.
+void RequireProgress(const boost::cmatch& results, const char* from) {
+  if (results[0].second < results[0].first || results[0].first < from) {
     throw boost::regex_error(constants::error_complexity);
   }
 }
@@ -71,7 +72,7 @@ template <class Traits>
 bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
                                 Flags flags) const {
   const bool found = boost::regex_search(first, last, results, regex_, flags);
-  if (found) RequireProgress(results);
+  if (found) RequireProgress(results, first);
   return found;
 }
 
@@ -85,8 +86,9 @@ template <class Traits>
 unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags flags,
                                       const Report& report) const {
   return boost::regex_grep(
-      [&report](const boost::cmatch& results) {
-        RequireProgress(results);
+      [&report, from = first](const boost::cmatch& results) mutable {
+        RequireProgress(results, from);
+        from = results[0].second;
         return report(results);
       },
       first, last, regex_, flags);
@@ -99,7 +101,7 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
   const bool all = (flags & boost::format_first_only) == 0;
   boost::regex_grep(
       [&](const boost::cmatch& results) {
-        RequireProgress(results);
+        RequireProgress(results, first);
         if (copy) out.append(first, results[0].first);
         results.format(std::back_inserter(out), format, flags, regex_);
         first = results[0].second;
