@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/Uninterrupted.hpp"
+
 namespace RegexClass::platform {
 namespace {
 
@@ -23,14 +25,6 @@ class Descriptor {
  private:
   const int number_;
 };
-
-/// Calls `call` until no signal gets in its way.
-template <class Call>
-auto Uninterrupted(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
 
 /// Whether the number says that the name leads nowhere: nothing there, a link to nothing or to
 /// itself, or a path through something that is no directory.

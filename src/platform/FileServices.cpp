@@ -11,6 +11,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include "platform/Uninterrupted.hpp"
+
 namespace RegexClass::platform {
 namespace {
 
@@ -23,14 +25,6 @@ constexpr const char* kCapability = "security.capability";
 
 /// The error of a call that gives -1 when it fails.
 Error Outcome(int result) { return result == -1 ? errno : 0; }
-
-/// Calls `call` until no signal interrupts it.
-template <class Call>
-auto Uninterrupted(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) result = call();
-  return result;
-}
 
 /// Repeats `step`, which transfers up to the given number of bytes at the given offset of the
 /// buffer, until `size` bytes are done, none come any more or it fails.
