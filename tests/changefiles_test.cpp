@@ -202,6 +202,7 @@ TEST(ChangeFiles, RunsInsideItself) {
     inner.Write("c", "p.px");
     inner.Write("d", "p");
     outer.OnMatch([&](const std::string& file, const auto& match, auto&&...) {
+      if (file == "a") outer.Write("a", "z");
       if (file != "b" || match[0].position != 1) return;
       RE settings = outer.re;
       running.SetOnChangingFilesClosure({});
@@ -211,8 +212,9 @@ TEST(ChangeFiles, RunsInsideItself) {
       EXPECT_EQ(3U, running.ChangeFiles());
       if (same) outer.re = settings;
     });
-    EXPECT_EQ(3U, outer.re.ChangeFiles());
-    EXPECT_EQ("y yy q.qx q", outer.Read("a") + ' ' + outer.Read("b") + ' ' + inner.Read("c") + ' ' +
+    EXPECT_EQ(2U, outer.re.ChangeFiles());
+    EXPECT_EQ(1U, outer.Problems());
+    EXPECT_EQ("z yy q.qx q", outer.Read("a") + ' ' + outer.Read("b") + ' ' + inner.Read("c") + ' ' +
                                  inner.Read("d"));
   }
 }
