@@ -122,8 +122,13 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Each model keeps a compiled expression of its own: a change of model loses nothing.
   enum LocaleModels : int {
     CppLocale = 0,  ///< The std::locale of SetLocale. The start value.
-    W32Locale = 1,  ///< The user's system locale: LC_ALL and its like in the environment.
-    CLocale = 2,    ///< The C library's current locale, as setlocale has left it.
+    W32Locale = 1,  ///< The user's system locale, from LC_ALL and its like in the environment, of
+                    ///< the moment when the object first compiles under this model; the classic
+                    ///< one when that isn't installed. The standard library has classes, case and
+                    ///< order for single bytes only, so that a letter that takes several is no
+                    ///< letter under any model.
+    CLocale = 2,    ///< The C library's current locale, as setlocale has left it; setlocale must
+                    ///< not be called while another thread compiles or matches under this model.
   };
 
   /// What came of a compile. The numbers are fixed.
@@ -148,7 +153,11 @@ class REGEXCLASS_EXPORT RegularExpression {
     EmptyPattern = 17,  ///< The engine found the expression, or a part of it, empty.
     OutOfMemory = 18,
     UnknownEngineError = 19,
-    LocaleDllFailure = 20,  ///< The message catalogue or a facet of the locale failed.
+    /// The message catalogue or a facet of the locale failed. Remembered like any failure, so that
+    /// nothing is tried again before a setting changes that makes the expression compile again.
+    /// GetExpressionError() has the text only on an object that hasn't compiled with success under
+    /// the model, or failed since.
+    LocaleDllFailure = 20,
   };
 
   /// What a search through files failed at. The numbers are fixed.
@@ -293,13 +302,42 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   // ----------------------------------------------------------------------------------- locale
 
+  /// CppLocale at the start.
   LocaleModels GetLocaleModel() const;
-  /// Has no effect while the object runs the engine (from a notification of a running walk).
+  /// Stores any value; one that is no model counts as CppLocale. Has no effect while the object
+  /// runs the engine (from a notification of a running walk).
   void SetLocaleModel(LocaleModels model);
 
   /// The locale of the model CppLocale; at the start, the global one of that moment.
   std::locale GetLocale() const;
+  /// Makes the model CppLocale compile again, under this locale, also when it is the one that is
+  /// already there. A facet of the locale that throws a std::runtime_error when the engine uses it
+  /// is a LocaleDllFailure.
   void SetLocale(const std::locale& locale);
+
+  /// The name of the message catalogue, empty at the start and for none: texts in the user's
+  /// language for the models CppLocale and W32Locale. CLocale uses none.
+  std::string GetLocaleDll() const;
+  /// Setting the name that is already there keeps the compiled expression; another one makes the
+  /// models CppLocale and W32Locale compile again. No file is touched before that.
+  ///
+  /// A catalogue is a file made with gencat; docs/catalogues.md tells what belongs in it. When the
+  /// part of `name` behind the last slash or backslash holds a dot, that file is the catalogue.
+  /// Else it is the first that loads of name.LlC, name.Ll and name.dll, where Ll are the first two
+  /// bytes of what the user's language is called in that language, and C is the first byte of what
+  /// the country is called: name.DeD and name.De for Deutsch and Deutschland. The user's language
+  /// is that of LC_ALL, LC_MESSAGES or LANG, the first that is set. A name without a slash is
+  /// looked for in the current directory, then along NLSPATH.
+  ///
+  /// That no catalogue loads is no error: the engine's own texts apply then. One that loads but
+  /// can't be read afterwards is a LocaleDllFailure.
+  ///
+  /// The catalogue of a model is in force for the whole process: the object that compiles brings
+  /// its own into force first. What is compiled keeps the texts that it was compiled with. The
+  /// library's own texts from a catalogue, such as the one for an empty expression, stay with the
+  /// object that has read them, also when the name is changed to one that doesn't load. An object
+  /// reads them when it brings a catalogue into force, not when it finds its own there already.
+  void SetLocaleDll(const std::string& name);
 
   // ------------------------------------------------------------------------------ option sets
 

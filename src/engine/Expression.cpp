@@ -45,23 +45,25 @@ void RequireProgress(const boost::cmatch& results, const char* from) {
 template <class Traits>
 void Expression<Traits>::Imbue(const typename Traits::locale_type& locale) {
   regex_.imbue(locale);
+  locale_ = locale;
 }
 
 template <class Traits>
 void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
   const Translation translation = Translate(text.c_str(), word);
+  if (!locale_) Imbue(Traits::DefaultLocale());
+  const auto& traits = regex_.get_traits();
   try {
     if (translation.error != constants::error_ok) {
-      throw boost::regex_error(
-          boost::regex_traits_wrapper<Traits>().error_string(translation.error), translation.error,
-          static_cast<std::ptrdiff_t>(translation.errorPosition));
+      throw boost::regex_error(traits.error_string(translation.error), translation.error,
+                               static_cast<std::ptrdiff_t>(translation.errorPosition));
     }
     regex_.assign(translation.text, translation.flags);
     failed_ = false;
     errorCode_ = 0;
+    groupCount_ = static_cast<unsigned int>(regex_.mark_count());
   } catch (const boost::regex_error& error) {
-    const boost::regex_error told =
-        Told(error, translation.text, boost::regex_traits_wrapper<Traits>());
+    const boost::regex_error told = Told(error, translation.text, traits);
     failed_ = true;
     errorCode_ = told.code();
     throw told;

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "engine/Traits.hpp"
@@ -27,16 +28,19 @@ class Expression {
   bool Failed() const { return failed_; }
   /// The engine's code of the last compile that reached it, 0 when that succeeded.
   int ErrorCode() const { return errorCode_; }
-  /// The number of marked groups. Only for an expression that compiled.
-  unsigned int GroupCount() const { return static_cast<unsigned int>(regex_.mark_count()); }
+  /// The number of marked groups as of the last compile that succeeded.
+  unsigned int GroupCount() const { return groupCount_; }
 
-  /// Gives the expression another locale, and drops what was compiled. Whatever a facet of the
-  /// locale throws leaves the expression as it was.
+  /// Gives the expression another locale, and drops the program; what the functions above tell
+  /// stays. Whatever a facet of the locale throws leaves everything as it was.
   void Imbue(const typename Traits::locale_type& locale);
+  /// What Imbue() gave, empty before it has.
+  const std::optional<typename Traits::locale_type>& Locale() const { return locale_; }
 
   /// Compiles `text`, up to its first zero byte, under a word of SyntaxBits. Throws
   /// boost::regex_error for an expression that is no good, and then Failed() holds; whatever else
-  /// is thrown leaves the expression as it was.
+  /// is thrown leaves everything as it was. What hasn't been imbued gets the
+  /// default of its model first.
   void Compile(const std::string& text, std::uint32_t word);
 
   // Below, [first, last) is the text. Only for an expression that compiled.
@@ -58,6 +62,8 @@ class Expression {
 
  private:
   boost::basic_regex<char, Traits> regex_;
+  std::optional<typename Traits::locale_type> locale_;
+  unsigned int groupCount_ = 0;
   bool failed_ = true;
   int errorCode_ = 0;
 };

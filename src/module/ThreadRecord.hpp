@@ -1,8 +1,11 @@
-// What the library keeps for each thread that runs an operation on files.
+// What the library keeps for each thread that needs it.
 #ifndef REGEXCLASS_MODULE_THREADRECORD_HPP
 #define REGEXCLASS_MODULE_THREADRECORD_HPP
 
+#include <map>
 #include <vector>
+
+#include "platform/MessageCatalogue.hpp"
 
 namespace RegexClass {
 
@@ -23,9 +26,11 @@ class ThreadRecord {
   /// The objects with an operation on files that runs on this thread, the innermost at the back.
   /// The callbacks of the file walker carry no argument that tells the object, and find it here.
   std::vector<ExpressionState*> runningObjects;
+  /// The message catalogues that this thread has open, by their numbers.
+  std::map<int, platform::MessageCatalogue> catalogues;
 
  private:
-  bool Empty() const { return runningObjects.empty(); }
+  bool Empty() const { return runningObjects.empty() && catalogues.empty(); }
 };
 
 /// Makes an object the innermost running one for the life of the scope, however that ends.

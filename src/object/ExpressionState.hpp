@@ -13,6 +13,7 @@
 #include "RegularExpression.hpp"
 #include "engine/Expression.hpp"
 #include "notifications/Slot.hpp"
+#include "object/LocaleDll.hpp"
 
 namespace RegexClass {
 
@@ -42,13 +43,6 @@ struct Settings {
   bool continueFiles = true;
 
   bool operator==(const Settings& other) const;
-};
-
-/// The texts that the library itself has read from a message catalogue.
-struct CatalogueTexts {
-  char splitEscapeLetter = 0;       // takes the place of s in the default split expression
-  std::string emptyExpressionText;  // takes the place of "Empty expression"
-  std::string localeDllErrorText;   // takes the place of "Unable to open the Locale DLL "
 };
 
 /// The compile record of one locale model.
@@ -108,7 +102,7 @@ class ExpressionState {
   Notifications notifications;
 
   std::locale locale;          // of the model CppLocale: the global one of the moment
-  bool localeChanged = false;  // SetLocale was called since the last imbue
+  bool localeChanged = false;  // SetLocale was called, and cppExpression wasn't imbued since
 
   CompileState cppCompile;
   CompileState w32Compile;

@@ -1,4 +1,4 @@
-// The settings that say where classes, case and collation come from.
+// The settings that say where classes, case and collation come from, and the texts of errors.
 
 #include "object/ExpressionState.hpp"
 
@@ -16,6 +16,14 @@ void RegularExpression::SetLocale(const std::locale& locale) {
   state->locale = locale;
   state->cppCompile.parsed = false;
   state->localeChanged = true;
+}
+
+std::string RegularExpression::GetLocaleDll() const { return state->settings.localeDll; }
+void RegularExpression::SetLocaleDll(const std::string& name) {
+  if (state->settings.localeDll == name) return;
+  state->settings.localeDll = name;
+  state->cppCompile.parsed = false;
+  state->w32Compile.parsed = false;
 }
 
 }  // namespace RegexClass

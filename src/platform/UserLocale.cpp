@@ -1,8 +1,29 @@
 #include "platform/UserLocale.hpp"
 
+#include <cstdlib>
+#include <langinfo.h>
+#include <locale.h>
+#include <memory>
 #include <stdexcept>
+#include <type_traits>
 
 namespace RegexClass::platform {
+namespace {
+
+struct FreeLocale {
+  void operator()(locale_t locale) const { freelocale(locale); }
+};
+using LocaleHandle = std::unique_ptr<std::remove_pointer_t<locale_t>, FreeLocale>;
+
+const char* MessagesLocaleName() {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* name = std::getenv(variable);
+    if (name != nullptr && *name != 0) return name;
+  }
+  return "C";
+}
+
+}  // namespace
 
 std::locale UserLocale() {
   try {
@@ -10,6 +31,15 @@ std::locale UserLocale() {
   } catch (const std::runtime_error&) {
     return std::locale::classic();
   }
+}
+
+NativeNames UserNativeNames() {
+  // The category for postal addresses is the one that has names in the language itself; those
+  // for the identification of the locale are English.
+  const LocaleHandle locale(newlocale(LC_ADDRESS_MASK, MessagesLocaleName(), nullptr));
+  if (locale == nullptr) return {};
+  return {nl_langinfo_l(_NL_ADDRESS_LANG_NAME, locale.get()),
+          nl_langinfo_l(_NL_ADDRESS_COUNTRY_NAME, locale.get())};
 }
 
 }  // namespace RegexClass::platform

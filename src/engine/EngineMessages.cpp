@@ -1,0 +1,32 @@
+#include "engine/EngineMessages.hpp"
+
+namespace RegexClass::engine {
+namespace {
+
+namespace detail = boost::BOOST_REGEX_DETAIL_NS;
+namespace constants = boost::regex_constants;
+
+constexpr int kFirstError = 200;
+constexpr int kFirstClassName = 300;
+constexpr std::array<const char*, 14> kClassNames = {"alnum", "alpha", "cntrl",  "digit", "graph",
+                                                     "h",     "lower", "print",  "punct", "space",
+                                                     "upper", "v",     "xdigit", "blank"};
+
+}  // namespace
+
+EngineMessages::EngineMessages(const Lookup& lookup) {
+  for (std::size_t i = 1; i < syntax.size(); ++i) {
+    const auto meaning = static_cast<constants::syntax_type>(i);
+    syntax[i] = lookup(static_cast<int>(i), detail::get_default_syntax(meaning));
+  }
+  for (std::size_t i = 0; i < errors.size(); ++i) {
+    const auto error = static_cast<constants::error_type>(i);
+    errors[i] = lookup(kFirstError + static_cast<int>(i), detail::get_default_error_string(error));
+  }
+  for (std::size_t i = 0; i < kClassNames.size(); ++i) {
+    const std::string name = lookup(kFirstClassName + static_cast<int>(i), std::string());
+    if (!name.empty()) classNames[name] = kClassNames[i];
+  }
+}
+
+}  // namespace RegexClass::engine

@@ -1,0 +1,97 @@
+#include "engine/Traits.hpp"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <utility>
+
+namespace RegexClass::engine {
+
+namespace detail = boost::BOOST_REGEX_DETAIL_NS;
+namespace constants = boost::regex_constants;
+
+CatalogueTraits::CatalogueTraits() { FillSyntax(); }
+
+MessageLocale CatalogueTraits::imbue(MessageLocale locale) {
+  MessageLocale former = getloc();
+  Base::imbue(locale.locale);
+  messages_ = std::move(locale.messages);
+  FillSyntax();
+  return former;
+}
+
+/// What each character means in an expression, or behind a backslash. Behind a backslash, a small
+/// letter that no message names stands for the class of that name, a capital for the opposite.
+void CatalogueTraits::FillSyntax() {
+  for (std::size_t i = 0; i < syntax_.size(); ++i) {
+    syntax_[i] = messages_ != nullptr ? 0 : Base::syntax_type(static_cast<char>(i));
+  }
+  if (messages_ == nullptr) return;
+
+  for (constants::syntax_type meaning = 1; meaning < constants::syntax_max; ++meaning) {
+    for (const char c : messages_->syntax[meaning]) {
+      syntax_[static_cast<unsigned char>(c)] = meaning;
+    }
+  }
+  const std::locale locale = Base::getloc();
+  const auto& letters = std::use_facet<std::ctype<char>>(locale);
+  for (std::size_t i = 'A'; i < syntax_.size(); ++i) {
+    if (syntax_[i] != 0) continue;
+    if (letters.is(std::ctype_base::lower, static_cast<char>(i))) {
+      syntax_[i] = constants::escape_type_class;
+    } else if (letters.is(std::ctype_base::upper, static_cast<char>(i))) {
+      syntax_[i] = constants::escape_type_not_class;
+    }
+  }
+}
+
+CatalogueTraits::char_class_type CatalogueTraits::lookup_classname(const char* first,
+                                                                   const char* last) const {
+  if (messages_ != nullptr && !messages_->classNames.empty() && first != last) {
+    const auto& names = messages_->classNames;
+    std::string name(first, last);
+    auto found = names.find(name);
+    if (found == names.end()) {
+      for (char& c : name) c = tolower(c);
+      found = names.find(name);
+    }
+    if (found != names.end()) {
+      const std::string& engineName = found->second;
+      return Base::lookup_classname(engineName.data(), engineName.data() + engineName.size());
+    }
+  }
+  return Base::lookup_classname(first, last);
+}
+
+std::string CatalogueTraits::error_string(constants::error_type error) const {
+  return messages_ != nullptr ? messages_->errors.at(error) : Base::error_string(error);
+}
+
+std::string CTraits::transform(const char* first, const char* last) {
+  const std::string text(first, last);
+  std::string key(std::strxfrm(nullptr, text.c_str(), 0) + 1, '\0');
+  key.resize(std::strxfrm(key.data(), text.c_str(), key.size()));
+  return key;
+}
+
+std::string CTraits::transform_primary(const char* first, const char* last) {
+  const CTraits traits;
+  char mark = 0;  // the delimiter of the levels of a key, or the length of the first level
+  const unsigned form = detail::find_sort_syntax(&traits, &mark);
+  std::string key;
+  if (form == detail::sort_delim) {
+    key = transform(first, last);
+    const std::size_t end = key.find(mark);
+    if (end != std::string::npos && end != 0) key.resize(end);  // 0: nothing at the first level
+  } else if (form == detail::sort_fixed) {
+    key = transform(first, last);
+    key.resize(std::min<std::size_t>(key.size(), static_cast<unsigned char>(mark)));
+  } else {
+    std::string folded(first, last);
+    for (char& c : folded) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    key = transform(folded.data(), folded.data() + folded.size());
+  }
+  return key.empty() ? std::string(1, '\0') : key;
+}
+
+}  // namespace RegexClass::engine

@@ -1,0 +1,41 @@
+#include "object/ResourceMessages.hpp"
+
+#include <limits>
+#include <utility>
+
+#include "module/ThreadRecord.hpp"
+
+namespace RegexClass {
+
+ResourceMessages::ResourceMessages(std::size_t refs) : std::messages<char>(refs) {
+  ThreadRecord::Get();
+}
+
+ResourceMessages::~ResourceMessages() { ThreadRecord::Release(); }
+
+std::messages_base::catalog ResourceMessages::do_open(const std::string& name,
+                                                      const std::locale&) const {
+  platform::MessageCatalogue catalogue(name);
+  if (!catalogue) return -1;
+  auto& open = ThreadRecord::Get().catalogues;
+  catalog number = 0;
+  for (auto used = open.begin(); used != open.end() && used->first == number; ++used) ++number;
+  if (number == std::numeric_limits<catalog>::max()) return -1;
+  open.emplace(number, std::move(catalogue));
+  return number;
+}
+
+std::string ResourceMessages::do_get(catalog number, int, int message,
+                                     const std::string& defaultText) const {
+  const auto& open = ThreadRecord::Get().catalogues;
+  const auto found = open.find(number);
+  if (found == open.end()) return defaultText;
+  std::string text = found->second.Text(message);
+  return text.empty() ? defaultText : text;
+}
+
+void ResourceMessages::do_close(catalog number) const {
+  ThreadRecord::Get().catalogues.erase(number);
+}
+
+}  // namespace RegexClass
