@@ -61,8 +61,8 @@ class LastingThread {
 
 TEST(Unloading, LeavesNothingBehind) {
   LastingThread lasting;
-  constexpr unsigned int kSettled = 100;  // the first rounds fill caches of the C library
-  constexpr unsigned int kRounds = 300;
+  constexpr unsigned int kSettled = 250;  // the first rounds fill caches of the C library
+  constexpr unsigned int kRounds = 500;
   std::size_t inUse = 0;
   for (unsigned int round = 0; round < kRounds; ++round) {
     void* const plugin = ::dlopen(PLUGIN, RTLD_NOW | RTLD_LOCAL);
