@@ -1,4 +1,5 @@
 #include <functional>
+#include <tuple>
 
 #include <boost/regex.hpp>
 #include <gtest/gtest.h>
@@ -23,50 +24,41 @@ std::vector<Report> ReportsOf(RE& re, bool (RE::*operation)()) {
   return reports;
 }
 
-struct Case {
-  const char* expression;
-  std::string text;
-  std::vector<Report> match;
-  std::vector<Report> search;
-};
-
 TEST(Matching, ReportsTheMatchItsGroupsAndItsSurroundings) {
   const REMatch none{"", -1};
   const std::string zero("a\0b", 3);
-  const Case cases[] = {
-      {"b", "abc", {}, {{{{"b", 1}, {"a", 0}, {"c", 2}}, 1, 0}}},
-      {"a", "abc", {{{{"a", 0}, none, {"bc", 1}}, 1, 0}}, {{{{"a", 0}, none, {"bc", 1}}, 1, 0}}},
-      {"(a)|(b)",
-       "b",
-       {{{{"b", 0}, none, {"b", 0}, none, none}, 1, 0}},
-       {{{{"b", 0}, none, {"b", 0}, none, none}, 1, 0}}},
-      {"x*", "", {{{{"", 0}, none, none}, 1, 0}}, {{{{"", 0}, none, none}, 1, 0}}},
-      {"x", "", {}, {}},
-      {"c", "ab\ncd\nef", {}, {{{{"c", 3}, {"ab\n", 0}, {"d\nef", 4}}, 2, 3}}},
-      {"e", "ab\ncd\r\nef", {}, {{{{"e", 7}, {"ab\ncd\r\n", 0}, {"f", 8}}, 3, 7}}},
-      {"\\n", "a\nb", {}, {{{{"\n", 1}, {"a", 0}, {"b", 2}}, 1, 0}}},
-      {"b()", zero, {}, {{{{"b", 2}, {"", 3}, {zero.substr(0, 2), 0}, none}, 1, 0}}},
-      {"a.b", zero, {{{{zero, 0}, none, none}, 1, 0}}, {{{{zero, 0}, none, none}, 1, 0}}},
-      {"[\xe0-\xff]", "a\xe9", {}, {{{{"\xe9", 1}, {"a", 0}, none}, 1, 0}}},
+  // What Search reports, if anything, and whether that makes Match succeed.
+  const std::tuple<const char*, std::string, std::vector<Report>, bool> cases[] = {
+      {"b", "abc", {{{{"b", 1}, {"a", 0}, {"c", 2}}, 1, 0}}, false},
+      {"a", "abc", {{{{"a", 0}, none, {"bc", 1}}, 1, 0}}, true},
+      {"(a)|(b)", "b", {{{{"b", 0}, none, {"b", 0}, none, none}, 1, 0}}, true},
+      {"x*", "", {{{{"", 0}, none, none}, 1, 0}}, true},
+      {"x", "", {}, false},
+      {"c", "ab\ncd\nef", {{{{"c", 3}, {"ab\n", 0}, {"d\nef", 4}}, 2, 3}}, false},
+      {"e", "ab\ncd\r\nef", {{{{"e", 7}, {"ab\ncd\r\n", 0}, {"f", 8}}, 3, 7}}, false},
+      {"\\n", "a\nb", {{{{"\n", 1}, {"a", 0}, {"b", 2}}, 1, 0}}, false},
+      {"b()", zero, {{{{"b", 2}, {"", 3}, {zero.substr(0, 2), 0}, none}, 1, 0}}, false},
+      {"a.b", zero, {{{{zero, 0}, none, none}, 1, 0}}, true},
+      {"[\xe0-\xff]", "a\xe9", {{{{"\xe9", 1}, {"a", 0}, none}, 1, 0}}, false},
   };
-  for (const Case& c : cases) {
-    RE re = Make(c.expression, c.text);
-    EXPECT_EQ(ReportsOf(re, &RE::Match), c.match) << c.expression << " on " << c.text;
-    EXPECT_EQ(ReportsOf(re, &RE::Search), c.search) << c.expression << " on " << c.text;
+  for (const auto& [expression, text, reports, matches] : cases) {
+    RE re = Make(expression, text);
+    EXPECT_EQ(ReportsOf(re, &RE::Search), reports) << expression << " on " << text;
+    EXPECT_EQ(ReportsOf(re, &RE::Match), matches ? reports : std::vector<Report>()) << expression;
   }
 }
 
 TEST(Matching, MatchAllTakesTheWholeStringOrNothing) {
-  const std::pair<std::pair<const char*, const char*>, std::vector<Report>> cases[] = {
-      {{"abc", "abc"}, {{{{"abc", 0}, {"", -1}, {"", -1}}, 1, 0}}},
-      {{"ab", "abc"}, {}},
-      {{"b", "abc"}, {}},
-      {{"a|ab", "ab"}, {{{{"ab", 0}, {"", -1}, {"", -1}}, 1, 0}}},
-      {{"x*", ""}, {{{{"", 0}, {"", -1}, {"", -1}}, 1, 0}}},
-  };
-  for (const auto& [input, expected] : cases) {
-    RE re = Make(input.first, input.second);
-    EXPECT_EQ(ReportsOf(re, &RE::MatchAll), expected) << input.first;
+  const std::tuple<const char*, const char*, bool> cases[] = {{"abc", "abc", true},
+                                                              {"ab", "abc", false},
+                                                              {"b", "abc", false},
+                                                              {"a|ab", "ab", true},
+                                                              {"x*", "", true}};
+  for (const auto& [expression, text, matches] : cases) {
+    RE re = Make(expression, text);
+    std::vector<Report> expected;
+    if (matches) expected = {{{{text, 0}, {"", -1}, {"", -1}}, 1, 0}};
+    EXPECT_EQ(ReportsOf(re, &RE::MatchAll), expected) << expression;
   }
 }
 
@@ -87,14 +79,10 @@ TEST(Matching, APartialMatchCountsWhenAskedFor) {
 }
 
 TEST(Matching, AnExceptionOfTheEngineReachesTheCaller) {
-  RE re = Make("(a*)*b", std::string(3000, 'a'));
-  const std::vector<std::function<void()>> operations = {[&] { re.Search(); }, [&] { re.Match(); },
-                                                         [&] { re.MatchAll(); }, [&] { re.Grep(); },
-                                                         [&] {
-                                                           std::string out;
-                                                           re.Merge(out);
-                                                         }};
-  re.SetExpression("(?:(a|b|ab)*)*c");
+  RE re = Make("(?:(a|b|ab)*)*c", std::string(3000, 'a'));
+  std::string out;
+  const std::function<void()> operations[] = {[&] { re.Search(); }, [&] { re.MatchAll(); },
+                                              [&] { re.Grep(); }, [&] { re.Merge(out); }};
   for (const auto& operation : operations) {
     EXPECT_THROW(operation(), boost::regex_error);
     re.SetLocaleModel(RE::CLocale);  // has an effect: the object isn't busy any more
@@ -121,20 +109,6 @@ std::vector<Report> GrepReports(RE& re, std::size_t stopAfter = 0) {
     EXPECT_EQ(re.Grep(), reports.size());
   }
   return reports;
-}
-
-TEST(Grep, ReportsMatchAfterMatch) {
-  const REMatch none{"", -1};
-  RE re = Make("a", "banana");
-  const std::vector<Report> banana = {{{{"a", 1}, {"b", 0}, {"nana", 2}}, 1, 0},
-                                      {{{"a", 3}, {"n", 2}, {"na", 4}}, 1, 0},
-                                      {{{"a", 5}, {"n", 4}, none}, 1, 0}};
-  EXPECT_EQ(GrepReports(re), banana);
-  EXPECT_EQ(GrepReports(re, 2), (std::vector<Report>{banana[0], banana[1]}));
-  re.SetExpression("x");
-  EXPECT_EQ(GrepReports(re), std::vector<Report>());
-  re.SetExpression("(");
-  EXPECT_EQ(GrepReports(re), std::vector<Report>());
 }
 
 /// The walk as the header tells it, step by step with a search of its own for each.
@@ -187,8 +161,10 @@ TEST(Grep, WalksLikeASearchForEachMatch) {
     const std::string text = random.Text("ab\n", 9);
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;
-    ASSERT_EQ(GrepReports(re), GrepByHand(boost::regex(expression), text))
-        << expression << " on " << text;
+    std::vector<Report> expected = GrepByHand(boost::regex(expression), text);
+    const std::size_t stopAfter = random.Below(3);
+    if (stopAfter > 0 && expected.size() > stopAfter) expected.resize(stopAfter);
+    ASSERT_EQ(GrepReports(re, stopAfter), expected) << expression << " on " << text;
   }
 }
 
@@ -217,15 +193,13 @@ TEST(Grep, GoesOnWithWhatItStartedWith) {
 
 TEST(Grep, ASearchInsideAReportHandsOnTheReportsMatches) {
   RE re = Make("b", "ab\nb");
-  std::vector<Report> inner;
-  re.SetOnSearchingClosure(
-      [&](RE*, const std::vector<REMatch>& matches, unsigned int line, unsigned int start) {
-        inner.push_back({matches, line, start});
-      });
+  std::vector<int> positions;
+  re.SetOnSearchingClosure([&](RE*, const std::vector<REMatch>& matches, unsigned, unsigned) {
+    positions.push_back(matches[0].position);
+  });
   re.SetOnGreppingClosure([&](RE* object, auto&&...) { object->Search(); });
   EXPECT_EQ(re.Grep(), 2u);
-  ASSERT_EQ(inner.size(), 2u);
-  EXPECT_EQ(inner[1].matches, (std::vector<REMatch>{{"b", 3}, {"\n", 2}, {"", -1}}));
+  EXPECT_EQ(positions, (std::vector<int>{1, 3}));
 }
 
 }  // namespace
