@@ -1,17 +1,20 @@
 # What a user of an installed copy gets: the library, its header, a CMake package and a
-# pkg-config file.
+# pkg-config file. The components are the packages that a distribution makes of it: `library` for
+# what programs run with, `development` for what they are built with.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/RegexClass)
 
 install(TARGETS RegexClass EXPORT RegexClassTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(FILES
   ${PROJECT_SOURCE_DIR}/include/RegularExpression.hpp
   ${PROJECT_BINARY_DIR}/include/regexclass_export.h
-  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT RegexClassTargets NAMESPACE RegexClass:: DESTINATION ${package_dir})
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT RegexClassTargets NAMESPACE RegexClass:: DESTINATION ${package_dir}
+  COMPONENT development)
 
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/RegexClassConfig.cmake.in
@@ -22,7 +25,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/RegexClassConfigVersion.c
 install(FILES
   ${PROJECT_BINARY_DIR}/RegexClassConfig.cmake
   ${PROJECT_BINARY_DIR}/RegexClassConfigVersion.cmake
-  DESTINATION ${package_dir})
+  DESTINATION ${package_dir} COMPONENT development)
 
 if(NOT BUILD_SHARED_LIBS)
   set(pkgconfig_static_cflags " -DREGEXCLASS_STATIC_DEFINE")
@@ -34,4 +37,4 @@ string(REGEX REPLACE "/$" "" pkgconfig_prefix "${pkgconfig_prefix}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/regexclass.pc.in
   ${PROJECT_BINARY_DIR}/regexclass.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/regexclass.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
