@@ -169,8 +169,8 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// One file, or directory, that GrepFiles or FindFiles failed on.
   struct FileSearchProblem {
-    std::string file;  ///< As a notification would get it.
-    SearchProblemKind kind = FileNotOpened;
+    std::string file;                        ///< As a notification would get it.
+    SearchProblemKind kind = FileNotOpened;  ///< What failed.
     std::uint32_t code = 0;  ///< The system's number of the error (errno); 0 where there is none.
   };
 
@@ -195,8 +195,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// take that either, and a process that is killed in these moments, can leave a mixture; then
   /// the saved copy is what remains.
   struct FileChangeProblem {
-    std::string file;  ///< The file in hand, unless the kind says otherwise.
-    ChangeProblemKind kind = OpenFileFailed;
+    std::string file;                         ///< The file in hand, unless the kind says otherwise.
+    ChangeProblemKind kind = OpenFileFailed;  ///< What failed.
     std::uint32_t position = 0;   ///< Offset in bytes (its low 32 bits); 0 where the kind has none.
     std::string text;             ///< The match, for TextChanged; else empty.
     std::uint32_t lastError = 0;  ///< The system's error number (errno); 0 for TextChanged and for
@@ -205,9 +205,11 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   // ------------------------------------------------------------------- construction and value
 
+  /// An object without an expression, in NormalSyntax, with the global std::locale.
   RegularExpression();
   /// Copies settings and notifications. See the class for what stays behind.
   RegularExpression(const RegularExpression& source);
+  /// Not to be called from a notification of the object.
   virtual ~RegularExpression();
 
   /// Copies settings and notifications. The target keeps its std::locale, and compiles afresh at
@@ -266,6 +268,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// byte.
   std::string GetFormatString() const;
   void SetFormatString(const std::string& format);
+
+  /// The syntax of the format string.
   FormatTypes GetFormatType() const;
   void SetFormatType(FormatTypes type);
 
@@ -302,7 +306,7 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   // ----------------------------------------------------------------------------------- locale
 
-  /// CppLocale at the start.
+  /// Where classes, case and collation come from. CppLocale at the start.
   LocaleModels GetLocaleModel() const;
   /// Stores any value; one that is no model counts as CppLocale. Has no effect while the object
   /// runs the engine (from a notification of a running walk).
@@ -518,6 +522,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   // arrives true; set to false it ends the run or the report. A notification may use the object,
   // start operations on it and throw; it must not destroy it.
 
+  /// The kinds of subscribers. The object that raises the event comes first; for an event on files
+  /// the name of the file follows; then the match, its line, and for an event on a string the start
+  /// of that line; and the bool that ends the run or the report.
   using MatchFunction = void (*)(RegularExpression*, const std::vector<REMatch>&, unsigned int,
                                  unsigned int);
   using MatchClosure = boost::function4<void, RegularExpression*, const std::vector<REMatch>&,
