@@ -53,6 +53,9 @@ class Table {
 /// Adds the rows of the operations on a string, and of compilation.
 void MeasureStrings(Table& table);
 
+/// Adds the rows of the operations on files.
+void MeasureFiles(Table& table);
+
 }  // namespace RegexClass::benchmarks
 
 #endif  // REGEXCLASS_BENCHMARKS_TABLE_HPP

@@ -22,4 +22,5 @@ int main(int argc, char** argv) {
 
   RegexClass::benchmarks::Table table(count > 1 ? pointers[1] : "");
   RegexClass::benchmarks::MeasureStrings(table);
+  RegexClass::benchmarks::MeasureFiles(table);
 }
