@@ -160,27 +160,5 @@ TEST(MatchOptions, FollowTheRulesInRandomSequences) {
   }
 }
 
-TEST(MatchOptions, DoWhatTheySay) {
-  // Each finds something without the option and nothing with it.
-  const std::tuple<RE::Matches, const char*, std::string> cases[] = {
-      {RE::MatchNotBol, "^a", "a"},
-      {RE::MatchNotEol, "a$", "a"},
-      {RE::MatchNotBob, "\\`a", "a"},
-      {RE::MatchNotEob, "a\\'", "a"},
-      {RE::MatchNotBow, "\\<a", "a"},
-      {RE::MatchNotEow, "a\\>", "a"},
-      {RE::MatchNotDotNewline, "a.b", "a\nb"},
-      {RE::MatchNotDotNull, "a.b", std::string("a\0b", 3)},
-      {RE::MatchNotNull, "x*", "a"},
-      {RE::MatchContinuous, "b", "ab"},
-  };
-  for (const auto& [option, expression, text] : cases) {
-    RE re = Make(expression, text);
-    EXPECT_TRUE(re.Search()) << expression;
-    re.AddMatchOption(option);
-    EXPECT_FALSE(re.Search()) << expression;
-  }
-}
-
 }  // namespace
 }  // namespace RegexClass::test
