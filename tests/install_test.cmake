@@ -22,7 +22,7 @@ file(MAKE_DIRECTORY ${WORK})
 if(STATIC)
   run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/static -G Ninja -DCMAKE_BUILD_TYPE=Debug
     -DCMAKE_CXX_COMPILER=${CXX} -DBUILD_SHARED_LIBS=OFF -DREGEXCLASS_BUILD_TESTS=OFF
-    -DREGEXCLASS_BUILD_EXAMPLES=OFF)
+    -DREGEXCLASS_BUILD_EXAMPLES=OFF -DREGEXCLASS_BUILD_TOOLS=OFF)
   run(${CMAKE_COMMAND} --build ${WORK}/static)
   set(BUILD ${WORK}/static)
 endif()
@@ -51,3 +51,12 @@ run(${CXX} -std=c++17 ${cxx_flags} ${WORK}/program.cpp ${pc_flags} -Wl,-rpath,${
   -o ${WORK}/by-pkg-config)
 run(${WORK}/by-pkg-config)
 expect_greeting()
+
+if(EXISTS ${WORK}/prefix/bin/regexclass)
+  run(${WORK}/prefix/bin/regexclass grep -o a+n -t banana)
+  foreach(file share/man/man1/regexclass.1 share/bash-completion/completions/regexclass)
+    if(NOT EXISTS ${WORK}/prefix/${file})
+      message(FATAL_ERROR "${file} is missing")
+    endif()
+  endforeach()
+endif()

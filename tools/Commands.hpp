@@ -1,0 +1,47 @@
+// The commands of the tool. Each takes a command line that has been taken apart, does its work and
+// gives the exit status; it throws Failure when there is nothing more to do.
+#ifndef REGEXCLASS_TOOLS_COMMANDS_HPP
+#define REGEXCLASS_TOOLS_COMMANDS_HPP
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Names.hpp"
+#include "Output.hpp"
+#include "Problems.hpp"
+#include "SetUp.hpp"
+
+namespace tool {
+
+struct Request {
+  SetUp setUp;
+  Style style;
+  std::vector<std::string> inputs;  ///< Files, or patterns of files, behind the expression.
+  std::optional<std::string> writeTo;
+  std::optional<std::uint64_t> maximumCount;
+  bool wholeInput = false;
+  bool wholeText = false;
+  bool dryRun = false;
+};
+
+ExitStatus RunMatch(const Request& request);
+ExitStatus RunSearch(const Request& request);
+ExitStatus RunGrep(const Request& request);
+ExitStatus RunFormat(const Request& request);
+ExitStatus RunMerge(const Request& request);
+ExitStatus RunSplit(const Request& request);
+
+ExitStatus RunGrepFiles(const Request& request);
+ExitStatus RunFindFiles(const Request& request);
+ExitStatus RunChangeFiles(const Request& request);
+
+ExitStatus RunSettings(const Request& request);
+
+/// Throws Failure, with the reason, when the expression can't be used.
+void CheckExpression(RE& object, bool mayBeEmpty);
+
+}  // namespace tool
+
+#endif  // REGEXCLASS_TOOLS_COMMANDS_HPP

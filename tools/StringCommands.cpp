@@ -1,0 +1,281 @@
+// match, search, grep, format, merge and split: the operations on a string, run on each text of the
+// input.
+
+#include <RegularExpression.hpp>
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "Commands.hpp"
+#include "Texts.hpp"
+
+namespace tool {
+
+namespace {
+
+using RegexClass::REMatch;
+
+/// One run of a command: the object and what its notifications need.
+struct Job {
+  explicit Job(const Request& r)
+      : request(r), style(r.style), printer(r.style, r.inputs.size() > 1, false) {
+    Apply(r.setUp, object);
+  }
+
+  const Request& request;
+  const Style& style;
+  Printer printer;
+  Problems problems;
+  RE object;
+  std::string file;
+  Text text;
+  std::uint64_t left = 0;   // how many more matches of this file are wanted
+  std::vector<Span> spans;  // the matches of this text whose lines are still to be printed
+
+  std::uint64_t Line(unsigned int line) const { return text.line + line - 1; }
+
+  void Report(const std::vector<REMatch>& match, unsigned int line) {
+    if (style.json) {
+      printer.Json(MatchObject(match, line));
+    } else if (style.onlyMatching) {
+      printer.Record(file, Line(line), match[0].text, Printer::kMatchColor);
+    } else if (match[0].position < 0) {  // partial: it reaches the end of the text
+      spans.push_back({text.bytes.size(), text.bytes.size()});
+    } else {
+      const auto begin = static_cast<std::size_t>(match[0].position);
+      spans.push_back({begin, begin + match[0].text.size()});
+    }
+  }
+
+  void ReportFormatted(const std::vector<REMatch>& match, unsigned int line) {
+    std::string formatted;
+    object.Format(formatted);
+    if (style.json) {
+      printer.Json(MatchObject(match, line).AddBytes("formatted", formatted));
+    } else {
+      printer.Record(file, Line(line), formatted);
+    }
+  }
+
+  JsonObject MatchObject(const std::vector<REMatch>& match, unsigned int line) const {
+    JsonObject json = Printer::Place(file, Line(line));
+    // The last two entries are the texts before and behind the match.
+    AddMatch(json, match, match.size() - 2, text.offset);
+    return json;
+  }
+
+  void PrintLines() {
+    if (!spans.empty()) printer.Lines(file, text, spans);
+    spans.clear();
+  }
+};
+
+/// Works on the text that is set, and gives the number of matches.
+using Operation = std::function<std::uint64_t(Job&)>;
+
+std::uint64_t RunOnText(Job& job, const Operation& operation) {
+  std::uint64_t matches = 0;
+  try {
+    matches = operation(job);
+  } catch (const std::runtime_error& error) {  // the engine has given up on the text
+    job.problems.Tell(job.file + ':' + std::to_string(job.text.line), error.what());
+  }
+  job.PrintLines();
+  return matches;
+}
+
+std::uint64_t RunOnFile(Job& job, const Operation& operation) {
+  const Request& request = job.request;
+  const std::uint64_t wanted =
+      request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max());
+  std::uint64_t matches = 0;
+  TextReader reader(job.file, request.wholeInput);
+  while (matches < wanted && reader.Next(job.text)) {
+    job.left = wanted - matches;
+    job.object.SetStringToMatch(job.text.bytes);
+    matches += RunOnText(job, operation);
+    if (job.style.quiet && matches > 0) break;
+  }
+  if (reader.Error() != 0) job.problems.Tell(job.file, SystemWords(reader.Error()));
+  return matches;
+}
+
+void PrintCount(const Job& job, std::uint64_t matches) {
+  if (!job.style.count || job.style.quiet) return;
+  if (job.style.json) {
+    job.printer.Json(Printer::File(job.file).Add("count", matches));
+  } else {
+    job.printer.Count(job.file, matches);
+  }
+}
+
+/// The text that the object has is the input when it was given, or when a settings file brought it
+/// and no file is named.
+bool HasText(const Job& job) {
+  if (job.request.setUp.text) return true;
+  return job.request.inputs.empty() && job.request.setUp.settingsFile &&
+         !job.object.GetStringToMatch().empty();
+}
+
+ExitStatus Run(Job& job, const Operation& operation) {
+  if (HasText(job)) {
+    job.file = "-";
+    job.text.bytes = job.object.GetStringToMatch();
+    job.text.ended = true;
+    job.left = job.request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max());
+    const std::uint64_t matches = job.left > 0 ? RunOnText(job, operation) : 0;
+    PrintCount(job, matches);
+    return job.problems.Status(matches > 0);
+  }
+  std::vector<std::string> files = job.request.inputs;
+  if (files.empty()) files.emplace_back("-");
+  bool matched = false;
+  for (const std::string& file : files) {
+    job.file = file;
+    const std::uint64_t matches = RunOnFile(job, operation);
+    PrintCount(job, matches);
+    matched = matched || matches > 0;
+    if (job.style.quiet && matched) return kMatch;  // whatever else may be wrong
+  }
+  return job.problems.Status(matched);
+}
+
+/// Walks over the text from match to match; `report` is called for each.
+std::uint64_t Walk(Job& job,
+                   const std::function<void(const std::vector<REMatch>&, unsigned int)>& report) {
+  if (job.style.quiet) return job.object.Search() ? 1 : 0;
+  // With nobody to report to, the walk costs no copy of the text for each match.
+  if (job.style.count) return std::min<std::uint64_t>(job.object.Grep(), job.left);
+  std::uint64_t seen = 0;
+  job.object.SetOnGreppingClosure(
+      [&](RE*, const std::vector<REMatch>& match, unsigned int line, unsigned int, bool& goOn) {
+        report(match, line);
+        goOn = ++seen < job.left;
+      });
+  job.object.Grep();
+  return seen;
+}
+
+}  // namespace
+
+void CheckExpression(RE& object, bool mayBeEmpty) {
+  const RE::ExpressionErrorCode code = object.ParseExpression();
+  if (code == RE::NoError || (code == RE::NoExpression && mayBeEmpty)) return;
+  std::string words = object.GetExpressionError();
+  if (words.empty()) words = "error " + std::to_string(code);
+  throw Failure("expression '" + object.GetExpression() + "': " + words);
+}
+
+ExitStatus RunMatch(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, false);
+  if (!request.style.Silent()) {
+    job.object.SetOnMatchingClosure([&job](RE*, const std::vector<REMatch>& match,
+                                           unsigned int line,
+                                           unsigned int) { job.Report(match, line); });
+  }
+  return Run(job, [](Job& j) -> std::uint64_t {
+    return (j.request.wholeText ? j.object.MatchAll() : j.object.Match()) ? 1 : 0;
+  });
+}
+
+ExitStatus RunSearch(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, false);
+  if (!request.style.Silent()) {
+    job.object.SetOnSearchingClosure([&job](RE*, const std::vector<REMatch>& match,
+                                            unsigned int line,
+                                            unsigned int) { job.Report(match, line); });
+  }
+  return Run(job, [](Job& j) -> std::uint64_t { return j.object.Search() ? 1 : 0; });
+}
+
+ExitStatus RunGrep(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, false);
+  return Run(job, [](Job& j) {
+    return Walk(j, [&j](const auto& match, unsigned int line) { j.Report(match, line); });
+  });
+}
+
+ExitStatus RunFormat(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, false);
+  return Run(job, [](Job& j) {
+    return Walk(j, [&j](const auto& match, unsigned int line) { j.ReportFormatted(match, line); });
+  });
+}
+
+namespace {
+
+std::uint64_t MergeText(Job& job) {
+  RE& object = job.object;
+  const bool matched = object.Search();
+  if (job.style.count && matched) return object.GetMergeOnlyFirst() ? 1 : object.Grep();
+  if (job.style.Silent()) return matched ? 1 : 0;
+
+  const bool copies = object.GetMergeCopy();
+  if (!matched && !copies) return 0;
+  std::string merged = job.text.bytes;
+  if (matched) object.Merge(merged);
+  if (job.style.json) {
+    job.printer.Json(
+        Printer::Place(job.file, job.text.line).Add("matched", matched).AddBytes("merged", merged));
+  } else {
+    job.printer.Raw(job.text.ended || !copies ? merged + '\n' : merged);
+  }
+  return matched ? 1 : 0;
+}
+
+}  // namespace
+
+ExitStatus RunMerge(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, false);
+  // A tool that rewrites prints the rest too, unless it was asked not to.
+  if (!request.setUp.mergeCopy && !request.setUp.settingsFile) job.object.SetMergeCopy(true);
+  // Merge takes no notice of this option, and so the searches beside it mustn't.
+  job.object.DeleteMatchOption(RE::MatchPartial);
+  // With nobody to notify, Merge reads the format string as FormatAll, whatever its type.
+  if (job.object.GetFormatType() != RE::FormatAll) {
+    job.object.SetOnMerging(
+        [](RE*, const std::vector<REMatch>&, unsigned int, unsigned int, bool&) {});
+  }
+  return Run(job, MergeText);
+}
+
+namespace {
+
+std::uint64_t SplitText(Job& job) {
+  std::vector<std::string> pieces;
+  const std::uint64_t count = job.object.Split(pieces);
+  if (job.style.Silent()) return count;
+  std::string rest;
+  if (job.object.GetSplitInputDelete()) rest = job.object.GetStringToMatch();
+  if (job.style.json) {
+    std::vector<std::string> values;
+    values.reserve(pieces.size());
+    for (const std::string& piece : pieces) values.push_back(JsonBytes(piece));
+    JsonObject json = Printer::Place(job.file, job.text.line);
+    json.Add("pieces", JsonArray(values));
+    if (job.object.GetSplitInputDelete()) json.AddBytes("rest", rest);
+    job.printer.Json(json);
+    return count;
+  }
+  if (!rest.empty()) pieces.push_back(rest);
+  for (const std::string& piece : pieces) job.printer.Record(job.file, job.text.line, piece);
+  return count;
+}
+
+}  // namespace
+
+ExitStatus RunSplit(const Request& request) {
+  Job job(request);
+  CheckExpression(job.object, true);
+  return Run(job, SplitText);
+}
+
+}  // namespace tool

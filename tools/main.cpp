@@ -1,0 +1,220 @@
+// regexclass: the library's operations as commands. This file has the command line; what a command
+// does is in the files named after them.
+
+#include <clocale>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "Commands.hpp"
+
+namespace tool {
+
+namespace {
+
+/// What a command takes, beside the options that all have.
+enum Part : unsigned int {
+  kExpression = 1U << 0U,
+  kSyntax = 1U << 1U,
+  kFormatArgument = 1U << 2U,  // with its option
+  kFormatType = 1U << 3U,
+  kText = 1U << 4U,
+  kMergeOptions = 1U << 5U,
+  kSplitOptions = 1U << 6U,
+  kWalk = 1U << 7U,
+  kFilesOption = 1U << 8U,
+  kSave = 1U << 9U,
+  kWholeText = 1U << 10U,
+  kPlace = 1U << 11U,
+  kOnlyMatching = 1U << 12U,
+  kCount = 1U << 13U,
+  kNull = 1U << 14U,
+  kMaximum = 1U << 15U,
+  kDryRun = 1U << 16U,
+  kWrite = 1U << 17U,
+  kInputs = 1U << 18U,
+
+  kOnString = kExpression | kSyntax | kText | kCount | kPlace | kInputs,
+  kOnFiles = kExpression | kWalk | kInputs,
+};
+
+struct Command {
+  const char* name;
+  const char* arguments;
+  const char* description;
+  unsigned int parts;
+  ExitStatus (*run)(const Request&);
+};
+
+const Command kCommands[] = {
+    {"match", "[EXPRESSION] [FILE...]", "Print the lines that begin with a match",
+     kOnString | kOnlyMatching | kWholeText, RunMatch},
+    {"search", "[EXPRESSION] [FILE...]", "Print the lines with a match, and of a line the first",
+     kOnString | kOnlyMatching, RunSearch},
+    {"grep", "[EXPRESSION] [FILE...]", "Print the lines with matches, and all of a line",
+     kOnString | kOnlyMatching | kMaximum, RunGrep},
+    {"format", "[EXPRESSION] [FORMAT] [FILE...]", "Print what the format makes of each match",
+     kOnString | kFormatArgument | kFormatType | kMaximum | kNull, RunFormat},
+    {"merge", "[EXPRESSION] [FORMAT] [FILE...]", "Print the input with its matches replaced",
+     (kOnString & ~kPlace) | kFormatArgument | kFormatType | kMergeOptions, RunMerge},
+    {"split", "[EXPRESSION] [FILE...]", "Print the pieces of each line, cut at the matches",
+     kOnString | kSplitOptions | kNull, RunSplit},
+    {"grep-files", "[EXPRESSION] [PATTERN...]", "Print the matching lines of files",
+     kOnFiles | kPlace | kOnlyMatching | kCount | kMaximum, RunGrepFiles},
+    {"find-files", "[EXPRESSION] [PATTERN...]", "Print the names of files with a match",
+     kOnFiles | kCount | kNull, RunFindFiles},
+    {"change-files", "[EXPRESSION] [FORMAT] [PATTERN...]", "Replace the matches in files",
+     kOnFiles | kFormatArgument | kSave | kDryRun, RunChangeFiles},
+    {"settings", "", "Show a set-up in words, or keep it in a file",
+     kExpression | kSyntax | kText | kFormatArgument | kFormatType | kMergeOptions | kSplitOptions |
+         kWalk | kFilesOption | kSave | kWrite,
+     RunSettings},
+};
+
+/// Help whose usage line names the arguments in their order.
+class Help : public CLI::Formatter {
+ public:
+  explicit Help(const char* arguments) : arguments_(arguments) { column_width(34); }
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    const bool top = app->get_parent() == nullptr;
+    return "Usage: " + (top ? app->get_name() : name) + (top ? " " : " [OPTIONS] ") + arguments_ +
+           '\n';
+  }
+  std::string make_positionals(const CLI::App*) const override { return ""; }
+
+ private:
+  std::string arguments_;
+};
+
+void AddOutputOptions(CLI::App& app, Request& request, unsigned int parts) {
+  const auto has = [parts](Part part) { return (parts & part) != 0; };
+  Style& style = request.style;
+  app.add_flag("--json", style.json, "Print lines of JSON");
+  if (!has(kWrite)) app.add_flag("-q,--quiet", style.quiet, "Print nothing, only exit");
+  if (has(kCount)) app.add_flag("-c,--count", style.count, "Print the number of matches");
+  if (has(kOnlyMatching)) {
+    app.add_flag("-o,--only-matching", style.onlyMatching, "Print the matches alone");
+  }
+  if (has(kMaximum)) {
+    app.add_option("-m,--max-count", request.maximumCount, "Stop a file after so many matches")
+        ->check(CLI::NonNegativeNumber);
+  }
+  if (has(kPlace)) {
+    AddYesNo(app, style.fileNames, {"-H,--with-filename", "Print file names"},
+             {"-I,--no-filename", "Print no file names"});
+    AddYesNo(app, style.lineNumbers, {"-n,--line-number", "Print line numbers"},
+             {"-N,--no-line-number", "Print no line numbers"});
+  }
+  if (has(kNull)) app.add_flag("-0,--null", style.null, "End what is printed with a zero byte");
+  if (!has(kWrite)) {
+    app.add_option("--color", style.color, "Use colours")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+  }
+}
+
+void AddOperationOptions(CLI::App& app, Request& request, unsigned int parts) {
+  const auto has = [parts](Part part) { return (parts & part) != 0; };
+  SetUp& setUp = request.setUp;
+  AddExpressionOptions(app, setUp);
+  if (has(kSyntax)) AddSyntaxOptions(app, setUp);
+  if (has(kFormatArgument)) AddFormatOption(app, setUp);
+  if (has(kFormatType)) AddFormatTypeOption(app, setUp);
+  if (has(kText)) AddTextOption(app, setUp);
+  if (has(kText) && has(kInputs)) {
+    app.add_flag("-U,--multiline", request.wholeInput, "Take the whole input as one text");
+  }
+  if (has(kWholeText)) {
+    app.add_flag("-x,--whole", request.wholeText, "A match must reach the end of its text");
+  }
+  if (has(kMergeOptions)) AddMergeOptions(app, setUp);
+  if (has(kSplitOptions)) AddSplitOptions(app, setUp);
+  if (has(kWalk)) AddWalkOptions(app, setUp);
+  if (has(kFilesOption)) AddFilesOption(app, setUp);
+  if (has(kSave)) AddSaveOption(app, setUp);
+  if (has(kDryRun)) app.add_flag("--dry-run", request.dryRun, "Print the changes, make none");
+  if (has(kWrite)) {
+    AddRaw(app, "-w,--write", request.writeTo, "Write the set-up to a file")->type_name("FILE");
+  }
+}
+
+/// Takes any number of arguments as they stand. To CLI11 they are arguments that are still missing,
+/// since it takes brackets around an optional one for a list.
+void AddArguments(CLI::App& app, std::vector<std::string>& arguments) {
+  const CLI::callback_t take = [&arguments](const CLI::results_t& results) {
+    arguments = results;
+    return true;
+  };
+  app.add_option("arguments", take)
+      ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+/// The expression and the format are arguments unless an option or a settings file has them.
+void TakeArguments(Request& request, std::vector<std::string> arguments, unsigned int parts) {
+  SetUp& setUp = request.setUp;
+  const auto take = [&](std::optional<std::string>& value) {
+    if (value || setUp.settingsFile || arguments.empty()) return;
+    value = arguments.front();
+    arguments.erase(arguments.begin());
+  };
+  if ((parts & kInputs) == 0) return;
+  take(setUp.expression);
+  if ((parts & kFormatArgument) != 0) {
+    take(setUp.format);
+    if (!setUp.format && !setUp.settingsFile) throw Failure("no format is given");
+  }
+  request.inputs = std::move(arguments);
+}
+
+ExitStatus Main(int argc, char** argv) {
+  CLI::App app{"Regular expressions on text and files.", "regexclass"};
+  app.set_version_flag("--version", "regexclass " REGEXCLASS_VERSION);
+  app.formatter(std::make_shared<Help>("COMMAND [OPTIONS] [ARGUMENTS]"));
+  app.footer("Exit status: 0 for a match, 1 for none, 2 for an error. See regexclass(1).");
+  app.require_subcommand(1);
+
+  Request request;
+  std::vector<std::string> arguments;
+  for (const Command& command : kCommands) {
+    CLI::App* const sub = app.add_subcommand(command.name, command.description);
+    sub->formatter(std::make_shared<Help>(command.arguments));
+    if ((command.parts & kInputs) != 0) AddArguments(*sub, arguments);
+    AddOperationOptions(*sub, request, command.parts);
+    AddOutputOptions(*sub, request, command.parts);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kMatch : kError;
+  }
+  for (const Command& command : kCommands) {
+    if (!app.got_subcommand(command.name)) continue;
+    TakeArguments(request, arguments, command.parts);
+    const ExitStatus status = command.run(request);
+    FinishOutput();
+    return status;
+  }
+  return kError;
+}
+
+}  // namespace
+
+}  // namespace tool
+
+int main(int argc, char** argv) {
+  std::setlocale(LC_ALL, "");
+  std::ios::sync_with_stdio(false);
+  std::cin.tie(nullptr);
+  try {
+    return tool::Main(argc, argv);
+  } catch (const std::exception& error) {
+    tool::Problems::Note(error.what());
+    return tool::kError;
+  }
+}
