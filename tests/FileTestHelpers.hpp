@@ -8,32 +8,22 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace RegexClass::test {
 
-/// A fresh directory, removed with all that is in it.
-class ScratchDirectory {
- public:
-  explicit ScratchDirectory(
-      const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
-    std::string name = parent / "regexclass-test-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no directory for the test");
-    path_ = name;
+/// A fresh directory, in memory if the system has that, removed with all that is in it.
+struct ScratchDirectory {
+  ScratchDirectory() {
+    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for the test");
   }
-  ScratchDirectory(const ScratchDirectory&) = delete;
-  ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-  ~ScratchDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
+  ScratchDirectory(ScratchDirectory&&) = delete;
+  ~ScratchDirectory() { std::filesystem::remove_all(path); }
+  std::string operator/(const std::string& name) const { return path + '/' + name; }
 
-  const std::filesystem::path& Path() const { return path_; }
-  std::string operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
+  std::string path =
+      (std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
+                                                 : std::filesystem::temp_directory_path()) /
+      "regexclass-test-XXXXXX";
 };
 
 inline std::string ReadFile(const std::string& name) {
@@ -48,26 +38,6 @@ inline void WriteFile(const std::string& name, const std::string& content) {
 /// The number of files that this process has open.
 inline std::ptrdiff_t OpenDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
-
-/// What `run` gives as text, in a process of its own that may give up its rights.
-template <class Run>
-std::string InChild(Run run) {
-  int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("no pipe for the test");
-  const pid_t child = fork();
-  if (child == 0) {
-    const std::string text = run();
-    const ssize_t written = write(ends[1], text.data(), text.size());
-    _exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
-  }
-  close(ends[1]);
-  std::string text(4096, '\0');
-  const ssize_t count = read(ends[0], text.data(), text.size());
-  text.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
-  close(ends[0]);
-  waitpid(child, nullptr, 0);
-  return text;
 }
 
 }  // namespace RegexClass::test

@@ -1,10 +1,8 @@
 // ChangeFiles: what is found, what is asked, what is changed, in which order.
 
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <stdexcept>
-#include <sys/stat.h>
+#include <map>
+#include <sstream>
 
 #include <boost/regex/pattern_except.hpp>
 #include <gtest/gtest.h>
@@ -16,271 +14,192 @@ namespace RegexClass::test {
 namespace {
 
 namespace fs = std::filesystem;
+using Contents = std::map<std::string, std::string>;
 
 /// An object that changes files of a scratch directory.
 struct Changer {
   ScratchDirectory scratch;
   RE re;
 
-  Changer(const std::string& expression, const std::string& format) {
+  Changer(const std::string& expression, const std::string& format, const Contents& contents) {
     re.SetExpression(expression);
     re.SetFormatString(format);
     re.SetFilesToMatch(scratch / "*");
+    for (const auto& [name, text] : contents) WriteFile(scratch / name, text);
   }
-  void Write(const std::string& name, const std::string& text) { WriteFile(scratch / name, text); }
-  std::string Read(const std::string& name) const { return ReadFile(scratch / name); }
-  std::size_t Problems() const {
-    return re.GetChangeFilesErrors() == nullptr ? 0 : re.GetChangeFilesErrors()->size();
-  }
-  template <class Notification>
-  void OnMatch(Notification notification) {
-    re.SetOnChangingFilesClosure([notification](RE*, const std::string& file,
-                                                const std::vector<REMatch>& match, unsigned line,
-                                                bool& change) {
-      notification(fs::path(file).filename().string(), match, line, change);
-    });
+  Contents Read() const {
+    Contents contents;
+    for (const auto& entry : fs::directory_iterator(scratch.path)) {
+      contents[entry.path().filename()] = ReadFile(entry.path());
+    }
+    return contents;
   }
 };
 
 TEST(ChangeFiles, ChangesFileAfterFile) {
-  Changer c("(x)|(y)(?=z)", "<$1>");
-  c.Write("a", "x\n.x");
-  c.Write("b", "..yz");
-  c.Write("c", "nothing");
+  Changer c("(x)|(y)(?=z)", "<$1>", {{"a", "x\n.x"}, {"b", "..yz"}, {"c", "nothing"}});
   c.re.SetLocaleModel(RE::CLocale);
-  std::vector<std::string> events;
-  std::vector<std::vector<REMatch>> matches;
-  c.OnMatch([&](const std::string& file, const auto& match, unsigned line, bool&) {
+  std::ostringstream events;
+  c.re.SetOnChangingFilesClosure([&](RE*, const auto& file, auto& match, unsigned line, bool&) {
     c.re.SetLocaleModel(RE::CppLocale);  // comes too early
-    events.push_back(file + std::to_string(line) + " " + c.Read("a") + " " + c.Read("b"));
-    matches.push_back(match);
+    events << file.back() << line << match[0] << match[1] << match[2] << c.Read()["a"]
+           << c.Read()["b"];
   });
   // What the second expression looks for behind its match isn't in the match: it stays.
   EXPECT_EQ(3U, c.re.ChangeFiles());
-  EXPECT_EQ((std::vector<std::string>{"a1 x\n.x ..yz", "a2 x\n.x ..yz", "b1 <x>\n.<x> ..yz"}),
-            events);
-  EXPECT_EQ((std::vector<std::vector<REMatch>>{{{"x", 0}, {"x", 0}, {"", -1}},
-                                               {{"x", 3}, {"x", 3}, {"", -1}},
-                                               {{"y", 2}, {"", -1}, {"y", 2}}}),
-            matches);
-  EXPECT_EQ("..yz", c.Read("b"));
-  EXPECT_EQ(0U, c.Problems());
+  EXPECT_EQ(
+      "a1(x, 0)(x, 0)(, -1)x\n.x..yza2(x, 3)(x, 3)(, -1)x\n.x..yz"
+      "b1(y, 2)(, -1)(y, 2)<x>\n.<x>..yz",
+      events.str());
+  EXPECT_EQ((Contents{{"a", "<x>\n.<x>"}, {"b", "..yz"}, {"c", "nothing"}}), c.Read());
+  EXPECT_EQ(nullptr, c.re.GetChangeFilesErrors());
   EXPECT_EQ(RE::CLocale, c.re.GetLocaleModel());
-  c.re.SetLocaleModel(RE::CppLocale);
-  EXPECT_EQ(RE::CppLocale, c.re.GetLocaleModel());
 }
 
 TEST(ChangeFiles, MakesTheReplacementOfTheMatchAlone) {
-  struct Case {
-    const char *expression, *format, *before, *after;
-    unsigned int count;
-  };
-  const Case cases[] = {
+  const std::tuple<const char*, const char*, const char*, const char*, unsigned> cases[] = {
       {"b", "", "abbc", "ac", 2},
       {"(a)|b", "(?1A:B)", "ab", "AB", 2},  // whatever the format type
       {"(\\w+) (\\w+)", "$2 $1\\n", "one two", "two one\n", 1},
       {"x*", "-", "axb", "-a--b-", 4},
-      {"a\\b", "!", "a ab", "! ab", 1},
       {"\\bb|aa\\B", "!", "b aab", "! aab", 2},
-      {"a", "aa", "aba", "aabaa", 2},
       {R"((?<=\Kx)x)", "<$0>", "xxxx", "<xx>xx", 1},  // the second would overlap the first
   };
-  for (const Case& row : cases) {
-    SCOPED_TRACE(row.expression);
-    Changer c(row.expression, row.format);
-    c.Write("file", row.before);
+  for (const auto& [expression, format, before, after, count] : cases) {
+    SCOPED_TRACE(expression);
+    Changer c(expression, format, {{"file", before}});
     c.re.SetFormatType(RE::FormatSed);
     c.re.SetMergeOnlyFirst(true);
     c.re.AddMatchOption(RE::MatchPartial);
-    EXPECT_EQ(row.count, c.re.ChangeFiles());
-    EXPECT_EQ(row.after, c.Read("file"));
+    EXPECT_EQ(count, c.re.ChangeFiles());
+    EXPECT_EQ((Contents{{"file", after}}), c.Read());
   }
 }
 
 TEST(ChangeFiles, PassesOverWhatIsNotToBeChanged) {
-  Changer c("x", "y");
+  Contents files = {{"a.BAK", "x"}, {"b.bak", "x"}, {"d", "nothing"}, {"e", "x"}, {"f", "x"}};
+  Changer c("x", "y", files);
   c.re.SetSaveExtension("bak");
-  for (const char* name : {"copy.BAK", "copy.bak", "readonly", "without.txt", "with.txt"}) {
-    c.Write(name, fs::path(name) == "without.txt" ? "nothing" : "x");
-  }
-  fs::permissions(c.scratch / "readonly", fs::perms(0444));
-  struct stat before = {};
-  ASSERT_EQ(0, stat((c.scratch / "without.txt").c_str(), &before));
+  fs::permissions(c.scratch / "f", fs::perms(0444));
   std::string events;
-  c.OnMatch([&](const std::string& file, auto&&...) { events += file + " "; });
+  c.re.SetOnChangingFilesClosure([&](RE*, const auto& file, auto&&...) { events += file.back(); });
   EXPECT_EQ(1U, c.re.ChangeFiles());
-  EXPECT_EQ("with.txt ", events);
-  EXPECT_EQ(0U, c.Problems());
-  EXPECT_EQ("xxx", c.Read("readonly") + c.Read("copy.BAK") + c.Read("copy.bak"));
-  EXPECT_EQ("x", c.Read("with.bak"));
-  EXPECT_FALSE(fs::exists(c.scratch / "without.bak"));
-  struct stat after = {};
-  ASSERT_EQ(0, stat((c.scratch / "without.txt").c_str(), &after));
-  EXPECT_EQ(0, memcmp(&before.st_ctim, &after.st_ctim, sizeof before.st_ctim));
+  EXPECT_EQ("e", events);
+  EXPECT_EQ(nullptr, c.re.GetChangeFilesErrors());
+  files["e"] = "y";
+  files["e.bak"] = "x";
+  EXPECT_EQ(files, c.Read());
 }
 
-TEST(ChangeFiles, LeavesWhatIsVetoed) {
-  for (const int veto : {1, 3}) {
-    Changer c("x", "y");
-    c.Write("a", "xxxx");
-    c.Write("b", "x");
-    int match = 0;
-    c.OnMatch([&](auto&&, auto&&, unsigned, bool& change) { change = ++match != veto; });
-    EXPECT_EQ(static_cast<unsigned int>(veto), c.re.ChangeFiles());
-    EXPECT_EQ(veto == 1 ? "xxxx" : "yyxx", c.Read("a"));
-    EXPECT_EQ("y", c.Read("b"));
-  }
-}
-
-TEST(ChangeFiles, GoesOnOrStopsAfterAFailure) {
-  for (const bool goOn : {true, false}) {
-    Changer c("x", "y");
-    c.Write("a", "xx");
-    c.Write("b", "x");
-    c.Write("c", "x");
+TEST(ChangeFiles, DoesWithAFileWhatANotificationBringsAbout) {
+  enum Act { kVeto, kEdit, kThrow };
+  // The act and its match, ContinueFiles; the number of changes, and what the files have then.
+  const std::tuple<Act, unsigned, bool, unsigned, Contents> cases[] = {
+      {kVeto, 1, false, 2, {{"a", "xxx"}, {"b", "y"}, {"c", "y"}}},
+      {kVeto, 3, false, 4, {{"a", "yyx"}, {"b", "y"}, {"c", "y"}}},
+      {kEdit, 2, true, 2, {{"a", "xzx"}, {"b", "y"}, {"c", "y"}}},
+      {kEdit, 2, false, 0, {{"a", "xzx"}, {"b", "x"}, {"c", "x"}}},
+      {kThrow, 4, true, 9, {{"a", "yyy"}, {"b", "x"}, {"c", "x"}}},
+  };
+  for (const auto& [act, at, goOn, count, after] : cases) {
+    SCOPED_TRACE(testing::Message() << act << " at " << at);
+    Changer c("x", "y", {{"a", "xxx"}, {"b", "x"}, {"c", "x"}});
     c.re.SetContinueFiles(goOn);
-    c.OnMatch([&](const std::string&, const auto& match, auto&&...) {
-      if (match[0].position == 1) c.Write("a", "zx");
-    });
-    EXPECT_EQ(goOn ? 2U : 0U, c.re.ChangeFiles());
-    ASSERT_EQ(1U, c.Problems());
-    const RE::FileChangeProblem& problem = c.re.GetChangeFilesErrors()->front();
-    EXPECT_EQ(RE::TextChanged, problem.kind);
-    EXPECT_EQ(c.scratch / "a", problem.file);
-    EXPECT_EQ("x", problem.text);
-    EXPECT_EQ(goOn ? "zx y y" : "zx x x", c.Read("a") + ' ' + c.Read("b") + ' ' + c.Read("c"));
-
+    unsigned match = 0;
+    c.re.SetOnChangingFilesClosure(
+        [&, act = act, at = at](auto&&, auto&&, auto&&, auto&&, bool& change) {
+          if (++match != at) return;
+          change = act != kVeto;
+          if (act == kEdit) WriteFile(c.scratch / "a", "xzx");
+          if (act == kThrow) throw std::runtime_error("mine");
+        });
+    const auto descriptors = OpenDescriptors();
+    unsigned changes = 9;
+    try {
+      changes = c.re.ChangeFiles();
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(count, changes);
+    EXPECT_EQ(after, c.Read());
+    EXPECT_EQ(descriptors, OpenDescriptors());
+    const auto* const problems = c.re.GetChangeFilesErrors();
+    EXPECT_EQ(act == kEdit ? 1U : 0U, problems == nullptr ? 0U : problems->size());
     EXPECT_EQ(nullptr, RE(c.re).GetChangeFilesErrors());
-    c.re.SetFilesToMatch("");
+    c.re.SetFilesToMatch("");  // the object is free again, and forgets the problems
     EXPECT_EQ(0U, c.re.ChangeFiles());
-    EXPECT_EQ(0U, c.Problems());
+    EXPECT_EQ(nullptr, c.re.GetChangeFilesErrors());
+    c.re.SetLocaleModel(RE::CLocale);
+    EXPECT_EQ(RE::CLocale, c.re.GetLocaleModel());
   }
 }
 
 TEST(ChangeFiles, ThrowsWhenTheObjectCannotReadTheExpression) {
-  Changer c("(?:x)", "y");
-  c.Write("a", "x");
+  Changer c("(?:x)", "y", {{"a", "x"}});
   c.re.AddExpressionOption(RE::ExtendedSyntax);
-  try {
-    c.re.ChangeFiles();
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const boost::regex_error& error) {
-    EXPECT_EQ(c.re.GetExpressionError(), error.what());
-  }
-  EXPECT_EQ("x", c.Read("a"));
+  EXPECT_THROW(c.re.ChangeFiles(), boost::regex_error);
   c.re.AddExpressionOption(RE::NormalSyntax);
   EXPECT_EQ(1U, c.re.ChangeFiles());
   c.re.SetExpression("(");
   EXPECT_EQ(0U, c.re.ChangeFiles());
 }
 
-TEST(ChangeFiles, SurvivesANotificationThatThrows) {
-  Changer c("x", "y");
-  c.Write("a", "x");
-  c.Write("b", "xx");
-  const auto descriptors = OpenDescriptors();
-  c.OnMatch([](const std::string& file, const auto& match, auto&&...) {
-    if (file == "b" && match[0].position == 1) throw std::runtime_error("mine");
-  });
-  EXPECT_THROW(c.re.ChangeFiles(), std::runtime_error);
-  EXPECT_EQ("y xx", c.Read("a") + ' ' + c.Read("b"));
-  EXPECT_EQ(descriptors, OpenDescriptors());
-  c.re.SetLocaleModel(RE::CLocale);
-  EXPECT_EQ(RE::CLocale, c.re.GetLocaleModel());
-  c.re.SetOnChangingFilesClosure({});
-  EXPECT_EQ(2U, c.re.ChangeFiles());
-  EXPECT_EQ("yy", c.Read("b"));
-}
-
 TEST(ChangeFiles, RunsInsideItself) {
   for (const bool same : {true, false}) {
-    Changer outer("x", "y");
-    Changer inner("p", "q");
+    Changer outer("x", "y", {{"a", "x"}, {"b", "xx"}});
+    Changer inner("p", "q", {{"c", "p.px"}, {"d", "p"}});
     RE& running = same ? outer.re : inner.re;
-    outer.Write("a", "x");
-    outer.Write("b", "xx");
-    inner.Write("c", "p.px");
-    inner.Write("d", "p");
-    outer.OnMatch([&](const std::string& file, const auto& match, auto&&...) {
-      if (file == "a") outer.Write("a", "z");
-      if (file != "b" || match[0].position != 1) return;
-      RE settings = outer.re;
-      running.SetOnChangingFilesClosure({});
-      running.SetExpression("p");
-      running.SetFormatString("q");
-      running.SetFilesToMatch(inner.scratch / "*");
+    outer.re.SetOnChangingFilesClosure([&](RE*, const auto& file, auto& match, auto&&...) {
+      if (file.back() == 'a') WriteFile(outer.scratch / "a", "z");
+      if (file.back() != 'b' || match[0].position != 1) return;
+      const RE settings = outer.re;
+      running = inner.re;
       EXPECT_EQ(3U, running.ChangeFiles());
-      if (same) outer.re = settings;
+      outer.re = settings;
     });
     EXPECT_EQ(2U, outer.re.ChangeFiles());
-    EXPECT_EQ(1U, outer.Problems());
-    EXPECT_EQ("z yy q.qx q", outer.Read("a") + ' ' + outer.Read("b") + ' ' + inner.Read("c") + ' ' +
-                                 inner.Read("d"));
+    ASSERT_NE(nullptr, outer.re.GetChangeFilesErrors());
+    EXPECT_EQ(outer.scratch / "a", outer.re.GetChangeFilesErrors()->at(0).file);
+    EXPECT_EQ((Contents{{"a", "z"}, {"b", "yy"}}), outer.Read());
+    EXPECT_EQ((Contents{{"c", "q.qx"}, {"d", "q"}}), inner.Read());
   }
 }
 
-/// Has Perl change all headers below `tree`, and gives the number of changes that it counts.
-std::size_t ChangeByPerl(const std::string& tree, const std::string& substitution) {
-  const std::string command = "cd '" + tree +
-                              "' && find . -name '*.hpp' -print0 | xargs -0 -n 100000 "
-                              "perl -0777 -i.saved -pe '$n += " +
-                              substitution + "; END { print STDERR $n }' 2>count";
-  EXPECT_EQ(0, std::system(command.c_str())) << command;
-  return std::stoul(ReadFile(tree + "/count"));
-}
+/// Changes the headers below the current directory, and gives the number of changes.
+const std::string kPerlScript = R"(
+  sub Write { open OUT, '>', $_[0]; print OUT $_[1]; close OUT }
+  for my $file (split /\n/, `find . -name "*.hpp"`) {
+    open IN, $file; undef $/; $_ = my $old = <IN>;
+    my $changes = s~EXPRESSION~FORMAT~gs or next;
+    $all += $changes; Write($file =~ s/hpp$/bak/r, $old); Write($file, $_);
+  }
+  Write("../count", $all))";
 
 TEST(ChangeFiles, ChangesARealTreeAsPerlDoes) {
-  struct Case {
-    const char *expression, *format, *substitution;
-    bool icase;
+  const char* const cases[][2] = {{R"(\b(include|define)\b)", "<$1>"},
+                                  {R"([ \t]*//[^\n]*\n)", "\\n"},
+                                  {R"(/\*.*?\*/)", ""},
+                                  {R"((?i)(boost|mpl)::(\w+))", "$2\\t$1$1"}};
+  Changer c("", "", {});
+  const auto run = [&](const std::string& command) {
+    EXPECT_EQ(0, std::system(("cd '" + c.scratch.path + "' && " + command).c_str()));
   };
-  const Case cases[] = {
-      {R"(\b(include|define)\b)", "<$1>", R"(s/\b(include|define)\b/<$1>/g)", false},
-      {R"([ \t]*//[^\n]*\n)", "\\n", R"(s~[ \t]*//[^\n]*\n~\n~g)", false},
-      {R"(/\*.*?\*/)", "", R"(s~/\*.*?\*/~~gs)", false},
-      {R"((boost|mpl)::(\w+))", "$2\\t$1$1", R"(s/(boost|mpl)::(\w+)/$2\t$1$1/gi)", true},
-  };
-  Changer c("", "");
-  const ScratchDirectory memory(fs::is_directory("/dev/shm") ? "/dev/shm"
-                                                             : fs::temp_directory_path());
-  const std::string ours = memory / "ours";
-  const std::string perls = memory / "perls";
-  for (const std::string& tree : {ours, perls}) {
-    fs::create_directory(tree);
-    for (const char* part : {"mpl", "spirit"}) {
-      fs::copy(fs::path(BOOST_INCLUDE_DIRECTORY) / "boost" / part, tree + '/' + part,
-               fs::copy_options::recursive);
-    }
-  }
-  c.re.SetFilesToMatch(ours + "/*.hpp");
+  run("mkdir ours && cp -r " BOOST_INCLUDE_DIRECTORY "/boost/mpl " BOOST_INCLUDE_DIRECTORY
+      "/boost/spirit ours && cp -r ours perls");
+  c.re.SetFilesToMatch(c.scratch / "ours/*.hpp");
   c.re.SetDirectoryRecursion(true);
   c.re.SetSaveExtension("bak");
-  for (const Case& row : cases) {  // each changes what the one before has left
-    SCOPED_TRACE(row.expression);
-    c.re.SetExpression(row.expression);
-    c.re.SetFormatString(row.format);
-    if (row.icase) c.re.AddExpressionOption(RE::Icase);
-    EXPECT_EQ(ChangeByPerl(perls, row.substitution), c.re.ChangeFiles());
-    EXPECT_EQ(0U, c.Problems());
-
-    std::size_t files = 0;
-    std::size_t changed = 0;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(perls)) {
-      if (entry.path().extension() != ".hpp") continue;
-      ++files;
-      const fs::path file = ours / entry.path().lexically_relative(perls);
-      const std::string before = ReadFile(entry.path().string() + ".saved");
-      const std::string after = ReadFile(entry.path());
-      EXPECT_TRUE(ReadFile(file) == after) << file;
-      const fs::path saved = fs::path(file).replace_extension(".bak");
-      EXPECT_EQ(before != after, fs::exists(saved)) << file;
-      if (before == after) continue;
-      ++changed;
-      EXPECT_TRUE(ReadFile(saved) == before) << file;
-      fs::remove(saved);
-    }
-    EXPECT_LT(2000U, files);
-    EXPECT_LT(100U, changed);
+  for (const auto& [expression, format] : cases) {  // each changes what the one before has left
+    SCOPED_TRACE(expression);
+    c.re.SetExpression(expression);
+    c.re.SetFormatString(format);
+    std::string script = kPerlScript;
+    script.replace(script.find("EXPRESSION"), 10, expression);
+    WriteFile(c.scratch / "script", script.replace(script.find("FORMAT"), 6, format));
+    run("cd perls && perl ../script");
+    const unsigned int changes = c.re.ChangeFiles();
+    EXPECT_LT(1000U, changes);
+    EXPECT_EQ(ReadFile(c.scratch / "count"), std::to_string(changes));
+    run("diff -r ours perls");
   }
 }
 

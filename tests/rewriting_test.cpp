@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <tuple>
 
+#include <boost/regex/pattern_except.hpp>
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
@@ -93,6 +94,8 @@ TEST(Merge, LetsASubscriberDecide) {
   EXPECT_EQ(MergedUnder(re, [](int, bool&) {}), "$0a$0a$0a");
   re.SetExpression("(");
   EXPECT_EQ(Merged(re), "");
+  re = Make(R"((?<=\Kx)x)", "xxxx");
+  EXPECT_THROW(Merged(re), boost::regex_error);  // the second match begins in the first
 }
 
 TEST(Merge, GoesOnWithWhatItStartedWith) {
