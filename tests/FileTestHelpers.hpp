@@ -8,6 +8,8 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace RegexClass::test {
 
@@ -38,6 +40,26 @@ inline void WriteFile(const std::string& name, const std::string& content) {
 /// The number of files that this process has open.
 inline std::ptrdiff_t OpenDescriptors() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/// What `run` gives as text, in a process of its own that may give up its rights.
+template <class Run>
+std::string InChild(Run run) {
+  int ends[2];
+  if (pipe(ends) != 0) throw std::runtime_error("no pipe for the test");
+  const pid_t child = fork();
+  if (child == 0) {
+    const std::string text = run();
+    const ssize_t written = write(ends[1], text.data(), text.size());
+    _exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
+  }
+  close(ends[1]);
+  std::string text(4096, '\0');
+  const ssize_t count = read(ends[0], text.data(), text.size());
+  text.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+  close(ends[0]);
+  waitpid(child, nullptr, 0);
+  return text;
 }
 
 }  // namespace RegexClass::test
