@@ -105,7 +105,7 @@ void Table::Add(const Row& row) {
     if (row.wholeRuns) registered->UseRealTime()->Iterations(1);
   };
   add("other", row.other);
-  add("library", row.library);
+  add("library", row.ours);
   add("subscribed", row.subscribed);
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times, ".*");

@@ -27,7 +27,7 @@ struct Row {
   std::string text;    // on what
   std::string beside;  // what the library is compared with
   Run other;
-  Run library;
+  Run ours;
   Run subscribed;          // the library with a subscriber; empty where there is no such thing
   int rounds = 51;         // how often each of them is measured
   bool wholeRuns = false;  // measures the wall clock, one run each; else the processor's time
