@@ -105,6 +105,7 @@ TEST_F(Files, HoldWhatGrepFindsInThem) {
     EXPECT_EQ(other.get(), expected);
     EXPECT_EQ(Log(re, false).size(), files.size());
   }
+  EXPECT_LT(OpenDescriptors(), 1000);
 }
 
 TEST_F(Files, AreSelectedAsGlobSelectsThem) {
@@ -117,9 +118,8 @@ TEST_F(Files, AreSelectedAsGlobSelectsThem) {
     glob_t all = {};
     ::glob(pattern.c_str(), GLOB_NOSORT, nullptr, &all);
     std::set<fs::path> expected;  // which are ordered name by name
-    for (const std::string& name : Names(all.gl_pathv, all.gl_pathv + all.gl_pathc)) {
-      if (fs::is_regular_file(name)) expected.insert(name);
-    }
+    std::copy_if(all.gl_pathv, all.gl_pathv + all.gl_pathc, std::inserter(expected, expected.end()),
+                 [](const char* name) { return fs::is_regular_file(name); });
     ::globfree(&all);
     EXPECT_EQ(Found(Walker("x", pattern)), Names(expected.begin(), expected.end())) << pattern;
   }
@@ -141,7 +141,7 @@ TEST_F(Files, ComeInOrderAndOnce) {
   EXPECT_EQ(Found(Walker("x", ".*;./*b", true)), (Names{"a/b/.h", "./a\nb", "./a b", "./b"}));
   EXPECT_EQ(Found(Walker("x", "a/*/b;b;;a/../b;to-b;B;?")), (Names{"a/up/b", "B"}));
   EXPECT_EQ(Found(Walker("x", "to-b;b;s\\;?;a\\ b")), (Names{"to-b", "s;t", "a b"}));
-  EXPECT_EQ(Found(Walker("x", "pipe;dangling;loop;loop/x;b/x;a;a/;/dev/zero")), Names());
+  EXPECT_EQ(Found(Walker("x", "pipe;dangling;loop/*;loop;b/x;a;a/;/dev/zero")), Names());
   std::setlocale(LC_CTYPE, "C");
 }
 
@@ -156,7 +156,8 @@ TEST_F(Files, AreReadToTheirEndOrListed) {
   Write({"2"}, std::string(60, 'a'));
   fs::resize_file("3", std::uintmax_t{1} << 31);
   Write({"4"}, "xaab last x");
-  using Case = std::tuple<const char*, const char*, Names>;
+  const std::string online = "/sys/devices/system/cpu/online";  // tells too large a size
+  using Case = std::tuple<const char*, std::string, Names>;
   for (const auto& [expression, files, log] :
        {Case("x", "empty;line*;zeros", {"line:1:52428800:x", "lines:4:7:x"}),
         Case("^$|\\0{1048576}", "empty;lines;zeros",
@@ -164,7 +165,7 @@ TEST_F(Files, AreReadToTheirEndOrListed) {
         Case("last|x", "4;lines", {"4:1:0:x", "4:1:5:last", "lines:4:7:x"}),
         Case("(a|b|ab)*c", "choices", {"choices:1:0:" + choices + ":1048575:a"}),
         Case("(a)|(b)", "lines", {"lines:1:0:a:0:a:-1:", "lines:2:2:b:-1::2:b"}),
-        Case(".+", "/proc/version", {"/proc/version:1:0:" + ReadFile("/proc/version")}),
+        Case(".+", online, {online + ":1:0:" + ReadFile(online)}),
         Case("(?:a+)+b", "[23];/proc/self/mem;4",
              {"4:1:1:aab", "2: search: Success", "3: search: File too large",
               "/proc/self/mem: read: Input/output error"}),
@@ -185,6 +186,7 @@ TEST_F(Files, AreReadToTheirEndOrListed) {
   EXPECT_EQ(Log(re, false), Names());
   EXPECT_EQ(Found(Walker("", "4")), Names());
   EXPECT_NE(re.GetGrepFilesErrors(), nullptr);
+  EXPECT_EQ(Log(re, true), Names());
 }
 
 TEST_F(Files, MayChangeWhileTheyAreRead) {
@@ -240,15 +242,14 @@ TEST_F(Files, AreSearchedUnderTheSettingsThatCount) {
 
 TEST_F(Files, CanBeWalkedFromWithinAWalk) {
   Write({"a", "b"}, "xyx");
-  RE inner = Walker("y", "?");
   RE thrower = Walker("y", "?");
   thrower.SetOnFindFilesClosure([](auto, auto, auto&) { throw std::runtime_error("away"); });
-  RE outer = Walker("x", "?");
+  RE outer = Walker("x", "a;b");
   Names trace;
   outer.SetOnGreppingFilesClosure([&](RE* object, auto file, auto& match, auto, auto&) {
     EXPECT_EQ(object, &outer);
     trace.push_back(file + std::to_string(match[0].position));
-    EXPECT_EQ(Log(inner, false), (Names{"a", "b"}));
+    EXPECT_EQ(Found(Walker("y", "?")), (Names{"a", "b"}));
     EXPECT_THROW(thrower.FindFiles(), std::runtime_error);
     // A walk on the object itself, which finds nothing, then settings that count for later.
     outer.SetExpression("[");
@@ -259,7 +260,7 @@ TEST_F(Files, CanBeWalkedFromWithinAWalk) {
   });
   EXPECT_THROW(outer.GrepFiles(), std::runtime_error);
   EXPECT_EQ(trace, (Names{"a0", "a2", "b0", "b2"}));
-  EXPECT_EQ(Log(inner, false), (Names{"a", "b"}));
+  EXPECT_EQ(Found(Walker("y", "?")), (Names{"a", "b"}));
 }
 
 }  // namespace

@@ -9,12 +9,13 @@ namespace {
 std::unique_ptr<RegexClass::RegularExpression> lasting;
 }  // namespace
 
-/// Searches `files`, and gives the number of matches. The object lasts if asked to.
+/// Searches `files`, and gives the number of matches. The object lasts until the
+/// next call if asked to.
 extern "C" [[gnu::visibility("default")]] unsigned SearchFiles(const char* files, bool last) {
   auto re = std::make_unique<RegexClass::RegularExpression>();
   re->SetExpression("(a|b|ab)*c");
   re->SetFilesToMatch(files);
   const unsigned matches = re->GrepFiles();
-  if (last) lasting = std::move(re);
+  lasting = last ? std::move(re) : nullptr;
   return matches;
 }
