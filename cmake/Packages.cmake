@@ -19,6 +19,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libregexclass${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libregexclass-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
@@ -26,6 +27,38 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libboost1.81-dev | libboost-dev (>
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME regexclass)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+
+# What Debian's policy wants in a package beside its files. Only there: an installation by hand has
+# no packages to be described.
+function(regexclass_debian_files component package)
+  set(directory ${PROJECT_BINARY_DIR}/debian/${package})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/changelog.in ${directory}/changelog @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/overrides.in ${directory}/overrides @ONLY)
+  if(component STREQUAL "library")
+    file(READ ${PROJECT_SOURCE_DIR}/cmake/debian/overrides-library more)
+    file(APPEND ${directory}/overrides "${more}")
+  endif()
+  execute_process(COMMAND gzip -9nf ${directory}/changelog COMMAND_ERROR_IS_FATAL ANY)
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/debian/copyright ${directory}/changelog.gz
+    DESTINATION share/doc/${package} COMPONENT ${component})
+  install(FILES ${directory}/overrides RENAME ${package}
+    DESTINATION share/lintian/overrides COMPONENT ${component})
+endfunction()
+
+if(REGEXCLASS_DEBIAN_PACKAGES)
+  regexclass_debian_files(library ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME})
+  regexclass_debian_files(development ${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME})
+  regexclass_debian_files(tool ${CPACK_DEBIAN_TOOL_PACKAGE_NAME})
+  set(development_docs share/doc/${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME})
+  install(DIRECTORY docs/ DESTINATION ${development_docs} COMPONENT development)
+  install(DIRECTORY examples DESTINATION ${development_docs} COMPONENT development
+    FILES_MATCHING PATTERN "*.cpp")
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/reference
+    DESTINATION ${development_docs} COMPONENT development OPTIONAL)
+  # Behind the tool's own rule, which has put it there.
+  install(CODE [[execute_process(COMMAND gzip -9nf
+    "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/man/man1/regexclass.1")]] COMPONENT tool)
+endif()
 
 include(CPack)
 cpack_add_component(library
