@@ -103,6 +103,7 @@ struct BrokenExpression {
 };
 
 TEST(Compilation, GivesTheCodeOfEveryErrorInBothSyntaxes) {
+  const std::string ends(40000, '$');
   std::string deep, deepBasic;
   for (int i = 0; i < 500; ++i) deep += "(", deepBasic += "\\(";
   deep += "a";
@@ -118,20 +119,23 @@ TEST(Compilation, GivesTheCodeOfEveryErrorInBothSyntaxes) {
       {RE::BadBackReference, "(a)\\2", "\\(a\\)\\2"},
       {RE::UnmatchedBracket, "[a", "[a\\"},
       {RE::UnmatchedBracket, "[[:alpha:", "[]"},
+      {RE::UnmatchedBracket, "([z-a", "[[:alpha:]"},
+      {RE::BadCharacterClass, "[a]\\p]", nullptr},
       {RE::UnmatchedParenthesis, "(a", "\\(a"},
       {RE::UnmatchedParenthesis, "a)", "a\\)"},
       {RE::UnmatchedBrace, nullptr, "a\\{2"},
-      {RE::UnmatchedBrace, nullptr, "a\\}"},
+      {RE::BadBraceContents, nullptr, "a\\{,2\\}"},
       {RE::BadBraceContents, "a{2,1}", "a\\{2,1\\}"},
       {RE::BadBraceContents, "\\x{g}", "a\\{2}"},
       {RE::BadBraceContents, nullptr, "a\\{2x\\}b"},
       {RE::BadRange, "[b-a]", "[b-a]"},
       {RE::BadRange, "x[\xff-\x80]y", "[a-c-e]"},
       {RE::OutOfSpace, deep.c_str(), deepBasic.c_str()},
-      {RE::BadRepeat, "*", "\\(*\\)"},
+      {RE::BadRepeat, "*", nullptr},
       {RE::BadRepeat, "a**", "a**"},
-      {RE::EmptyPattern, nullptr, "\1"},  // the byte stands for a zero byte here
-      {RE::NoError, "a{2x}", "a{2x}|+?()"},
+      {RE::OutOfSpace, ends.c_str(), nullptr},
+      {RE::NoExpression, "\1", "\1"},  // the byte stands for a zero byte here
+      {RE::NoError, "a{2x}", "a{2x}|+?()*a^b$\\}"},
   };
   for (const BrokenExpression& c : cases) {
     for (const RE::Options syntax : {RE::NormalSyntax, RE::BasicSyntax}) {

@@ -4,10 +4,13 @@
 
 #include <map>
 #include <optional>
+#include <stdexcept>
+#include <sys/mman.h>
 
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
+#include "engine/Expression.hpp"
 #include "engine/SyntaxTranslation.hpp"
 
 namespace RegexClass::test {
@@ -47,24 +50,30 @@ class Dialect {
   Dialect(std::uint32_t word, bool newline, bool escaped)
       : word_(word), newline_(newline), escaped_(escaped) {}
 
-  std::optional<std::string> Print(const Node& node) const {
-    const auto part = [&](std::size_t i) { return Print(node.parts[i]); };
+  /// `first` and `last`: whether the node stands at that end of an expression, a group or an
+  /// alternative, where the basic syntaxes have rules of their own.
+  std::optional<std::string> Print(const Node& node, bool first = true, bool last = true) const {
+    const auto part = [&](std::size_t i, bool isFirst, bool isLast) {
+      return Print(node.parts[i], isFirst, isLast);
+    };
     switch (node.kind) {
       case Node::kLiteral:
-        return Character(node.text[0]);
+        return Character(node.text[0], first, last);
       case Node::kDot:
         return ".";
       case Node::kList:
         return List(node.text);
       case Node::kGroup:
-        return Concatenate({Operator("("), part(0), Operator(")")});
+        return Concatenate({Operator("("), part(0, true, true), Operator(")")});
       case Node::kAlternation:
-        return Concatenate({part(0), Alternative(), part(1)});
+        return Concatenate({part(0, true, true), Alternative(), part(1, true, true)});
       case Node::kConcatenation:
-        return Concatenate({part(0), part(1)});
+        return Concatenate({part(0, first, false), part(1, false, last)});
       case Node::kRepeat:
-        if (node.text.size() == 1) return Concatenate({part(0), Operator(node.text)});
-        return Concatenate({part(0), Operator("{"), node.text, Operator("}")});
+        if (node.text.size() == 1) {
+          return Concatenate({part(0, first, false), Operator(node.text)});
+        }
+        return Concatenate({part(0, first, false), Operator("{"), node.text, Operator("}")});
       default:
         return Has(kBkRefs) ? std::optional<std::string>("\\1") : std::nullopt;
     }
@@ -108,9 +117,17 @@ class Dialect {
     return Has(kNewlineAlt) && (newline_ || !bar) ? Text("\n") : bar;
   }
 
-  Text Character(char c) const {
+  Text Character(char c, bool first, bool last) const {
     const std::string plain(1, c);
     const std::string escaped = "\\" + plain;
+    if (Has(kBkParens) && (word_ & kNormal) != kNormal) {
+      if (c == '*' || c == '^' || c == '$') {
+        const bool ordinary = c == '*' ? first : c == '^' ? !first : !last;
+        return ordinary ? plain : escaped;
+      }
+      if ((c == '+' || c == '?') && first && Operator(plain) == plain) return plain;
+    }
+    if (c == '}' && (word_ & kNormal) != kNormal) return escaped_ ? escaped : plain;
     if (c == '\n') return Has(kNewlineAlt) ? escaped : plain;
     if (std::string("(){}+?|").find(c) != std::string::npos) {
       const Text op = Operator(plain);
@@ -246,8 +263,28 @@ TEST(Syntax, KeepsEscapesThatTakeTheirOwnText) {
       {"[\\]", "[\\\\]"},
       {"a\\", "a\\"},
       {"[a", "[a"},
+      {"^*a$b", "^\\*a\\$b"},
+      {"\\(^*a$\\)*$", "(^\\*a$)*$"},
   };
   for (const auto& [text, expected] : cases) EXPECT_EQ(Translate(text, basic).text, expected);
+}
+
+TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
+  constexpr std::size_t kSize = std::size_t{1} << 31;  // addresses alone, no memory
+  void* const text = mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(text, MAP_FAILED);
+  const char* const first = static_cast<const char*>(text);
+  Expression<CppTraits> expression;
+  expression.Compile("a", kNormal);
+  boost::cmatch results;
+  std::string out;
+  const auto flags = boost::match_default;
+  const auto report = [](const boost::cmatch&) { return true; };
+  EXPECT_THROW(expression.Search(first, first + kSize, results, flags), std::length_error);
+  EXPECT_THROW(expression.MatchWhole(first, first + kSize, results, flags), std::length_error);
+  EXPECT_THROW(expression.Grep(first, first + kSize, flags, report), std::length_error);
+  EXPECT_THROW(expression.Merge(first, first + kSize, "", flags, out), std::length_error);
+  munmap(text, kSize);
 }
 
 }  // namespace

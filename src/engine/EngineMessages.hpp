@@ -24,6 +24,16 @@ class EngineMessages {
   std::array<std::string, boost::regex_constants::syntax_max> syntax;
   /// The text of each error.
   std::array<std::string, boost::regex_constants::error_unknown + 1> errors;
+  /// What stands between the text of an error and the quotation of the expression, all of it or a
+  /// part, and what marks the place in there.
+  static constexpr const char* kInExpression =
+      "  The error occurred while parsing the regular expression: ";
+  static constexpr const char* kInFragment =
+      "  The error occurred while parsing the regular expression fragment: ";
+  static constexpr const char* kHere = ">>>HERE>>>";
+  std::string inExpression;
+  std::string inFragment;
+  std::string here;
   /// Further names of character classes, with the engine's name for each.
   std::map<std::string, std::string> classNames;
 };

@@ -1,8 +1,13 @@
 #include "engine/Expression.hpp"
 
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
 
+#include "engine/CompileErrors.hpp"
 #include "engine/SyntaxTranslation.hpp"
 
 namespace RegexClass::engine {
@@ -10,33 +15,19 @@ namespace {
 
 namespace constants = boost::regex_constants;
 
-/// The engine takes a range such as [b-a] for a bad class name, and reports it behind the closing
-/// bracket of the list; the name of a class that is really bad is reported where it begins.
-bool IsBadRange(const boost::regex_error& error, const std::string& text) {
-  const auto position = static_cast<std::size_t>(error.position());
-  return error.code() == constants::error_ctype && position > 0 && position <= text.size() &&
-         text[position - 1] == ']';
-}
-
-/// The error that is told for `error`, with the engine's text for it.
-template <class Traits>
-boost::regex_error Told(const boost::regex_error& error, const std::string& text,
-                        const Traits& traits) {
-  if (!IsBadRange(error, text)) return error;
-  const std::string wrong = traits.error_string(constants::error_ctype);
-  std::string message = error.what();
-  if (message.compare(0, wrong.size(), wrong) == 0) {
-    message.replace(0, wrong.size(), traits.error_string(constants::error_range));
-  }
-  return boost::regex_error(message, constants::error_range, error.position());
-}
-
 /// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
 /// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find
 /// the one for ever, and text of two matches can't be replaced twice.
 void RequireProgress(const boost::cmatch& results, const char* from) {
   if (results[0].second < results[0].first || results[0].first < from) {
     throw boost::regex_error(constants::error_complexity);
+  }
+}
+
+/// Positions are told as numbers of 32 bits with a sign.
+void RequireAddressable(const char* first, const char* last) {
+  if (last - first > std::numeric_limits<std::int32_t>::max()) {
+    throw std::length_error("RegexClass: a text of more than 2147483647 bytes");
   }
 }
 
@@ -50,20 +41,20 @@ void Expression<Traits>::Imbue(const typename Traits::locale_type& locale) {
 
 template <class Traits>
 void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
-  const Translation translation = Translate(text.c_str(), word);
+  const std::string_view source = text.c_str();
+  const Translation translation = Translate(source, word);
   if (!locale_) Imbue(Traits::DefaultLocale());
-  const auto& traits = regex_.get_traits();
+  compiledUnder_ = Traits::LocaleName();
   try {
-    if (translation.error != constants::error_ok) {
-      throw boost::regex_error(traits.error_string(translation.error), translation.error,
-                               static_cast<std::ptrdiff_t>(translation.errorPosition));
-    }
+    if (translation.error != constants::error_ok) throw ErrorOf(translation);
+    RequireShallow(translation);
     regex_.assign(translation.text, translation.flags);
     failed_ = false;
     errorCode_ = 0;
     groupCount_ = static_cast<unsigned int>(regex_.mark_count());
   } catch (const boost::regex_error& error) {
-    const boost::regex_error told = Told(error, translation.text, traits);
+    const boost::regex_error told =
+        Told(error, source, translation, regex_.get_traits().Messages());
     failed_ = true;
     errorCode_ = told.code();
     throw told;
@@ -73,6 +64,7 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
 template <class Traits>
 bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
                                 Flags flags) const {
+  RequireAddressable(first, last);
   const bool found = boost::regex_search(first, last, results, regex_, flags);
   if (found) RequireProgress(results, first);
   return found;
@@ -81,12 +73,14 @@ bool Expression<Traits>::Search(const char* first, const char* last, boost::cmat
 template <class Traits>
 bool Expression<Traits>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
                                     Flags flags) const {
+  RequireAddressable(first, last);
   return boost::regex_match(first, last, results, regex_, flags | boost::match_all);
 }
 
 template <class Traits>
 unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags flags,
                                       const Report& report) const {
+  RequireAddressable(first, last);
   return boost::regex_grep(
       [&report, from = first](const boost::cmatch& results) mutable {
         RequireProgress(results, from);
@@ -99,6 +93,7 @@ unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags
 template <class Traits>
 void Expression<Traits>::Merge(const char* first, const char* last, const char* format, Flags flags,
                                std::string& out) const {
+  RequireAddressable(first, last);
   const bool copy = (flags & boost::format_no_copy) == 0;
   const bool all = (flags & boost::format_first_only) == 0;
   boost::regex_grep(

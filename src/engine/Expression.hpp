@@ -43,7 +43,11 @@ class Expression {
   /// default of its model first.
   void Compile(const std::string& text, std::uint32_t word);
 
-  // Below, [first, last) is the text. Only for an expression that compiled.
+  /// Whether the locale is still that of the last compile, good or not.
+  bool LocaleStays() const { return compiledUnder_ == Traits::LocaleName(); }
+
+  // Below, [first, last) is the text. Only for an expression that compiled. A text with offsets
+  // that don't fit 32 bits with a sign is a std::length_error.
 
   /// Finds the leftmost match.
   bool Search(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
@@ -63,6 +67,7 @@ class Expression {
  private:
   boost::basic_regex<char, Traits> regex_;
   std::optional<typename Traits::locale_type> locale_;
+  std::string compiledUnder_;
   unsigned int groupCount_ = 0;
   bool failed_ = true;
   int errorCode_ = 0;

@@ -1,6 +1,7 @@
 #include "engine/SyntaxTranslation.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace RegexClass::engine {
 namespace {
@@ -17,24 +18,32 @@ enum class Notation { kPlain, kEscaped, kNone };
 class Translator {
  public:
   Translator(std::string_view text, std::uint32_t word)
-      : text_(text), word_(word), perl_((word & kNormal) == kNormal) {}
+      : text_(text),
+        word_(word),
+        perl_((word & kNormal) == kNormal),
+        basic_(!perl_ && (word & kBkParens) != 0) {}
 
   Translation Run() {
     while (position_ < text_.size() && result_.error == constants::error_ok) {
       const char c = text_[position_];
+      place_ = std::exchange(nextPlace_, Place::kInside);
       if (c == '\\') {
         Escape();
       } else if (c == '[') {
         List();
       } else {
-        ++position_;
+        token_ = position_++;
         OperatorOrLiteral(c, Notation::kPlain);
       }
     }
+    result_.origins.push_back(text_.size());
     return std::move(result_);
   }
 
  private:
+  /// Where in an expression, a group or an alternative a token stands.
+  enum class Place { kFirst, kBehindAnchor, kInside };
+
   bool Has(std::uint32_t bit) const { return (word_ & bit) != 0; }
 
   Notation NotationOf(char c) const {
@@ -65,20 +74,57 @@ class Translator {
   void OperatorOrLiteral(char c, Notation found) {
     static constexpr std::string_view kSwitched = "(){}+?|\n";
     if (kSwitched.find(c) == std::string_view::npos) {
-      if (found == Notation::kEscaped) result_.text += '\\';
-      result_.text += c;
-    } else if (NotationOf(c) == found) {
-      result_.text += c == '\n' ? '|' : c;
-      if (c == '{') CheckInterval();
+      if (found == Notation::kEscaped || IsOrdinaryHere(c)) Emit('\\');
+      if (c == '^' && found == Notation::kPlain && place_ == Place::kFirst) {
+        nextPlace_ = Place::kBehindAnchor;
+      }
+      Emit(c);
+    } else if (NotationOf(c) == found && !IsOrdinaryHere(c)) {
+      if (c == '(' || c == '|' || c == '\n') nextPlace_ = Place::kFirst;
+      Emit(c == '\n' ? '|' : c);
+      if (c == '{') Interval();
     } else {
-      if (c != '\n') result_.text += '\\';
-      result_.text += c;
+      if (c != '\n') Emit('\\');
+      Emit(c);
+    }
+  }
+
+  /// Whether an operator of the dialect is an ordinary character for the place where it stands,
+  /// just before `position_`.
+  bool IsOrdinaryHere(char c) const {
+    if (c == '}') return !perl_;  // Interval() has taken those that close one
+    if (!basic_) return false;
+    switch (c) {
+      case '*':
+        return place_ != Place::kInside;
+      case '+':
+      case '?':
+        return place_ != Place::kInside && NotationOf(c) == Notation::kPlain;
+      case '^':
+        return place_ != Place::kFirst;
+      case '$':
+        return position_ != text_.size() && !Follows(')') && !Follows('|') && !Follows('\n');
+      default:
+        return false;
+    }
+  }
+
+  /// Whether the operator `c`, as the dialect writes it, stands at `position_`.
+  bool Follows(char c) const {
+    const std::string_view rest = text_.substr(position_);
+    switch (NotationOf(c)) {
+      case Notation::kPlain:
+        return rest.substr(0, 1) == std::string_view(&c, 1);
+      case Notation::kEscaped:
+        return rest.size() > 1 && rest[0] == '\\' && rest[1] == c;
+      default:
+        return false;
     }
   }
 
   void Escape() {
     if (position_ + 1 == text_.size()) {  // nothing behind it: the engine complains
-      result_.text += text_[position_++];
+      CopyTo(text_.size());
       return;
     }
     const char c = text_[position_ + 1];
@@ -91,9 +137,10 @@ class Translator {
       const std::size_t end = text_.find('}', position_);
       CopyTo(end == std::string_view::npos ? text_.size() : end + 1);
     } else if (c >= '1' && c <= '9' && !Has(kBkRefs)) {
-      result_.text += c;
-      position_ += 2;
+      ++position_;
+      CopyTo(position_ + 1);
     } else {
+      token_ = position_;
       position_ += 2;
       OperatorOrLiteral(c, Notation::kEscaped);
     }
@@ -121,8 +168,7 @@ class Translator {
         if (Has(kEscapeInLists)) {
           CopyTo(std::min(position_ + 2, text_.size()));
         } else {
-          result_.text += "\\\\";
-          ++position_;
+          EmitEscaped();
         }
       } else if (c == '[' && position_ + 1 < text_.size()) {
         Bracketed(text_[position_ + 1]);
@@ -135,8 +181,7 @@ class Translator {
   /// A left bracket inside a list: the start of [:class:], [.element.], [=equivalent=], or itself.
   void Bracketed(char kind) {
     if (kind == ':' && !Has(kCharClasses)) {
-      result_.text += "\\[";
-      ++position_;
+      EmitEscaped();
     } else if (kind == ':' || kind == '.' || kind == '=') {
       const char closing[] = {kind, ']', 0};
       // The name has one character at least, which may be the kind itself, as in [.-.] or [...].
@@ -147,9 +192,10 @@ class Translator {
     }
   }
 
-  /// Behind the opening of a bounded repeat. Without the Perl extensions the engine still reads
-  /// a brace as itself when proper bounds are followed by anything but the closing one.
-  void CheckInterval() {
+  /// Takes the bounds of a repeat and its end, from behind the opening. Without the Perl extensions
+  /// the engine still reads a brace as itself when proper bounds are followed by anything but the
+  /// closing one.
+  void Interval() {
     if (perl_) return;
     std::size_t at = position_;
     const auto skip = [&](std::string_view set) {
@@ -160,21 +206,26 @@ class Translator {
     static constexpr std::string_view kBlanks = " \t\r\n\v\f";
     static constexpr std::string_view kDigits = "0123456789";
     skip(kBlanks);
-    if (!skip(kDigits)) return;  // the engine complains
+    const bool bounded = skip(kDigits);
     skip(kBlanks);
-    if (at < text_.size() && text_[at] == ',') {
+    if (bounded && at < text_.size() && text_[at] == ',') {
       ++at;
       skip(kBlanks);
       skip(kDigits);
       skip(kBlanks);
     }
     const std::string_view closing = Has(kBkBraces) ? "\\}" : "}";
-    if (at == text_.size() || text_.substr(at) == "\\") return;  // the engine complains
-    if (text_.substr(at, closing.size()) == closing) {
-      CopyTo(at);
+    const bool closed = text_.find(closing, at) != std::string_view::npos;
+    if (!closed && (!bounded || at == text_.size() || text_.substr(at) == "\\")) {
+      return;  // the engine complains
+    }
+    const bool good = bounded && text_.substr(at, closing.size()) == closing;
+    CopyTo(at);
+    if (good) {
+      position_ += closing.size() - 1;
+      CopyTo(position_ + 1);
       return;
     }
-    CopyTo(at);
     result_.error = constants::error_badbrace;
     result_.errorPosition = result_.text.size();
     CopyTo(text_.size());
@@ -183,14 +234,31 @@ class Translator {
   bool At(char c) const { return position_ < text_.size() && text_[position_] == c; }
 
   void CopyTo(std::size_t end) {
-    result_.text += text_.substr(position_, end - position_);
+    for (token_ = position_; token_ < end; ++token_) Emit(text_[token_]);
     position_ = end;
+  }
+
+  /// Emits a byte that stands for the token in hand.
+  void Emit(char c) {
+    result_.text += c;
+    result_.origins.push_back(token_);
+  }
+
+  /// Copies the next byte with a backslash before it.
+  void EmitEscaped() {
+    token_ = position_;
+    Emit('\\');
+    CopyTo(position_ + 1);
   }
 
   const std::string_view text_;
   const std::uint32_t word_;
   const bool perl_;
+  const bool basic_;
   std::size_t position_ = 0;
+  std::size_t token_ = 0;  // where the token in hand begins
+  Place place_ = Place::kFirst;
+  Place nextPlace_ = Place::kFirst;
   Translation result_;
 };
 

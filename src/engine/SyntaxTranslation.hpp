@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <boost/regex.hpp>
 
@@ -36,6 +37,9 @@ enum SyntaxBits : std::uint32_t {
 struct Translation {
   std::string text;
   boost::regbase::flag_type flags = 0;
+  /// For each byte of `text`, and for its end, the offset in the source of what it stands for;
+  /// empty when `text` is the source.
+  std::vector<std::size_t> origins;
 
   /// An error that the engine would overlook, with its offset in `text`; else error_ok.
   boost::regex_constants::error_type error = boost::regex_constants::error_ok;
@@ -47,9 +51,11 @@ struct Translation {
 ///
 /// A word with all of kNormal gives the Perl extensions and Perl's first match; a plain one comes
 /// back with its text unchanged. Every other word gives POSIX: no extensions, the longest of the
-/// leftmost matches. What no switch governs (anchors, dot, star, escapes such as \w) is the same
-/// under all words. Never fails: an expression that is broken in its dialect comes out as one that
-/// is broken in the same way, or with `error` set.
+/// leftmost matches. With kBkParens such a word has the rules of the basic syntaxes for what stands
+/// at the ends of an expression, a group or an alternative: a repeat that has nothing before it
+/// there is an ordinary character, and so are `^` and `$` anywhere else. What no switch governs
+/// (dot, escapes such as \w) is the same under all words. Never fails: an expression that is broken
+/// in its dialect comes out as one that is broken in the same way, or with `error` set.
 Translation Translate(std::string_view text, std::uint32_t word);
 
 }  // namespace RegexClass::engine

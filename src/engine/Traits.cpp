@@ -1,7 +1,7 @@
 #include "engine/Traits.hpp"
 
 #include <algorithm>
-#include <cctype>
+#include <clocale>
 #include <cstring>
 #include <utility>
 
@@ -10,7 +10,42 @@ namespace RegexClass::engine {
 namespace detail = boost::BOOST_REGEX_DETAIL_NS;
 namespace constants = boost::regex_constants;
 
+namespace {
+
+/// The part of a sort key that letters have in common that differ in case or accents alone.
+template <class Traits>
+std::string PrimaryKey(const Traits& traits, const char* first, const char* last) {
+  char mark = 0;  // the delimiter of the levels of a key, or the length of the first level
+  const unsigned form = detail::find_sort_syntax(&traits, &mark);
+  std::string key;
+  if (form == detail::sort_delim) {
+    key = traits.transform(first, last);
+    const std::size_t end = key.find(mark);
+    if (end != std::string::npos && end != 0) key.resize(end);  // 0: nothing at the first level
+  } else if (form == detail::sort_fixed) {
+    key = traits.transform(first, last);
+    key.resize(std::min<std::size_t>(key.size(), static_cast<unsigned char>(mark)));
+  } else {
+    std::string folded(first, last);
+    for (char& c : folded) c = traits.translate_nocase(c);
+    key = traits.transform(folded.data(), folded.data() + folded.size());
+  }
+  return key.empty() ? std::string(1, '\0') : key;
+}
+
+}  // namespace
+
 CatalogueTraits::CatalogueTraits() { FillSyntax(); }
+
+std::string CatalogueTraits::transform(const char* first, const char* last) const {
+  std::string key = std::use_facet<std::collate<char>>(Base::getloc()).transform(first, last);
+  key.resize(key.find_last_not_of('\0') + 1);  // some facets fill a key up
+  return key;
+}
+
+std::string CatalogueTraits::transform_primary(const char* first, const char* last) const {
+  return PrimaryKey(*this, first, last);
+}
 
 MessageLocale CatalogueTraits::imbue(MessageLocale locale) {
   MessageLocale former = getloc();
@@ -75,23 +110,15 @@ std::string CTraits::transform(const char* first, const char* last) {
 }
 
 std::string CTraits::transform_primary(const char* first, const char* last) {
-  const CTraits traits;
-  char mark = 0;  // the delimiter of the levels of a key, or the length of the first level
-  const unsigned form = detail::find_sort_syntax(&traits, &mark);
-  std::string key;
-  if (form == detail::sort_delim) {
-    key = transform(first, last);
-    const std::size_t end = key.find(mark);
-    if (end != std::string::npos && end != 0) key.resize(end);  // 0: nothing at the first level
-  } else if (form == detail::sort_fixed) {
-    key = transform(first, last);
-    key.resize(std::min<std::size_t>(key.size(), static_cast<unsigned char>(mark)));
-  } else {
-    std::string folded(first, last);
-    for (char& c : folded) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    key = transform(folded.data(), folded.data() + folded.size());
-  }
-  return key.empty() ? std::string(1, '\0') : key;
+  return PrimaryKey(CTraits(), first, last);
+}
+
+std::string CTraits::LocaleName() {
+  const auto name = [](int category) {
+    const char* const found = std::setlocale(category, nullptr);
+    return std::string(found != nullptr ? found : "");
+  };
+  return name(LC_CTYPE) + '\n' + name(LC_COLLATE);
 }
 
 }  // namespace RegexClass::engine

@@ -38,15 +38,24 @@ class CatalogueTraits : public boost::cpp_regex_traits<char> {
   locale_type imbue(locale_type locale);
   locale_type getloc() const { return {Base::getloc(), messages_}; }
 
-  // These hide those of the engine, which calls them by the type of its traits.
+  // These hide those of the engine, which calls them by the type of its traits, and which spreads
+  // the bytes of a sort key, so that it can't find the first level in there.
   boost::regex_constants::syntax_type syntax_type(char c) const {
     return syntax_[static_cast<unsigned char>(c)];
   }
   boost::regex_constants::escape_syntax_type escape_syntax_type(char c) const {
     return syntax_[static_cast<unsigned char>(c)];
   }
+  string_type transform(const char* first, const char* last) const;
+  string_type transform_primary(const char* first, const char* last) const;
   char_class_type lookup_classname(const char* first, const char* last) const;
   std::string error_string(boost::regex_constants::error_type error) const;
+
+  /// The messages that were imbued; null for the engine's own.
+  const EngineMessages* Messages() const { return messages_.get(); }
+  /// What tells whether an expression was compiled under another locale than that of the moment;
+  /// the locale here is what was imbued, and doesn't change by itself.
+  static std::string LocaleName() { return std::string(); }
 
  private:
   void FillSyntax();
@@ -70,6 +79,9 @@ struct W32Traits : CatalogueTraits {
 /// CLocale: the C library's locale at the time of use.
 struct CTraits : boost::c_regex_traits<char> {
   static locale_type DefaultLocale() { return {}; }
+  static const EngineMessages* Messages() { return nullptr; }
+  /// The names of the locales that classes, case and order come from at the moment.
+  static std::string LocaleName();
 
   // These hide those of the engine, which spoils keys that just fit its first buffer, and asks only
   // once in a process how the keys of the current locale are built.

@@ -57,7 +57,7 @@ bool FindFilesAdapter(const char* file) { return RaiseFindFiles(RunningObject::I
 
 bool PrepareWalker(ombrik::RegEx& walker, ExpressionState& state) {
   const Settings& settings = state.settings;
-  if (settings.expression.empty() || settings.filesToMatch.empty()) return false;
+  if (!settings.HasExpression() || settings.filesToMatch.empty()) return false;
 
   walker.SetFilesContinue(settings.continueFiles);
   if (settings.localeModel == RegularExpression::W32Locale) {

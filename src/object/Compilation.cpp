@@ -109,8 +109,8 @@ Code CompileModel(ExpressionState& state, engine::Expression<engine::CTraits>& e
 
 Code ExpressionState::ParseExpression() {
   return WithModel([this](auto& expression, CompileState& record) {
-    if (record.parsed) return record.code;
-    if (settings.expression.empty()) return RegularExpression::NoExpression;
+    if (record.parsed && expression.LocaleStays()) return record.code;
+    if (!settings.HasExpression()) return RegularExpression::NoExpression;
     record.code = CompileModel(*this, expression, record.message);
     record.parsed = true;
     return record.code;
@@ -124,7 +124,7 @@ std::string ExpressionState::ExpressionError() const {
                          settings.localeModel <= RegularExpression::CLocale;
       return known && expression.Failed() ? record.message : std::string();
     }
-    if (!settings.expression.empty()) return std::string();
+    if (settings.HasExpression()) return std::string();
     return !texts.emptyExpressionText.empty() ? texts.emptyExpressionText : "Empty expression";
   });
 }

@@ -43,6 +43,9 @@ struct Settings {
   bool continueFiles = true;
 
   bool operator==(const Settings& other) const;
+
+  /// Whether there is anything to compile. A text ends at its first zero byte.
+  bool HasExpression() const { return !expression.empty() && expression.front() != '\0'; }
 };
 
 /// The compile record of one locale model.
