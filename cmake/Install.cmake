@@ -27,7 +27,7 @@ install(FILES
   ${PROJECT_BINARY_DIR}/RegexClassConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-if(NOT BUILD_SHARED_LIBS)
+if(NOT REGEXCLASS_SHARED)
   set(pkgconfig_static_cflags " -DREGEXCLASS_STATIC_DEFINE")
 endif()
 # The prefix is found from where the file lies, so that a copied tree keeps working.

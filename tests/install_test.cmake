@@ -1,5 +1,5 @@
-# Installs into a scratch prefix; builds the README's program against that, once with find_package
-# and once with pkg-config; and runs it.
+# Installs into a scratch prefix; builds the README's program against that, once with find_package,
+# or with the sources as part of the program's project, and once with pkg-config; and runs it.
 #
 #   cmake -DBUILD=... -DSOURCE=... -DWORK=... -DCXX=... -DFLAGS=... [-DSTATIC=ON] -P install_test.cmake
 function(run)
@@ -19,26 +19,26 @@ endfunction()
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 
-if(STATIC)
-  run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/static -G Ninja -DCMAKE_BUILD_TYPE=Debug
-    -DCMAKE_CXX_COMPILER=${CXX} -DBUILD_SHARED_LIBS=OFF -DREGEXCLASS_BUILD_TESTS=OFF
-    -DREGEXCLASS_BUILD_EXAMPLES=OFF -DREGEXCLASS_BUILD_TOOLS=OFF)
-  run(${CMAKE_COMMAND} --build ${WORK}/static)
-  set(BUILD ${WORK}/static)
-endif()
-run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
-
 # The first program of the README, as it stands there.
 file(READ ${SOURCE}/README.md readme)
 string(REGEX MATCH "```cpp\n([^`]*)```" found "${readme}")
 file(WRITE ${WORK}/program.cpp "${CMAKE_MATCH_1}")
 
-run(${CMAKE_COMMAND} -S ${SOURCE}/tests/consumer -B ${WORK}/consumer -G Ninja
+if(STATIC)  # the library as part of the consumer's project, which installs it
+  set(BUILD ${WORK}/consumer)
+  set(source -DSOURCE=${SOURCE} -DREGEXCLASS_INSTALL=ON -DCMAKE_BUILD_TYPE=Debug)
+else()
+  run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
+endif()
+run(${CMAKE_COMMAND} -S ${SOURCE}/tests/consumer -B ${WORK}/consumer -G Ninja ${source}
   -DCMAKE_PREFIX_PATH=${WORK}/prefix -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}"
   -DPROGRAM=${WORK}/program.cpp)
 run(${CMAKE_COMMAND} --build ${WORK}/consumer)
 run(${WORK}/consumer/consumer)
 expect_greeting()
+if(STATIC)
+  run(${CMAKE_COMMAND} --install ${WORK}/consumer --prefix ${WORK}/prefix)
+endif()
 
 file(GLOB_RECURSE pc ${WORK}/prefix/*/regexclass.pc)
 get_filename_component(pc_dir ${pc} DIRECTORY)
