@@ -23,11 +23,14 @@
 //   has the reason. What passes to the caller as an exception is what the standard library throws
 //   (out of memory), what a notification throws, and what the engine throws when it gives up on a
 //   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
-//   needs too much memory. The object is then fit for the next operation.
+//   needs too much memory. The object is then fit for the next operation. A string to match of more
+//   than 2147483647 bytes, whose offsets a position can't tell, is a std::length_error.
 // - One search takes up to 512 MiB for the ways that it may have to come back to, where an
 //   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
 // - One object is for one thread at a time. Different objects may run on different threads. A
 //   notification runs on the thread that called the operation, before the operation returns.
+// - A library that was loaded with dlopen can be closed again while threads that have used it go on,
+//   but not while one of them is ending: join those that end before.
 #ifndef REGEXCLASS_REGULAREXPRESSION_HPP
 #define REGEXCLASS_REGULAREXPRESSION_HPP
 
@@ -127,8 +130,10 @@ class REGEXCLASS_EXPORT RegularExpression {
                     ///< one when that isn't installed. The standard library has classes, case and
                     ///< order for single bytes only, so that a letter that takes several is no
                     ///< letter under any model.
-    CLocale = 2,    ///< The C library's current locale, as setlocale has left it; setlocale must
-                    ///< not be called while another thread compiles or matches under this model.
+    CLocale = 2,    ///< The C library's current locale, as setlocale has left it. An operation
+                    ///< compiles again when setlocale has put another name to LC_CTYPE or
+                    ///< LC_COLLATE since; setlocale must not be called while another thread
+                    ///< compiles or matches under this model.
   };
 
   /// What came of a compile. The numbers are fixed.
@@ -269,7 +274,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   std::string GetFormatString() const;
   void SetFormatString(const std::string& format);
 
-  /// The syntax of the format string.
+  /// The syntax of the format string. The case that \U, \L, \u and \l of a format give is that of the
+  /// C library's current locale in Format and in Merge with a subscriber, that of the locale model in
+  /// Merge without one and in ChangeFiles.
   FormatTypes GetFormatType() const;
   void SetFormatType(FormatTypes type);
 
@@ -397,8 +404,13 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// Replaces the content of `out` by what the format string makes of the match that is being
   /// reported: inside OnMatching, OnSearching, OnGrepping and OnMerging. Leaves it empty at any
-  /// other time, also when another operation on the object has run within the same report, or,
-  /// within OnMatching and OnSearching, when the string to match has been set.
+  /// other time, and within OnMatching and OnSearching once the string to match has been set.
+  ///
+  /// Of operations that a notification starts on its own object, a Grep or a Merge ends the results
+  /// of the report, so that Format gives nothing behind it. A Match, a MatchAll or a Search inside a
+  /// report of Grep or Merge leaves them: Format keeps giving the outer match, and the vector of the
+  /// inner notification is that of the outer match too. Inside OnMatching and OnSearching they end
+  /// the results as well.
   ///
   /// A format type that is no enumerator counts as FormatAll.
   void Format(std::string& out) const;
@@ -412,7 +424,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// syntax of FormatAll, whatever the format type. With one, the event is raised before each
   /// replacement, which is then made in the syntax of the format type, by the settings that the
   /// notification has left. A notification that sets its bool to false leaves that match as it is
-  /// and ends the run. What Grep promises on changes made by a notification holds here too.
+  /// and ends the run. What Grep promises on changes made by a notification holds here too; of the
+  /// settings, MergeOnlyFirst counts as it was at the start, and MergeCopy at each match: text that
+  /// lay before it was switched on and hasn't been copied then is copied with the next match.
   void Merge(std::string& out);
 
   /// Cuts the string to match into `pieces`, whose content is replaced, and gives their number.
@@ -420,12 +434,15 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Without groups, the expression matches separators, and the pieces are the texts between
   /// them: no piece comes of a separator in front of everything, and none of the end when a
   /// separator stands there. With groups, the pieces are the texts of the groups of each match, an
-  /// empty one for a group that took no part. With no expression at all the string is cut at white
-  /// space.
+  /// empty one for a group that took no part. With no expression at all the expression is `\s+`, or
+  /// has the letter of the message catalogue, in the syntax of the object: the string is cut at white
+  /// space where that means so, not with Literal, LimitedOps or BkPlusQm, of which BasicSyntax,
+  /// GrepSyntax and SedSyntax have one.
   ///
   /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
-  /// again goes on behind it. On failure there are no pieces, and the string stays as it is.
+  /// again goes on behind it. On failure there are no pieces, and the string stays as it is. When the
+  /// engine throws, the pieces that were cut until then are there, and the string stays as it is.
   unsigned int Split(std::vector<std::string>& pieces);
 
   // -------------------------------------------------------------------- operations on files
@@ -508,7 +525,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   // ---------------------------------------------------------------------------- notifications
   //
   // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
-  // setting a null function or an empty closure leaves the other kind alone. A closure that
+  // setting a null function or an empty closure leaves the other kind alone. A closure that holds an
+  // empty std::function isn't empty: it counts as a subscriber, and throws when it is called. Grep and
+  // Merge call a clone of the closure, so that what a mutable one changes in itself is gone with the
+  // operation. A closure that
   // replaces or removes itself while it runs stays alive until it has returned. Slots are copied
   // with the object and take no part in comparison.
   //

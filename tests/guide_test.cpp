@@ -7,6 +7,7 @@
 #include <map>
 #include <regex>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -200,7 +201,8 @@ TEST(Guide, ExpressionErrors) {
 TEST(Guide, FilePatterns) {
   namespace fs = std::filesystem;
   const fs::path before = fs::current_path();
-  const fs::path folder = fs::path(testing::TempDir()) / "guide-test-files";
+  const fs::path folder =
+      fs::path(testing::TempDir()) / ("guide-test-files." + std::to_string(getpid()));
   fs::remove_all(folder);
   fs::create_directories(folder / "sub" / "deep");
   fs::current_path(folder);

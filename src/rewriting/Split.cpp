@@ -1,6 +1,7 @@
 // The string cut into a list.
 
 #include <cstdint>
+#include <optional>
 
 #include "object/ExpressionState.hpp"
 
@@ -17,6 +18,30 @@ std::string DefaultSplitExpression(const ExpressionState& state) {
   }
   return expression;
 }
+
+/// Stands in for an expression that isn't there, for the life of the scope.
+class DefaultExpression {
+ public:
+  DefaultExpression(RegularExpression& owner, ExpressionState& state)
+      : owner_(owner), code_(state.ParseExpression()) {
+    if (code_ != RegularExpression::NoExpression) return;
+    former_ = owner.GetExpression();
+    owner.SetExpression(DefaultSplitExpression(state));
+    code_ = state.ParseExpression();
+  }
+  DefaultExpression(const DefaultExpression&) = delete;
+  DefaultExpression& operator=(const DefaultExpression&) = delete;
+  ~DefaultExpression() {
+    if (former_) owner_.SetExpression(*former_);
+  }
+
+  RegularExpression::ExpressionErrorCode Code() const { return code_; }
+
+ private:
+  RegularExpression& owner_;
+  RegularExpression::ExpressionErrorCode code_;
+  std::optional<std::string> former_;
+};
 
 /// Appends to `pieces` what one match contributes, and stops at `limit` strings in all; false when
 /// that is reached. `before` is the end of the match before.
@@ -61,21 +86,15 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
   Settings& settings = state->settings;
   if (settings.stringToMatch.empty()) return 0;
 
-  ExpressionErrorCode code = state->ParseExpression();
-  const bool useDefault = code == NoExpression;
-  if (useDefault) {
-    SetExpression(DefaultSplitExpression(*state));
-    code = state->ParseExpression();
-  }
+  const DefaultExpression given(*this, *state);
   std::size_t used = 0;
-  if (code == NoError) {
+  if (given.Code() == NoError) {
     const boost::match_flag_type flags = state->EngineMatchFlags(false);
     const std::uint64_t limit = settings.maximumSplits != 0 ? settings.maximumSplits : UINT32_MAX;
     used = state->WithModel([&](const auto& expression, const CompileState&) {
       return SplitText(expression, settings.stringToMatch, flags, limit, pieces);
     });
   }
-  if (useDefault) SetExpression(std::string());
   if (settings.splitInputDelete) {
     state->ReleaseResults();  // they point into the string
     settings.stringToMatch.erase(0, used);
