@@ -181,7 +181,8 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// What failed while ChangeFiles rewrote a file. The numbers are fixed.
   enum ChangeProblemKind : std::uint32_t {
-    OpenFileFailed = 0,         ///< The file can't be opened for reading, or is locked by a writer.
+    OpenFileFailed = 0,         ///< The file can't be opened for reading, is locked with flock by
+                                ///< another program, or isn't the file any more that was searched.
     CreateTemporaryFailed = 1,  ///< No temporary file could be made; `file` is "NoName".
     ReadFileFailed = 2,        ///< A read failed, or the file has become too short for its matches;
                                ///< `position` is the offset that was reached.
@@ -189,16 +190,13 @@ class REGEXCLASS_EXPORT RegularExpression {
                                ///< `position` the offset that was reached in it.
     TextChanged = 4,           ///< At `position` the file no longer has the match `text`.
     SaveCopyFailed = 5,        ///< The saved copy can't be written; `file` is its name.
-    ReplaceFileFailed = 6,     ///< The new content can't be written over the file, because it is
-                               ///< locked by a reader or for want of permission or space.
+    ReplaceFileFailed = 6,     ///< The new content can't take the place of the old, for want of
+                               ///< permission or space, or because another file has the name now.
     RestoreAttributesFailed = 7,  ///< The file has been changed, but its mode couldn't be put back.
   };
 
   /// What ChangeFiles failed at in one file. Unless the kind is RestoreAttributesFailed, the file
-  /// has the content that it had before: space is reserved before the first byte is written over,
-  /// and when the device fails behind that, the old content is put back. A device that doesn't
-  /// take that either, and a process that is killed in these moments, can leave a mixture; then
-  /// the saved copy is what remains.
+  /// has the content that it had before.
   struct FileChangeProblem {
     std::string file;                         ///< The file in hand, unless the kind says otherwise.
     ChangeProblemKind kind = OpenFileFailed;  ///< What failed.
@@ -494,13 +492,30 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// is then replaced by itself.
   ///
   /// A file is rewritten when the next one has its first match, the last one when the walk is
-  /// over. It keeps its links, owner, mode and extended attributes; of a link, the file behind it
-  /// is changed. A file without a match isn't touched. With a save extension, the old content is
-  /// copied to the file's name with that extension in place of what stands behind its last dot
-  /// (with the dot searched for in the whole path, and appended when there is none), over what has
-  /// that name; a copy that is made anew gets the permissions of the file. Files that have the
-  /// save extension already, in upper or lower case, and files that no one has the permission to
-  /// write to are passed over.
+  /// over. It keeps its links, owner, mode, access list and extended attributes. A file without a
+  /// match isn't touched.
+  ///
+  /// The new content is written to a new file beside the old one, which then takes its name, so that
+  /// the name leads to the old content or the new at every moment, whatever kills the process; what
+  /// a kill can leave is a file named .Regex and a number. Where that can't be done or can't keep
+  /// what belongs to the file (it has several hard links, its owner or attributes can't be set, the
+  /// directory can't be written to, the file is a mount point), the bytes are written over: space is
+  /// reserved before the first one, and the old content is put back when the device fails behind
+  /// that. A device that doesn't take that either, and a process that is killed in these moments, can
+  /// then leave a mixture.
+  ///
+  /// A file is opened once for its rewriting, and must be the one that was searched; it is locked with
+  /// flock from then on to the end (other kinds of locks aren't seen). A link that the pattern spells
+  /// out is followed, and the file behind it changed. What is reached by any other link, through a
+  /// wildcard or in the directories below, is searched but never rewritten, so that nobody who may
+  /// write to a directory in the walk can have another file changed in place of his own.
+  ///
+  /// With a save extension, the old content is copied to the file's name with that extension in place
+  /// of what stands behind its last dot (with the dot searched for in the whole path, and appended
+  /// when there is none). The copy replaces whatever has that name, a link too, when it is whole; it
+  /// gets the owner, the permissions and the access list of the file, or less where they can't be set.
+  /// Files that have the save extension already, in upper or lower case, and files that no one has the
+  /// permission to write to are passed over, which is asked once, at the first match.
   ///
   /// What fails in one file is a FileChangeProblem; the file then keeps its old content. With
   /// GetContinueFiles() false, nothing more is changed from then on. Files that can't be read in
@@ -509,10 +524,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// expression is good in the Perl syntax but not in its own throws boost::regex_error, and no
   /// file is visited.
   ///
-  /// No more of a file is in memory while it is rewritten than the stretch between two matches,
-  /// and its matches with their replacements. Beside it a temporary file needs its space, in /tmp
-  /// or where TMPDIR says; what is written isn't forced to the device. Programs that lock files
-  /// are kept from writing to one that is being read, and from reading one that is written to.
+  /// No more of a file is in memory while it is rewritten than a few blocks, and its matches with
+  /// their replacements. A temporary file needs its space, where TMPDIR says or, when there is none
+  /// or no space in it, in /tmp; and so does the new file. What is written isn't forced to the device.
   ///
   /// A notification may call ChangeFiles again, also on this object. Such a run works for itself;
   /// its problems go to the end of the list of the outermost run.

@@ -1,8 +1,14 @@
 // ChangeFiles: what is found, what is asked, what is changed, in which order.
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <map>
 #include <sstream>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 #include <boost/regex/pattern_except.hpp>
 #include <gtest/gtest.h>
@@ -162,6 +168,103 @@ TEST(ChangeFiles, RunsInsideItself) {
     EXPECT_EQ((Contents{{"a", "z"}, {"b", "yy"}}), outer.Read());
     EXPECT_EQ((Contents{{"c", "q.qx"}, {"d", "q"}}), inner.Read());
   }
+}
+
+TEST(ChangeFiles, NoNeighbourTurnsItOnAnotherFile) {
+  for (const bool swapsDirectory : {false, true}) {
+    Changer c("x", "y", {});
+    fs::create_directories(c.scratch / "tree/sub");
+    fs::create_directories(c.scratch / "other");
+    const std::string victim = c.scratch / "other/file", file = c.scratch / "tree/sub/file";
+    const std::string link = c.scratch / "link", aside = c.scratch / "aside";
+    WriteFile(victim, "x");
+    fs::permissions(victim, fs::perms(0600));
+    c.re.SetFilesToMatch(c.scratch / "tree/*");
+    c.re.SetDirectoryRecursion(true);
+    c.re.SetSaveExtension("bak");
+    std::atomic<bool> stop{false};
+    std::thread neighbour([&] {
+      std::error_code error;  // the object's own files may come in the way
+      const auto renew = [&] {
+        WriteFile(link, "x");
+        fs::permissions(link, fs::perms(04777), error);
+        fs::rename(link, file, error);
+      };
+      for (renew(); !stop; renew()) {
+        if (swapsDirectory) {
+          fs::create_symlink(c.scratch / "other", link, error);
+          fs::rename(c.scratch / "tree/sub", aside, error);
+          fs::rename(link, c.scratch / "tree/sub", error);
+          fs::remove(c.scratch / "tree/sub", error);
+          fs::rename(aside, c.scratch / "tree/sub", error);
+        } else {
+          fs::create_symlink(victim, link, error);
+          fs::rename(link, file, error);
+        }
+      }
+    });
+    unsigned changed = 0;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (std::chrono::steady_clock::now() < end) changed += c.re.ChangeFiles();
+    stop = true;
+    neighbour.join();
+    EXPECT_LT(0U, changed);
+    EXPECT_EQ("x", ReadFile(victim)) << "turned by a directory: " << swapsDirectory;
+    EXPECT_EQ(fs::perms(0600), fs::status(victim).permissions());
+    EXPECT_FALSE(fs::exists(c.scratch / "other/file.bak"));
+  }
+}
+
+TEST(ChangeFiles, ReplacesWhatHasTheNameOfTheCopy) {
+  Changer c("x", "y", {{"a", "x"}, {"b", "x"}, {"c", "x"}, {"victim", "-"}, {"c.bak", "-"}});
+  fs::create_symlink("victim", c.scratch / "a.bak");
+  fs::create_hard_link(c.scratch / "victim", c.scratch / "b.bak");
+  for (const char* const name : {"a", "b", "c"}) {
+    fs::permissions(c.scratch / name, fs::perms(0640));
+  }
+  c.re.SetSaveExtension("bak");
+  EXPECT_EQ(3U, c.re.ChangeFiles());
+  EXPECT_EQ("-", c.Read()["victim"]);
+  for (const char* const name : {"a.bak", "b.bak", "c.bak"}) {
+    EXPECT_EQ("x", c.Read()[name]);
+    EXPECT_FALSE(fs::is_symlink(c.scratch / name));
+    EXPECT_EQ(fs::perms(0640), fs::status(c.scratch / name).permissions());
+  }
+}
+
+TEST(ChangeFiles, RewritesNoLinkThatNobodyNamed) {
+  for (const bool named : {false, true}) {
+    Changer c("x", "y", {{"target", "x"}});
+    fs::create_directory(c.scratch / "links");
+    fs::create_symlink("../target", c.scratch / "links/link");
+    c.re.SetFilesToMatch(c.scratch / (named ? "links/link" : "links/*"));
+    EXPECT_EQ(named ? 1U : 0U, c.re.ChangeFiles());
+    EXPECT_EQ(named ? "y" : "x", ReadFile(c.scratch / "target"));
+    EXPECT_EQ(nullptr, c.re.GetChangeFilesErrors());
+    EXPECT_TRUE(fs::is_symlink(c.scratch / "links/link"));
+  }
+}
+
+TEST(ChangeFiles, LeavesTheOldContentOrTheNewWhenItIsKilled) {
+  const std::string before = 'x' + std::string(1 << 20, '-') + 'x';
+  const std::string after = 'y' + std::string(1 << 20, '-') + 'y';
+  Changer c("x", "y", {});
+  c.re.SetFilesToMatch(c.scratch / "file");
+  unsigned changed = 0;
+  for (unsigned round = 0; round < 50; ++round) {
+    WriteFile(c.scratch / "file", before);
+    const pid_t child = fork();
+    if (child == 0) _exit(c.re.ChangeFiles() == 2 ? 0 : 1);
+    if (round < 49) {  // the last one lives
+      usleep(round * 400);
+      kill(child, SIGKILL);
+    }
+    waitpid(child, nullptr, 0);
+    const std::string now = ReadFile(c.scratch / "file");
+    EXPECT_TRUE(now == before || now == after) << "in round " << round;
+    changed += now == after;
+  }
+  EXPECT_LT(0U, changed);
 }
 
 /// Changes the headers below the current directory, and gives the number of changes.

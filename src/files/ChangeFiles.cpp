@@ -16,8 +16,14 @@ namespace RegexClass {
 
 /// One run of ChangeFiles on an object.
 struct ChangeRun {
-  std::function<std::string(const std::string& matched)> replacement;
-  std::string fileInWork;  // whose matches are being recorded; empty for none
+  using Replacement = std::function<std::string(const std::string& matched)>;
+  ChangeRun(Replacement make, platform::FileServices& system)
+      : replacement(std::move(make)), services(system) {}
+
+  const Replacement replacement;
+  platform::FileServices& services;
+  platform::FoundFile fileInWork;  // whose matches are being recorded; without a name for none
+  bool passedOver = false;         // it isn't to be rewritten
   PendingChanges pendingChanges;
   unsigned int changesApplied = 0;
 };
@@ -58,9 +64,10 @@ bool HasSaveExtension(const std::string& file, const std::string& extension) {
 
 /// Rewrites the file in work. Afterwards there is none, whatever came of it.
 void FinishFile(ExpressionState& state, ChangeRun& run) {
-  const std::string file = std::exchange(run.fileInWork, std::string());
+  const platform::FoundFile file = std::exchange(run.fileInWork, platform::FoundFile());
   const PendingChanges changes = std::exchange(run.pendingChanges, PendingChanges());
-  run.changesApplied += ApplyPendingChanges(platform::FileServices::System(), file, changes,
+  if (changes.empty()) return;
+  run.changesApplied += ApplyPendingChanges(run.services, file, changes,
                                             state.settings.saveExtension, state.changeFilesErrors);
 }
 
@@ -69,35 +76,38 @@ bool GivenUp(const ExpressionState& state) {
   return !state.settings.continueFiles && !state.changeFilesErrors.empty();
 }
 
-bool RaiseChangingFiles(ExpressionState& state, const std::string& file,
-                        const ombrik::RegEx& walker) {
+bool RaiseChangingFiles(ExpressionState& state, const ombrik::RegEx& walker) {
   bool change = true;
   if (const auto subscriber = state.notifications.onChangingFiles.Current()) {
-    subscriber(state.owner, file, MarksOf(walker), walker.Line(), change);
+    subscriber(state.owner, walker.File().name, MarksOf(walker), walker.Line(), change);
   }
   return change;
 }
 
-bool CollectChange(ExpressionState& state, const char* name, const ombrik::RegEx& walker) {
+/// Makes the file that the walker is in the one in work, and decides once whether it is passed
+/// over.
+void BeginFile(ExpressionState& state, ChangeRun& run, const platform::FoundFile& file) {
+  FinishFile(state, run);
+  run.fileInWork = file;
+  run.passedOver =
+      HasSaveExtension(file.name, state.settings.saveExtension) || !run.services.MayRewrite(file);
+}
+
+bool CollectChange(ExpressionState& state, const ombrik::RegEx& walker) {
   if (GivenUp(state)) return false;
   ChangeRun& run = *state.changeRun;
-  const std::string file = name;
-  if (file != run.fileInWork) FinishFile(state, run);
-  if (HasSaveExtension(file, state.settings.saveExtension) ||
-      platform::FileServices::System().IsReadOnly(file)) {
-    return false;
-  }
-  if (!RaiseChangingFiles(state, file, walker)) return false;
+  if (walker.File().name != run.fileInWork.name) BeginFile(state, run, walker.File());
+  if (run.passedOver) return false;
+  if (!RaiseChangingFiles(state, walker)) return false;
 
   PendingChange change = {walker.Position(0), walker[0], std::string()};
   change.replacement = run.replacement(change.matched);
   run.pendingChanges.push_back(std::move(change));
-  run.fileInWork = file;
   return true;
 }
 
-bool ChangeFilesAdapter(const char* file, const ombrik::RegEx& walker) {
-  return CollectChange(RunningObject::Innermost(), file, walker);
+bool ChangeFilesAdapter(const char*, const ombrik::RegEx& walker) {
+  return CollectChange(RunningObject::Innermost(), walker);
 }
 
 }  // namespace
@@ -107,8 +117,7 @@ unsigned int ExpressionState::ChangeFiles() {
   ombrik::RegEx walker;
   if (!PrepareWalker(walker, *this)) return 0;
 
-  ChangeRun run;
-  run.replacement = MakeReplacement(*this);
+  ChangeRun run(MakeReplacement(*this), platform::FileServices::System());
   const ScopedValue<ChangeRun*> innermost(changeRun, &run, changeRun);
   {
     const RunningObject running(*this);

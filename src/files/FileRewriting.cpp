@@ -1,5 +1,6 @@
 #include "files/FileRewriting.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <memory>
@@ -11,14 +12,16 @@ namespace {
 using platform::Error;
 using platform::File;
 using platform::FileServices;
+using platform::FoundFile;
+using platform::NewFile;
+using platform::Target;
 using platform::TemporaryFile;
 using platform::TemporaryNaming;
 
 using RE = RegularExpression;
 using Problem = RE::FileChangeProblem;
 
-constexpr std::size_t kTailBlock = 4096;
-constexpr std::size_t kCopyBlock = 65536;
+constexpr std::size_t kBlock = 65536;
 
 /// What ended a replay.
 struct Fault {
@@ -32,52 +35,116 @@ Error ErrorOf(const Fault& fault) {
   return fault.what == Fault::kNone || fault.error != 0 ? fault.error : EIO;
 }
 
-/// Copies `size` bytes through a buffer of that size. A file that ends before them is a fault.
-Fault CopyExactly(File& from, File& to, std::size_t size) {
-  const auto buffer = std::make_unique<char[]>(size);
-  std::size_t count = 0;
-  if (const Error error = from.Read(buffer.get(), size, count); error != 0 || count < size) {
-    return {Fault::kRead, error};
-  }
-  if (const Error error = to.Write(buffer.get(), size)) return {Fault::kWrite, error};
-  return {};
-}
+/// Reads a file in blocks, from its start.
+class Reader {
+ public:
+  explicit Reader(File& file) : file_(file), block_(kBlock) {}
 
-/// Copies what is left of `from`, in blocks.
-Fault CopyRest(File& from, File& to, std::size_t block) {
-  const auto buffer = std::make_unique<char[]>(block);
-  while (true) {
-    std::size_t count = 0;
-    if (const Error error = from.Read(buffer.get(), block, count)) return {Fault::kRead, error};
-    if (count == 0) return {};
-    if (const Error error = to.Write(buffer.get(), count)) return {Fault::kWrite, error};
+  /// Hands the next `size` bytes to `take`, in pieces. A file that ends before them is a fault.
+  template <class Take>
+  Fault Read(std::uint64_t size, Take take) {
+    while (size > 0) {
+      if (const Fault fault = Fill(); fault.what != Fault::kNone) return fault;
+      if (begin_ == end_) return {Fault::kRead};
+      const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(size, end_ - begin_));
+      if (const Fault fault = take(block_.data() + begin_, count); fault.what) return fault;
+      begin_ += count;
+      size -= count;
+    }
+    return {};
   }
+
+  /// The same for all that is left.
+  template <class Take>
+  Fault ReadRest(Take take) {
+    while (true) {
+      if (const Fault fault = Fill(); fault.what != Fault::kNone) return fault;
+      if (begin_ == end_) return {};
+      if (const Fault fault = take(block_.data() + begin_, end_ - begin_); fault.what) return fault;
+      begin_ = end_;
+    }
+  }
+
+ private:
+  Fault Fill() {
+    if (begin_ != end_) return {};
+    begin_ = end_ = 0;
+    const Error error = file_.Read(block_.data(), block_.size(), end_);
+    return {error != 0 ? Fault::kRead : Fault::kNone, error};
+  }
+
+  File& file_;
+  std::vector<char> block_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+};
+
+/// Writes a file in blocks.
+class Writer {
+ public:
+  explicit Writer(File& file) : file_(file) { block_.reserve(kBlock); }
+
+  Fault Write(const char* bytes, std::size_t size) {
+    size_ += size;
+    if (block_.size() + size > kBlock) {
+      if (const Fault fault = Flush(); fault.what != Fault::kNone) return fault;
+    }
+    if (size >= kBlock) return Hand(bytes, size);
+    block_.append(bytes, size);
+    return {};
+  }
+
+  Fault Flush() {
+    const Fault fault = Hand(block_.data(), block_.size());
+    block_.clear();
+    return fault;
+  }
+
+  /// How much has been written, what waits in the block included.
+  std::uint64_t Size() const { return size_; }
+
+ private:
+  Fault Hand(const char* bytes, std::size_t size) {
+    if (size == 0) return {};
+    const Error error = file_.Write(bytes, size);
+    return {error != 0 ? Fault::kWrite : Fault::kNone, error};
+  }
+
+  File& file_;
+  std::string block_;
+  std::uint64_t size_ = 0;
+};
+
+/// Copies all of `from`, from where it stands, to `to`.
+Fault CopyAll(File& from, Writer& to) {
+  const Fault fault = Reader(from).ReadRest(
+      [&to](const char* bytes, std::size_t size) { return to.Write(bytes, size); });
+  return fault.what != Fault::kNone ? fault : to.Flush();
 }
 
 /// Copies `from` to `to` with the `before` of each change, which must be there, replaced by its
 /// `after`. The stretches between the matches are equally long in the old content and the new, so
 /// that with the roles changed this makes the old content of the new.
-Fault Replay(File& from, File& to, const PendingChanges& changes,
+Fault Replay(File& from, Writer& to, const PendingChanges& changes,
              std::string PendingChange::*before, std::string PendingChange::*after) {
+  Reader reader(from);
+  const auto copy = [&to](const char* bytes, std::size_t size) { return to.Write(bytes, size); };
   std::uint64_t consumed = 0;
   for (const PendingChange& change : changes) {
-    const std::uint64_t gap = change.position - consumed;
-    if (const Fault fault = CopyExactly(from, to, static_cast<std::size_t>(gap)); fault.what) {
-      return fault;
-    }
-    std::string found((change.*before).size(), '\0');
-    std::size_t count = 0;
-    if (const Error error = from.Read(found.data(), found.size(), count);
-        error != 0 || count < found.size()) {
-      return {Fault::kRead, error};
-    }
-    if (found != change.*before) return {Fault::kChanged, 0, &change};
-    if (const Error error = to.Write((change.*after).data(), (change.*after).size())) {
-      return {Fault::kWrite, error};
-    }
+    if (const Fault fault = reader.Read(change.position - consumed, copy); fault.what) return fault;
+    const char* expected = (change.*before).data();
+    const auto compare = [&](const char* bytes, std::size_t size) {
+      const bool same = std::equal(bytes, bytes + size, expected);
+      expected += size;
+      return same ? Fault() : Fault{Fault::kChanged, 0, &change};
+    };
+    if (const Fault fault = reader.Read((change.*before).size(), compare); fault.what) return fault;
+    const std::string& text = change.*after;
+    if (const Fault fault = to.Write(text.data(), text.size()); fault.what) return fault;
     consumed = change.position + change.matched.size();
   }
-  return CopyRest(from, to, kTailBlock);
+  if (const Fault fault = reader.ReadRest(copy); fault.what != Fault::kNone) return fault;
+  return to.Flush();
 }
 
 /// The system measures files in more bits than a problem's position has.
@@ -106,69 +173,100 @@ Problem ProblemOf(const Fault& fault, const std::string& name, File& source,
   return problem;
 }
 
-Error OpenTemporaryFile(FileServices& services, TemporaryFile& temporary) {
+bool IsOutOfSpace(const Fault& fault) {
+  return fault.what == Fault::kWrite && (fault.error == ENOSPC || fault.error == EDQUOT);
+}
+
+/// Replays the target into a temporary file, by the first way to one that has the space. False when
+/// none has come about, and then `problem` tells why.
+bool MakeNewContent(FileServices& services, const std::string& name, Target& target,
+                    const PendingChanges& changes, TemporaryFile& temporary, Problem& problem) {
+  bool replayed = false;
   Error error = 0;
   for (const TemporaryNaming naming :
-       {TemporaryNaming::kSystemDirectory, TemporaryNaming::kUserDirectory,
+       {TemporaryNaming::kUserDirectory, TemporaryNaming::kSystemDirectory,
         TemporaryNaming::kApplicationDirectory}) {
     error = services.CreateTemporary(naming, temporary);
-    if (error == 0) return 0;
+    if (error != 0) continue;
+    if (replayed && (error = target.Content().Rewind()) != 0) break;
+    replayed = true;
+    Writer writer(*temporary.file);
+    const Fault fault = Replay(target.Content(), writer, changes, &PendingChange::matched,
+                               &PendingChange::replacement);
+    if (fault.what == Fault::kNone) return true;
+    problem = ProblemOf(fault, name, target.Content(), temporary);
+    if (!IsOutOfSpace(fault)) return false;
   }
-  temporary.name = "NoName";
-  return error;
+  if (!replayed) {
+    problem.kind = RE::CreateTemporaryFailed;
+    problem.file = "NoName";
+    problem.lastError = static_cast<std::uint32_t>(error);
+  }
+  return false;
 }
 
-/// Saves a copy of `file`. What is left of one that broke off is removed, unless a file of that
-/// name was there before.
-Error SaveCopy(FileServices& services, const std::string& file, const std::string& copyName) {
-  std::unique_ptr<File> source;
-  if (const Error error = services.OpenForReading(file, source)) return error;
-  std::unique_ptr<File> copy;
-  bool created = false;
-  Error error = services.OpenForCopyOf(file, copyName, copy, created);
+/// Makes a whole file of the content that `from` has, and gives it its name.
+Error WriteNewFile(File& from, NewFile& file) {
   std::uint64_t size = 0;
-  if (error == 0) error = source->Size(size);
-  if (error == 0) error = copy->Reserve(size);
-  if (error == 0) error = ErrorOf(CopyRest(*source, *copy, kCopyBlock));
-  if (error == 0) error = copy->Truncate(copy->Offset());
-  if (error == 0) error = copy->Close();
-  if (error != 0 && created) services.Remove(copyName);
-  return error;
+  Error error = from.Rewind();
+  if (error == 0) error = from.Size(size);
+  if (error == 0) error = file.Content().Reserve(size);
+  Writer writer(file.Content());
+  if (error == 0) error = ErrorOf(CopyAll(from, writer));
+  return error == 0 ? file.Publish() : error;
 }
 
-/// Writes a content of `size` bytes, which `write` hands to the file it is given, over `file`.
-/// `touched` tells whether a failure came after that had begun.
+Error SaveCopy(Target& target, const std::string& copyName) {
+  std::unique_ptr<NewFile> copy;
+  const Error error = target.CreateCopy(copyName, copy);
+  return error == 0 ? WriteNewFile(target.Content(), *copy) : error;
+}
+
+/// Writes a content of `size` bytes, which `write` hands to the writer it is given, over the
+/// target's. `touched` tells whether a failure came after that had begun.
 template <class Write>
-Error Overwrite(FileServices& services, const std::string& file, std::uint64_t size, bool& touched,
-                Write write) {
+Error Overwrite(File& target, std::uint64_t size, bool& touched, Write write) {
   touched = false;
-  std::unique_ptr<File> target;
-  if (const Error error = services.OpenForOverwriting(file, target)) return error;
-  if (const Error error = target->Reserve(size)) return error;
+  if (const Error error = target.Reserve(size)) return error;
+  if (const Error error = target.Rewind()) return error;
   touched = true;
-  Error error = write(*target);
-  if (error == 0) error = target->Truncate(target->Offset());
-  if (error == 0) error = target->Close();
-  return error;
+  Writer writer(target);
+  const Error error = ErrorOf(write(writer));
+  return error == 0 ? target.Truncate(writer.Size()) : error;
 }
 
-/// Copies the temporary file over `file`. When the writing breaks off, makes the old content of
+/// Copies the temporary file over the target. When the writing breaks off, makes the old content of
 /// the new again and writes that.
-Error ReplaceFile(FileServices& services, const std::string& file, File& temporary,
-                  const PendingChanges& changes) {
+Error OverwriteFile(File& target, File& temporary, const PendingChanges& changes) {
   std::uint64_t size = 0;
   if (const Error error = temporary.Size(size)) return error;
   if (const Error error = temporary.Rewind()) return error;
   bool touched = false;
-  const Error error = Overwrite(services, file, size, touched, [&](File& target) {
-    return ErrorOf(CopyRest(temporary, target, kCopyBlock));
-  });
+  const Error error =
+      Overwrite(target, size, touched, [&](Writer& writer) { return CopyAll(temporary, writer); });
   if (error != 0 && touched && temporary.Rewind() == 0) {
-    Overwrite(services, file, 0, touched, [&](File& target) {
-      return ErrorOf(
-          Replay(temporary, target, changes, &PendingChange::replacement, &PendingChange::matched));
+    Overwrite(target, 0, touched, [&](Writer& writer) {
+      return Replay(temporary, writer, changes, &PendingChange::replacement,
+                    &PendingChange::matched);
     });
   }
+  return error;
+}
+
+/// Puts a new file with the content of the temporary one in the place of the target. Where that
+/// can't be done, or can't keep what belongs to the target, copies the content over the target's,
+/// which may cost attributes; `restored` tells whether they could be put back.
+Error ReplaceFile(Target& target, File& temporary, const PendingChanges& changes, Error& restored) {
+  restored = 0;
+  if (const Error error = target.Unwritable()) return error;
+  std::unique_ptr<NewFile> replacement;
+  Error error = target.CreateReplacement(replacement);
+  if (error == 0) error = WriteNewFile(temporary, *replacement);
+  if (error == 0 || error == ESTALE) return error;
+  replacement.reset();  // and the space that it took
+  error = OverwriteFile(target.Content(), temporary, changes);
+  // Also an attempt that failed may have cost the file its set-user bit.
+  restored = target.RestoreAttributes();
   return error;
 }
 
@@ -178,10 +276,10 @@ std::string SavedCopyName(const std::string& file, const std::string& extension)
   return file.substr(0, file.rfind('.')) + '.' + extension;
 }
 
-unsigned int ApplyPendingChanges(FileServices& services, const std::string& file,
+unsigned int ApplyPendingChanges(FileServices& services, const FoundFile& file,
                                  const PendingChanges& changes, const std::string& saveExtension,
                                  std::vector<Problem>& problems) {
-  if (file.empty()) return 0;
+  if (file.name.empty()) return 0;
   const auto fail = [&problems](RE::ChangeProblemKind kind, const std::string& name, Error error) {
     Problem problem;
     problem.file = name;
@@ -190,43 +288,30 @@ unsigned int ApplyPendingChanges(FileServices& services, const std::string& file
     problems.push_back(std::move(problem));
   };
 
+  std::unique_ptr<Target> target;  // open and locked from here to the end
+  if (const Error error = services.Open(file, target)) {
+    fail(RE::OpenFileFailed, file.name, error);
+    return 0;
+  }
   TemporaryFile temporary;
-  {
-    std::unique_ptr<File> source;
-    if (const Error error = services.OpenForReading(file, source)) {
-      fail(RE::OpenFileFailed, file, error);
-      return 0;
-    }
-    if (const Error error = OpenTemporaryFile(services, temporary)) {
-      fail(RE::CreateTemporaryFailed, temporary.name, error);
-      return 0;
-    }
-    const Fault fault = Replay(*source, *temporary.file, changes, &PendingChange::matched,
-                               &PendingChange::replacement);
-    if (fault.what != Fault::kNone) {
-      problems.push_back(ProblemOf(fault, file, *source, temporary));
-      return 0;
-    }
-  }  // others may write to the file again; from here on only its attributes and bytes are set
-
+  Problem problem;
+  if (!MakeNewContent(services, file.name, *target, changes, temporary, problem)) {
+    problems.push_back(std::move(problem));
+    return 0;
+  }
   if (!saveExtension.empty()) {
-    const std::string copyName = SavedCopyName(file, saveExtension);
-    if (const Error error = SaveCopy(services, file, copyName)) {
+    const std::string copyName = SavedCopyName(file.name, saveExtension);
+    if (const Error error = SaveCopy(*target, copyName)) {
       fail(RE::SaveCopyFailed, copyName, error);
       return 0;
     }
   }
-
-  platform::Attributes attributes;
-  Error attributesError = services.GetAttributes(file, attributes);
-  const Error replaceError = ReplaceFile(services, file, *temporary.file, changes);
-  // Also an attempt that failed may have cost the file its set-user bit.
-  if (attributesError == 0) attributesError = services.SetAttributes(file, attributes);
-  if (replaceError != 0) {
-    fail(RE::ReplaceFileFailed, file, replaceError);
+  Error restored = 0;
+  if (const Error error = ReplaceFile(*target, *temporary.file, changes, restored)) {
+    fail(RE::ReplaceFileFailed, file.name, error);
     return 0;
   }
-  if (attributesError != 0) fail(RE::RestoreAttributesFailed, file, attributesError);
+  if (restored != 0) fail(RE::RestoreAttributesFailed, file.name, restored);
   return static_cast<unsigned int>(changes.size());
 }
 

@@ -3,6 +3,7 @@
 #define REGEXCLASS_FILES_FILEREWRITING_HPP
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -19,18 +20,20 @@ struct PendingChange {
 };
 
 /// The changes of one file, by ascending position; the matches don't overlap.
-using PendingChanges = std::vector<PendingChange>;
+using PendingChanges = std::deque<PendingChange>;  // there may be millions
 
 /// Replaces the matches of `changes` in `file`, and gives their number; 0 when the file stays as
-/// it was, and then `problems` has got the reason. `file` may be empty, which stands for no file.
+/// it was, and then `problems` has got the reason. `file` may have no name, which stands for no
+/// file.
 ///
-/// The file is replayed into a temporary file: the bytes between matches are copied, each match is
-/// compared with what was recorded. Only when that has all come about is a copy saved, unless
-/// `saveExtension` is empty, and the new content copied over the old, so that the file keeps its
-/// owner, links and extended attributes; its mode is put back. When the last copy breaks off, the
-/// old content is put back from the temporary file and the changes. Holds no more of the file in
-/// memory than the stretch between two matches.
-unsigned int ApplyPendingChanges(platform::FileServices& services, const std::string& file,
+/// The file is opened once, must be the one that was found, and stays locked to the end. It is
+/// replayed into a temporary file: the bytes between matches are copied, each match is compared
+/// with what was recorded. Only when that has all come about is a copy saved, unless
+/// `saveExtension` is empty, and a new file with the new content put in the place of the old. Where
+/// that can't be done or can't keep owner, links and attributes, the content is copied over the
+/// old, the mode put back, and when the copying breaks off the old content too, from the temporary
+/// file and the changes. Holds no more of the file in memory than a few blocks.
+unsigned int ApplyPendingChanges(platform::FileServices& services, const platform::FoundFile& file,
                                  const PendingChanges& changes, const std::string& saveExtension,
                                  std::vector<RegularExpression::FileChangeProblem>& problems);
 

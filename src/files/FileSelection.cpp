@@ -76,35 +76,37 @@ class Selection {
   Selection(bool recursion, const FileVisitor& visitor)
       : recursion_(recursion), visitor_(visitor) {}
 
-  /// Visits what the rest of a pattern selects in `directory`.
-  bool Select(const std::string& directory, std::string_view pattern) {
+  /// Visits what the rest of a pattern selects in `directory`, of which the pattern has spelled out
+  /// the first `named` bytes.
+  bool Select(const std::string& directory, std::string_view pattern, std::size_t named) {
     const std::size_t slash = pattern.find('/');
     if (slash == std::string_view::npos) {
       const std::string last(pattern);
       if (last.empty()) return true;
-      if (recursion_ || HasWildcard(last)) return SelectNames(directory, last);
+      if (recursion_ || HasWildcard(last)) return SelectNames(directory, last, named);
       const std::string file = directory + WithoutEscapes(last);
-      return Visit(file, RealName(file));
+      return Visit(file, RealName(file), named == directory.size() ? file.size() : named);
     }
     const std::string_view component = pattern.substr(0, slash);
-    const std::size_t next = std::min(pattern.find_first_not_of('/', slash), pattern.size());
-    const std::string slashes(pattern.substr(slash, next - slash));
-    const std::string_view rest = pattern.substr(next);
+    const std::size_t behind = std::min(pattern.find_first_not_of('/', slash), pattern.size());
+    const std::string slashes(pattern.substr(slash, behind - slash));
+    const std::string_view rest = pattern.substr(behind);
     if (!HasWildcard(component)) {
-      return Select(directory + WithoutEscapes(component) + slashes, rest);
+      const std::string next = directory + WithoutEscapes(component) + slashes;
+      return Select(next, rest, named == directory.size() ? next.size() : named);
     }
     std::vector<Entry> entries;
     if (!List(directory, entries)) return false;
     const std::string wanted(component);
     return std::all_of(entries.begin(), entries.end(), [&](const Entry& entry) {
       return !platform::NameMatches(wanted, entry.name) || !entry.LeadsToDirectory() ||
-             Select(directory + entry.name + slashes, rest);
+             Select(directory + entry.name + slashes, rest, named);
     });
   }
 
  private:
   /// Visits the names in `directory` that match `last`, then does so in the directories below.
-  bool SelectNames(const std::string& directory, const std::string& last) {
+  bool SelectNames(const std::string& directory, const std::string& last, std::size_t named) {
     std::vector<std::string> below;
     {
       std::vector<Entry> entries;
@@ -115,17 +117,18 @@ class Selection {
         if (entry.IsDirectory()) {
           if (recursion_) below.push_back(file + '/');
         } else if (platform::NameMatches(last, entry.name)) {
-          if (!Visit(file, entry.IsLink() ? RealName(file) : real + entry.name)) return false;
+          const std::string realName = entry.IsLink() ? RealName(file) : real + entry.name;
+          if (!Visit(file, realName, named)) return false;
         }
       }
     }
     return std::all_of(below.begin(), below.end(),
-                       [&](const std::string& name) { return SelectNames(name, last); });
+                       [&](const std::string& name) { return SelectNames(name, last, named); });
   }
 
   /// Visits a file, unless it was visited before.
-  bool Visit(const std::string& file, const std::string& realName) {
-    return !seen_.insert(realName).second || visitor_.file(file);
+  bool Visit(const std::string& file, const std::string& realName, std::size_t named) {
+    return !seen_.insert(realName).second || visitor_.file(file, named);
   }
 
   /// Reports a directory, unless it was reported before.
@@ -163,7 +166,7 @@ void SelectFiles(std::string_view patterns, bool recursion, const FileVisitor& v
   Selection selection(recursion, visitor);
   while (!patterns.empty()) {
     const std::size_t end = FindUnescaped(patterns, ";");
-    if (!selection.Select("", patterns.substr(0, end))) return;
+    if (!selection.Select("", patterns.substr(0, end), 0)) return;
     patterns.remove_prefix(std::min(end + 1, patterns.size()));
   }
 }

@@ -2,6 +2,7 @@
 #ifndef REGEXCLASS_FILES_FILESELECTION_HPP
 #define REGEXCLASS_FILES_FILESELECTION_HPP
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -12,7 +13,8 @@ namespace RegexClass {
 /// selection ends.
 struct FileVisitor {
   /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file.
-  std::function<bool(const std::string& file)> file;
+  /// `named` tells how much of it the pattern spells out: see platform::FoundFile.
+  std::function<bool(const std::string& file, std::size_t named)> file;
   /// A directory whose names can't be told: because it can't be opened, or can't be read to its
   /// end. `error` is the system's number.
   std::function<bool(const std::string& directory, bool opened, int error)> failure;

@@ -62,7 +62,7 @@ unsigned int RegEx::Walk(const char* files, bool recursion, Problems& problems, 
     return goOn_;
   };
 
-  const auto visit = [&](const std::string& file) {
+  const auto visit = [&](const std::string& file, std::size_t named) {
     switch (reader_.Read(file.c_str())) {
       case Outcome::kNotAFile:
         return true;
@@ -75,6 +75,7 @@ unsigned int RegEx::Walk(const char* files, bool recursion, Problems& problems, 
       case Outcome::kRead:
         break;
     }
+    file_ = {file, named, reader_.Identity()};
     try {
       search(file, reader_.Text(), reports);
     } catch (const std::runtime_error&) {

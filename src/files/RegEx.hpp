@@ -72,6 +72,8 @@ class RegEx {
 
   // The match in hand, during a callback of GrepFiles(). A mark is the whole match (0) or a group.
 
+  /// The file that it lies in.
+  const platform::FoundFile& File() const { return file_; }
   unsigned int Marks() const { return static_cast<unsigned int>(match_->size()); }
   /// The offset of a mark from the start of the file; all bits set when it took no part.
   unsigned int Position(int mark) const;
@@ -95,6 +97,7 @@ class RegEx {
   Problems findProblems_;
 
   platform::FileReader reader_;
+  platform::FoundFile file_;
   const boost::cmatch* match_ = nullptr;
   mutable LineCounter lines_{nullptr};  // counts when a line is asked for
   bool reporting_ = false;              // a callback runs, and what is thrown is the callback's

@@ -6,25 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/Descriptor.hpp"
 #include "platform/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {
-
-/// Closes a descriptor at the end of the scope.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  int Number() const { return number_; }
-
- private:
-  const int number_;
-};
 
 /// Whether the number says that the name leads nowhere: nothing there, a link to nothing or to
 /// itself, or a path through something that is no directory.
@@ -53,6 +39,7 @@ FileReader::Outcome FileReader::Read(const char* name) {
   }
   if (::fstat(file.Number(), &status) != 0) return Failed(Outcome::kNotOpened);
   if (!S_ISREG(status.st_mode)) return Outcome::kNotAFile;
+  identity_ = {status.st_dev, status.st_ino};
 
   // The size is a hint: it is 0 for files that the system makes up, and it may change.
   const auto told = static_cast<std::size_t>(status.st_size);

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/FoundFile.hpp"
+
 namespace RegexClass::platform {
 
 /// Reads one file after the other into the same memory. Files are read, never mapped: one that
@@ -30,6 +32,8 @@ class FileReader {
 
   /// What the last successful Read() has read; valid until the next one.
   std::string_view Text() const { return {buffer_.data(), size_}; }
+  /// Which file that was.
+  const FileIdentity& Identity() const { return identity_; }
   /// The system's number for the last failure.
   int Error() const { return error_; }
 
@@ -39,6 +43,7 @@ class FileReader {
   const std::size_t largest_;
   std::vector<char> buffer_;  // as large as the largest file so far
   std::size_t size_ = 0;
+  FileIdentity identity_;
   int error_ = 0;
 };
 

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "platform/FoundFile.hpp"
+
 namespace RegexClass::platform {
 
 /// An error number of the system; 0 when the call did all that it was asked for.
@@ -49,48 +51,61 @@ struct TemporaryFile {
 
 /// The ways of finding a name for a temporary file.
 enum class TemporaryNaming {
-  kSystemDirectory,      ///< A name of the system's own, in its directory for temporary files.
   kUserDirectory,        ///< A name that begins with Regex, in the TMPDIR of a trusted environment.
-  kApplicationDirectory  ///< The same, wherever applications are told to put temporary files.
+  kSystemDirectory,      ///< A name of the system's own, in its directory for temporary files.
+  kApplicationDirectory  ///< As the first, wherever applications are told to put temporary files.
 };
 
-/// What writing to a file may change beside its bytes and times.
-struct Attributes {
-  std::uint32_t mode = 0;  ///< The permissions, with the set-user, set-group and sticky bits.
-  std::string capability;  ///< The file capabilities in the system's own form; empty for none.
+/// A new file beside another, which appears under its name only when it is whole: until then its
+/// name is one of chance, and nobody else may open it. An object that ends before takes the file
+/// with it.
+class NewFile {
+ public:
+  virtual ~NewFile() = default;
+  virtual File& Content() = 0;
+  /// Gives the file its owner, permissions, access list and attributes, and renames it over
+  /// whatever has its name; a link of that name is replaced and not followed.
+  virtual Error Publish() = 0;
 };
 
-/// All files are named by path; symbolic links are followed. May be used by any number of threads
-/// at once.
+/// A file that was opened once for its rewriting, and is locked to the end of the object against
+/// programs that lock with flock. All that is done to it is done through this object.
+class Target {
+ public:
+  virtual ~Target() = default;
+  /// The file itself, for reading.
+  virtual File& Content() = 0;
+  /// Why the content can't be written over; 0 when it can.
+  virtual Error Unwritable() = 0;
+  /// A file to take the place of this one, with the same owner, permissions, access list and
+  /// extended attributes. Fails where it couldn't: when the file has other names, too, or when no
+  /// file can be made beside it; its Publish() fails with ESTALE when the name is no longer this
+  /// file's, and with other numbers when something can't be kept.
+  virtual Error CreateReplacement(std::unique_ptr<NewFile>& file) = 0;
+  /// A file of the name `name`, a name like that of the file, for a copy. It gets the permissions
+  /// of the original, less what would let anyone read it who may not read the original, and less
+  /// the set-user and set-group bits. Fails when the name is this file's or a directory's.
+  virtual Error CreateCopy(const std::string& name, std::unique_ptr<NewFile>& file) = 0;
+  /// Puts back what writing over the content has changed beside it: mode and file capabilities.
+  /// Changes only what differs, so that it doesn't fail for one who has nothing to change.
+  virtual Error RestoreAttributes() = 0;
+};
+
+/// May be used by any number of threads at once.
 class FileServices {
  public:
   virtual ~FileServices() = default;
 
-  /// Opens a file for reading. Others may read it meanwhile; programs that lock what they write
-  /// are kept out, and one that is writing now makes this fail.
-  virtual Error OpenForReading(const std::string& name, std::unique_ptr<File>& file) = 0;
+  /// Whether the file may be rewritten: somebody has the permission to write to it, and the walk
+  /// has come to it by no link but those that the caller has spelled out.
+  virtual bool MayRewrite(const FoundFile& file) = 0;
 
-  /// Opens a regular file for writing over its bytes, which stay until they are written over.
-  /// Fails while a program that locks what it reads or writes has it open.
-  virtual Error OpenForOverwriting(const std::string& name, std::unique_ptr<File>& file) = 0;
-
-  /// Opens `name` as OpenForOverwriting() does, to take a copy of the file `original`: creates it
-  /// if need be, and tells so in `created`. It gets the permissions of the original, less what
-  /// would let anyone read it who may not read the original, and less the set-user and set-group
-  /// bits. Fails when both names are those of one file.
-  virtual Error OpenForCopyOf(const std::string& original, const std::string& name,
-                              std::unique_ptr<File>& file, bool& created) = 0;
+  /// Opens the file that was found, and locks it. Fails when the name has become another file's or
+  /// leads through a link that the caller hasn't spelled out (ESTALE, ELOOP, ENOTDIR), and while
+  /// another program has a lock on it (EWOULDBLOCK).
+  virtual Error Open(const FoundFile& file, std::unique_ptr<Target>& target) = 0;
 
   virtual Error CreateTemporary(TemporaryNaming naming, TemporaryFile& temporary) = 0;
-
-  virtual Error Remove(const std::string& name) = 0;
-
-  /// True when no one has the permission to write, or when that can't be told.
-  virtual bool IsReadOnly(const std::string& name) = 0;
-
-  virtual Error GetAttributes(const std::string& name, Attributes& attributes) = 0;
-  /// Changes only what differs, so that it doesn't fail for one who has nothing to change.
-  virtual Error SetAttributes(const std::string& name, const Attributes& attributes) = 0;
 
   /// The system that the process runs on.
   static FileServices& System();

@@ -10,8 +10,8 @@ namespace RegexClass::platform {
 ///
 /// A thread_local object with a destructor would do the same, but keeps the library in the process
 /// until each such thread has ended, whatever the application says. With this one the library can
-/// be unloaded while such threads go on: from then on nothing is called. A thread that is just ending
-/// may have the call in hand, and must have ended before the library is unloaded.
+/// be unloaded while such threads go on: from then on nothing is called. A thread that is just
+/// ending may have the call in hand, and must have ended before the library is unloaded.
 class ThreadEnd {
  public:
   explicit ThreadEnd(void (*function)());
