@@ -47,7 +47,9 @@ class ChangeReport {
     if (count_ == 0 || failed || givenUp || job_.style.quiet) return;
     job_.progress.Clear();
     if (job_.style.json) {
-      job_.printer.Json(Printer::File(file_).Add("changes", count_));
+      Json json = Printer::File(file_);
+      json["changes"] = count_;
+      job_.printer.Json(json);
     } else {
       job_.printer.Count(file_, count_);
     }
@@ -143,9 +145,10 @@ ExitStatus TellChanges(FileJob& job) {
     if (job.style.quiet) return;
     const std::string replacement = Replacement(merger, match[0].text);
     if (job.style.json) {
-      JsonObject json = Printer::Place(file, line);
+      Json json = Printer::Place(file, line);
       AddMatch(json, match, match.size(), 0);
-      job.printer.Json(json.AddBytes("replacement", replacement));
+      json["replacement"] = JsonBytes(replacement);
+      job.printer.Json(json);
     } else {
       job.printer.Change(file, line, match[0].text, replacement);
     }

@@ -32,7 +32,7 @@ class FileReport {
     if (job_.style.count) {
       // that is all
     } else if (job_.style.json) {
-      JsonObject json = Printer::Place(file, line);
+      Json json = Printer::Place(file, line);
       AddMatch(json, match, match.size(), 0);
       job_.printer.Json(json);
     } else if (job_.style.onlyMatching) {
@@ -48,7 +48,9 @@ class FileReport {
     if (count_ == 0 || !job_.style.count) return;
     job_.progress.Clear();
     if (job_.style.json) {
-      job_.printer.Json(Printer::File(file_).Add("count", count_));
+      Json json = Printer::File(file_);
+      json["count"] = count_;
+      job_.printer.Json(json);
     } else {
       job_.printer.Count(file_, count_);
     }
@@ -107,7 +109,7 @@ ExitStatus RunFindFiles(const Request& request) {
     return kMatch;
   }
   if (job.style.count && job.style.json) {
-    job.printer.Json(JsonObject().Add("count", std::uint64_t{files}));
+    job.printer.Json({{"count", files}});
   } else if (job.style.count) {
     job.printer.Raw(std::to_string(files) + '\n');
   }

@@ -126,15 +126,13 @@ void Printer::Raw(const std::string& bytes) const {
   std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-JsonObject Printer::File(const std::string& file) {
-  JsonObject object;
-  object.Add("file", file == "-" ? "null" : JsonBytes(file));
-  return object;
+tool::Json Printer::File(const std::string& file) {
+  return {{"file", file == "-" ? tool::Json() : JsonBytes(file)}};
 }
 
-JsonObject Printer::Place(const std::string& file, std::uint64_t line) {
-  JsonObject object = File(file);
-  object.Add("line", line);
+tool::Json Printer::Place(const std::string& file, std::uint64_t line) {
+  tool::Json object = File(file);
+  object["line"] = line;
   return object;
 }
 

@@ -56,9 +56,9 @@ class Printer {
   void Raw(const std::string& bytes) const;
 
   /// An object with "file", which is null for standard input, and "line".
-  static JsonObject Place(const std::string& file, std::uint64_t line);
-  static JsonObject File(const std::string& file);
-  void Json(const JsonObject& object) const { Raw(object.Text() + '\n'); }
+  static tool::Json Place(const std::string& file, std::uint64_t line);
+  static tool::Json File(const std::string& file);
+  void Json(const tool::Json& object) const { Raw(object.dump() + '\n'); }
 
   static constexpr const char* kMatchColor = "1;31";
 

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iostream>
 #include <locale>
+#include <variant>
 
 #include "Json.hpp"
 #include "Names.hpp"
@@ -80,64 +81,77 @@ void SetLocales(const SetUp& setUp, RE& object) {
   }
 }
 
-/// The names that the object has of a table, as JSON strings.
-template <typename Value, std::size_t size, typename Has>
-std::vector<std::string> Members(const Name<Value> (&table)[size], const Has& has) {
-  std::vector<std::string> names;
-  for (const Name<Value>& entry : table) {
-    if (has(entry.value)) names.push_back(JsonString(entry.name));
+/// A word or words of the tool's own; bytes of the user's are a std::string.
+using Names = std::vector<std::string>;
+struct Word {
+  std::string name;
+};
+using Value = std::variant<bool, std::uint64_t, Word, Names, std::string>;
+
+struct Setting {
+  const char* key;    // in JSON
+  const char* words;  // for people
+  Value value;
+};
+
+/// The names of the values in a table that `has` says yes to.
+template <typename Enum, std::size_t size, typename Has>
+Names Members(const Name<Enum> (&table)[size], const Has& has) {
+  Names names;
+  for (const Name<Enum>& entry : table) {
+    if (has(entry.value)) names.emplace_back(entry.name);
   }
   return names;
 }
 
-/// One setting: its key in JSON, its name in words, its value in JSON.
-struct Setting {
-  const char* key;
-  const char* words;
-  std::string value;
-};
-
 std::vector<Setting> Settings(const RE& re) {
   const auto option = [&re](RE::Options value) { return re.IsExpressionOption(value); };
   const auto match = [&re](RE::Matches value) { return re.IsMatchOption(value); };
-  const auto yes = [](bool value) { return std::string(value ? "true" : "false"); };
   return {
-      {"expression", "expression", JsonBytes(re.GetExpression())},
-      {"syntax", "syntax", JsonArray(Members(kSyntaxes, option))},
-      {"options", "switches", JsonArray(Members(kSwitches, option))},
-      {"match_options", "match options", JsonArray(Members(kMatchOptions, match))},
-      {"locale_model", "locale model", JsonString(NameOf(kLocaleModels, re.GetLocaleModel()))},
-      {"locale_dll", "message catalogue", JsonBytes(re.GetLocaleDll())},
-      {"text", "text", JsonBytes(re.GetStringToMatch())},
-      {"format", "format", JsonBytes(re.GetFormatString())},
-      {"format_type", "format type", JsonString(NameOf(kFormatTypes, re.GetFormatType()))},
-      {"copy", "merge copies the rest", yes(re.GetMergeCopy())},
-      {"only_first", "merge only the first", yes(re.GetMergeOnlyFirst())},
-      {"max_splits", "most pieces of a split", std::to_string(re.GetMaximumSplits())},
-      {"input_delete", "split deletes its input", yes(re.GetSplitInputDelete())},
-      {"files", "files", JsonBytes(re.GetFilesToMatch())},
-      {"recursive", "directories below too", yes(re.GetDirectoryRecursion())},
-      {"continue", "go on after a failure", yes(re.GetContinueFiles())},
-      {"save", "extension of saved copies", JsonBytes(re.GetSaveExtension())},
+      {"expression", "expression", re.GetExpression()},
+      {"syntax", "syntax", Members(kSyntaxes, option)},
+      {"options", "switches", Members(kSwitches, option)},
+      {"match_options", "match options", Members(kMatchOptions, match)},
+      {"locale_model", "locale model", Word{NameOf(kLocaleModels, re.GetLocaleModel())}},
+      {"locale_dll", "message catalogue", re.GetLocaleDll()},
+      {"text", "text", re.GetStringToMatch()},
+      {"format", "format", re.GetFormatString()},
+      {"format_type", "format type", Word{NameOf(kFormatTypes, re.GetFormatType())}},
+      {"copy", "merge copies the rest", re.GetMergeCopy()},
+      {"only_first", "merge only the first", re.GetMergeOnlyFirst()},
+      {"max_splits", "most pieces of a split", std::uint64_t{re.GetMaximumSplits()}},
+      {"input_delete", "split deletes its input", re.GetSplitInputDelete()},
+      {"files", "files", re.GetFilesToMatch()},
+      {"recursive", "directories below too", re.GetDirectoryRecursion()},
+      {"continue", "go on after a failure", re.GetContinueFiles()},
+      {"save", "extension of saved copies", re.GetSaveExtension()},
   };
 }
 
-/// A value for reading: without the wrapping of bytes, the brackets of lists and words in quotes.
-std::string Plain(const std::string& json) {
-  static const std::string kText = "{\"text\":";
-  if (json.compare(0, kText.size(), kText) == 0) {
-    return json.substr(kText.size(), json.size() - kText.size() - 1);
+struct JsonPrinter {
+  Json operator()(bool value) const { return value; }
+  Json operator()(std::uint64_t value) const { return value; }
+  Json operator()(const Word& value) const { return value.name; }
+  Json operator()(const Names& value) const { return value; }
+  Json operator()(const std::string& value) const { return JsonBytes(value); }
+};
+
+struct WordPrinter {
+  std::string operator()(bool value) const { return value ? "yes" : "no"; }
+  std::string operator()(std::uint64_t value) const { return std::to_string(value); }
+  std::string operator()(const Word& value) const { return value.name; }
+  std::string operator()(const Names& value) const {
+    std::string words;
+    for (const std::string& name : value) words += (words.empty() ? "" : " ") + name;
+    return words.empty() ? "none" : words;
   }
-  if (json[0] == '{') return json.substr(1, json.size() - 2);
-  if (json == "true") return "yes";
-  if (json == "false") return "no";
-  std::string plain;
-  for (const char c : json) {
-    if (c == ',') plain += ' ';
-    if (c != '[' && c != ']' && c != '"' && c != ',') plain += c;
+  /// In quotes; bytes that are no UTF-8 as base64 behind that word.
+  std::string operator()(const std::string& value) const {
+    const Json bytes = JsonBytes(value);
+    const bool text = bytes.contains("text");
+    return text ? bytes["text"].dump() : "base64 " + bytes["bytes"].get<std::string>();
   }
-  return plain.empty() ? "none" : plain;
-}
+};
 
 }  // namespace
 
@@ -261,15 +275,17 @@ std::string InWords(const RE& object) {
   for (const Setting& setting : Settings(object)) {
     std::string label = std::string(setting.words) + ':';
     label.resize(28, ' ');
-    words += label + Plain(setting.value) + '\n';
+    words += label + std::visit(WordPrinter(), setting.value) + '\n';
   }
   return words;
 }
 
 std::string InJson(const RE& object) {
-  JsonObject json;
-  for (const Setting& setting : Settings(object)) json.Add(setting.key, setting.value);
-  return json.Text() + '\n';
+  Json json;
+  for (const Setting& setting : Settings(object)) {
+    json[setting.key] = std::visit(JsonPrinter(), setting.value);
+  }
+  return json.dump() + '\n';
 }
 
 void WriteSettings(RE& object, const std::string& file) {

@@ -54,14 +54,16 @@ struct Job {
     std::string formatted;
     object.Format(formatted);
     if (style.json) {
-      printer.Json(MatchObject(match, line).AddBytes("formatted", formatted));
+      Json json = MatchObject(match, line);
+      json["formatted"] = JsonBytes(formatted);
+      printer.Json(json);
     } else {
       printer.Record(file, Line(line), formatted);
     }
   }
 
-  JsonObject MatchObject(const std::vector<REMatch>& match, unsigned int line) const {
-    JsonObject json = Printer::Place(file, Line(line));
+  Json MatchObject(const std::vector<REMatch>& match, unsigned int line) const {
+    Json json = Printer::Place(file, Line(line));
     // The last two entries are the texts before and behind the match.
     AddMatch(json, match, match.size() - 2, text.offset);
     return json;
@@ -106,7 +108,9 @@ std::uint64_t RunOnFile(Job& job, const Operation& operation) {
 void PrintCount(const Job& job, std::uint64_t matches) {
   if (!job.style.count || job.style.quiet) return;
   if (job.style.json) {
-    job.printer.Json(Printer::File(job.file).Add("count", matches));
+    Json json = Printer::File(job.file);
+    json["count"] = matches;
+    job.printer.Json(json);
   } else {
     job.printer.Count(job.file, matches);
   }
@@ -222,8 +226,10 @@ std::uint64_t MergeText(Job& job) {
   std::string merged = job.text.bytes;
   if (matched) object.Merge(merged);
   if (job.style.json) {
-    job.printer.Json(
-        Printer::Place(job.file, job.text.line).Add("matched", matched).AddBytes("merged", merged));
+    Json json = Printer::Place(job.file, job.text.line);
+    json["matched"] = matched;
+    json["merged"] = JsonBytes(merged);
+    job.printer.Json(json);
   } else {
     job.printer.Raw(job.text.ended || !copies ? merged + '\n' : merged);
   }
@@ -256,12 +262,10 @@ std::uint64_t SplitText(Job& job) {
   std::string rest;
   if (job.object.GetSplitInputDelete()) rest = job.object.GetStringToMatch();
   if (job.style.json) {
-    std::vector<std::string> values;
-    values.reserve(pieces.size());
+    Json json = Printer::Place(job.file, job.text.line);
+    Json& values = json["pieces"] = Json::array();
     for (const std::string& piece : pieces) values.push_back(JsonBytes(piece));
-    JsonObject json = Printer::Place(job.file, job.text.line);
-    json.Add("pieces", JsonArray(values));
-    if (job.object.GetSplitInputDelete()) json.AddBytes("rest", rest);
+    if (job.object.GetSplitInputDelete()) json["rest"] = JsonBytes(rest);
     job.printer.Json(json);
     return count;
   }
