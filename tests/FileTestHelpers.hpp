@@ -35,9 +35,17 @@ inline std::string ReadFile(const std::string& name) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+/// Makes the directories that it lies in, too.
 inline void WriteFile(const std::string& name, const std::string& content) {
+  std::filesystem::create_directories(std::filesystem::absolute(name).parent_path());
   std::ofstream(name, std::ios::binary) << content;
 }
+
+/// A scratch directory that is the current one meanwhile.
+struct CurrentScratch : ScratchDirectory {
+  CurrentScratch() { std::filesystem::current_path(path); }
+  ~CurrentScratch() { std::filesystem::current_path("/"); }
+};
 
 /// The number of files that this process has open.
 inline std::ptrdiff_t OpenDescriptors() {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <iterator>
 #include <ostream>
 #include <random>
@@ -11,6 +12,8 @@
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "RegularExpression.hpp"
 
@@ -26,21 +29,7 @@ inline std::ostream& operator<<(std::ostream& out, const REMatch& match) {
 namespace test {
 
 using RE = RegularExpression;
-
-/// One report of a match, as a notification got it.
-struct Report {
-  std::vector<REMatch> matches;
-  unsigned int line = 0;
-  unsigned int lineStart = 0;
-  bool operator==(const Report& other) const {
-    return std::tie(matches, line, lineStart) ==
-           std::tie(other.matches, other.line, other.lineStart);
-  }
-};
-inline std::ostream& operator<<(std::ostream& out, const Report& report) {
-  for (const REMatch& match : report.matches) out << match << ' ';
-  return out << "line " << report.line << " from " << report.lineStart;
-}
+using Texts = std::vector<std::string>;
 
 /// An object with an expression and a text.
 inline RE Make(const std::string& expression, const std::string& text) {
@@ -50,9 +39,79 @@ inline RE Make(const std::string& expression, const std::string& text) {
   return re;
 }
 
+/// What an event on a string tells, and what Format makes of it.
+struct Report {
+  std::vector<REMatch> matches;
+  unsigned int line = 0;
+  unsigned int lineStart = 0;
+  std::string formatted = {};
+  bool operator==(const Report& other) const {
+    return std::tie(matches, line, lineStart, formatted) ==
+           std::tie(other.matches, other.line, other.lineStart, other.formatted);
+  }
+};
+inline std::ostream& operator<<(std::ostream& out, const Report& report) {
+  for (const REMatch& match : report.matches) out << match << ' ';
+  return out << "line " << report.line << " from " << report.lineStart << ' ' << report.formatted;
+}
+
+/// Hears the events on a string of one object, and acts in each report.
+class Recorder {
+ public:
+  /// What `act` gives is the answer to an event that asks for one.
+  explicit Recorder(
+      RE& re, std::function<bool(RE&)> act = [](RE&) { return true; })
+      : re_(re), act_(std::move(act)) {
+    const auto once = [this](RE* object, const std::vector<REMatch>& matches, unsigned int line,
+                             unsigned int lineStart) { Take(object, matches, line, lineStart); };
+    const auto walk = [this](RE* object, const std::vector<REMatch>& matches, unsigned int line,
+                             unsigned int lineStart, bool& goOn) {
+      EXPECT_TRUE(goOn);
+      goOn = Take(object, matches, line, lineStart);
+    };
+    re.SetOnMatchingClosure(once);
+    re.SetOnSearchingClosure(once);
+    re.SetOnGreppingClosure(walk);
+    re.SetOnMergingClosure(walk);
+  }
+
+  /// What has been reported since the last call.
+  std::vector<Report> Reports() { return std::exchange(reports_, {}); }
+
+ private:
+  bool Take(RE* object, const std::vector<REMatch>& matches, unsigned int line,
+            unsigned int lineStart) {
+    EXPECT_EQ(object, &re_);
+    reports_.push_back({matches, line, lineStart});
+    object->Format(reports_.back().formatted);
+    return act_(*object);
+  }
+
+  RE& re_;
+  const std::function<bool(RE&)> act_;
+  std::vector<Report> reports_;
+};
+
+inline std::string Merged(RE& re) {
+  std::string out = "old";
+  re.Merge(out);
+  return out;
+}
+inline std::string Formatted(const RE& re) {
+  std::string out = "old";
+  re.Format(out);
+  return out;
+}
+inline Texts Pieces(RE& re) {
+  Texts pieces = {"old"};
+  const unsigned int count = re.Split(pieces);
+  EXPECT_EQ(count, pieces.size());
+  return pieces;
+}
+
 /// Every string over `alphabet` up to `length`, the empty one first.
-inline std::vector<std::string> AllStrings(const std::string& alphabet, std::size_t length) {
-  std::vector<std::string> all = {""};
+inline Texts AllStrings(const std::string& alphabet, std::size_t length) {
+  Texts all = {""};
   for (std::size_t i = 0; i < all.size(); ++i) {
     if (all[i].size() == length) continue;
     for (const char c : alphabet) all.push_back(all[i] + c);
@@ -79,24 +138,6 @@ class Random {
     std::string text(Below(longest + 1), ' ');
     for (char& c : text) c = alphabet[Below(alphabet.size())];
     return text;
-  }
-
-  /// A small expression over a and b; not each one compiles.
-  std::string Expression(int depth = 3) {
-    static const char* const kAtoms[] = {"a", "b", ".", "[ab]", "\\n", "^", "$", "\\b", "", "\\1"};
-    static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
-    if (depth == 0 || Below(4) == 0) return kAtoms[Below(std::size(kAtoms))];
-    const std::string part = Expression(depth - 1);
-    switch (Below(5)) {
-      case 0:
-        return "(" + part + ")";
-      case 1:
-        return "(?:" + part + ")" + kRepeats[Below(std::size(kRepeats))];
-      case 2:
-        return part + "|" + Expression(depth - 1);
-      default:
-        return part + Expression(depth - 1);
-    }
   }
 
  private:

@@ -1,5 +1,8 @@
-#include <functional>
-#include <tuple>
+// The operations on a string, against walks by hand, and what a subscriber may do to them.
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
 
 #include <boost/regex.hpp>
 #include <gtest/gtest.h>
@@ -9,197 +12,278 @@
 namespace RegexClass::test {
 namespace {
 
-/// Runs `operation` and gives what it reported; nothing when it answered false.
-std::vector<Report> ReportsOf(RE& re, bool (RE::*operation)()) {
-  std::vector<Report> reports;
-  const auto record = [&](RE* object, const std::vector<REMatch>& matches, unsigned int line,
-                          unsigned int lineStart) {
-    EXPECT_EQ(object, &re);
-    reports.push_back({matches, line, lineStart});
+/// A small expression over a and b; not each one compiles.
+std::string Expression(Random& random, int depth = 3) {
+  static const char* const kAtoms[] = {"a", "b", ".", "[ab]", "\\n", "^", "$", "\\b", "", "\\1"};
+  static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
+  if (depth == 0 || random.Below(4) == 0) return kAtoms[random.Below(std::size(kAtoms))];
+  const std::string part = Expression(random, depth - 1);
+  switch (random.Below(5)) {
+    case 0:
+      return "(" + part + ")";
+    case 1:
+      return "(?:" + part + ")" + kRepeats[random.Below(std::size(kRepeats))];
+    case 2:
+      return part + "|" + Expression(random, depth - 1);
+    default:
+      return part + Expression(random, depth - 1);
+  }
+}
+
+std::size_t Begin(const Report& report) {
+  return static_cast<std::size_t>(report.matches[0].position);
+}
+std::size_t End(const Report& report) { return Begin(report) + report.matches[0].text.size(); }
+
+/// How a match is reported when the one before ended at `done`.
+Report ReportOf(const boost::cmatch& match, const std::string& text, std::size_t done) {
+  const auto piece = [&](std::size_t from, std::size_t to) {
+    return from < to ? REMatch{text.substr(from, to - from), static_cast<int>(from)}
+                     : REMatch{"", -1};
   };
-  re.SetOnMatchingClosure(record);
-  re.SetOnSearchingClosure(record);
-  const bool found = (re.*operation)();
-  EXPECT_EQ(found, !reports.empty());
-  return reports;
-}
-
-TEST(Matching, ReportsTheMatchItsGroupsAndItsSurroundings) {
-  const REMatch none{"", -1};
-  const std::string zero("a\0b", 3);
-  // What Search reports, if anything, and whether that makes Match succeed.
-  const std::tuple<const char*, std::string, std::vector<Report>, bool> cases[] = {
-      {"b", "abc", {{{{"b", 1}, {"a", 0}, {"c", 2}}, 1, 0}}, false},
-      {"a", "abc", {{{{"a", 0}, none, {"bc", 1}}, 1, 0}}, true},
-      {"(a)|(b)", "b", {{{{"b", 0}, none, {"b", 0}, none, none}, 1, 0}}, true},
-      {"x*", "", {{{{"", 0}, none, none}, 1, 0}}, true},
-      {"x", "", {}, false},
-      {"c", "ab\ncd\nef", {{{{"c", 3}, {"ab\n", 0}, {"d\nef", 4}}, 2, 3}}, false},
-      {"e", "ab\ncd\r\nef", {{{{"e", 7}, {"ab\ncd\r\n", 0}, {"f", 8}}, 3, 7}}, false},
-      {"\\n", "a\nb", {{{{"\n", 1}, {"a", 0}, {"b", 2}}, 1, 0}}, false},
-      {"b()", zero, {{{{"b", 2}, {"", 3}, {zero.substr(0, 2), 0}, none}, 1, 0}}, false},
-      {"a.b", zero, {{{{zero, 0}, none, none}, 1, 0}}, true},
-      {"[\xe0-\xff]", "a\xe9", {{{{"\xe9", 1}, {"a", 0}, none}, 1, 0}}, false},
-  };
-  for (const auto& [expression, text, reports, matches] : cases) {
-    RE re = Make(expression, text);
-    EXPECT_EQ(ReportsOf(re, &RE::Search), reports) << expression << " on " << text;
-    EXPECT_EQ(ReportsOf(re, &RE::Match), matches ? reports : std::vector<Report>()) << expression;
+  Report report;
+  for (std::size_t i = 0; i < match.size(); ++i) {
+    const auto& part = match[static_cast<int>(i)];
+    report.matches.push_back({part.str(), static_cast<int>(part.first - text.data())});
+    if (!part.matched) report.matches.back().position = -1;
   }
-}
-
-TEST(Matching, MatchAllTakesTheWholeStringOrNothing) {
-  const std::tuple<const char*, const char*, bool> cases[] = {{"abc", "abc", true},
-                                                              {"ab", "abc", false},
-                                                              {"b", "abc", false},
-                                                              {"a|ab", "ab", true},
-                                                              {"x*", "", true}};
-  for (const auto& [expression, text, matches] : cases) {
-    RE re = Make(expression, text);
-    std::vector<Report> expected;
-    if (matches) expected = {{{{text, 0}, {"", -1}, {"", -1}}, 1, 0}};
-    EXPECT_EQ(ReportsOf(re, &RE::MatchAll), expected) << expression;
-  }
-}
-
-TEST(Matching, APartialMatchCountsWhenAskedFor) {
-  const REMatch none{"", -1};
-  RE re = Make("abcd", "xab");
-  EXPECT_FALSE(re.Search());
-  re.AddMatchOption(RE::MatchPartial);
-  EXPECT_EQ(ReportsOf(re, &RE::Search), (std::vector<Report>{{{none, {"x", 0}, none}, 1, 0}}));
-  EXPECT_FALSE(re.Match());
-  EXPECT_EQ(re.Grep(), 1u);
-  re.SetStringToMatch("ab");
-  EXPECT_EQ(ReportsOf(re, &RE::MatchAll), (std::vector<Report>{{{none, none, none}, 1, 0}}));
-  std::string out;
-  re.SetMergeCopy(true);
-  re.Merge(out);  // leaves the option out
-  EXPECT_EQ(out, "ab");
-}
-
-TEST(Matching, AnExceptionOfTheEngineReachesTheCaller) {
-  RE re = Make("(?:(a|b|ab)*)*c", std::string(3000, 'a'));
-  std::string out;
-  const std::function<void()> operations[] = {[&] { re.Search(); }, [&] { re.MatchAll(); },
-                                              [&] { re.Grep(); }, [&] { re.Merge(out); }};
-  for (const auto& operation : operations) {
-    EXPECT_THROW(operation(), boost::regex_error);
-    re.SetLocaleModel(RE::CLocale);  // has an effect: the object isn't busy any more
-    EXPECT_EQ(re.GetLocaleModel(), RE::CLocale);
-    re.SetLocaleModel(RE::CppLocale);
-  }
-  re.SetStringToMatch("abc");
-  EXPECT_TRUE(re.MatchAll());
-}
-
-/// What Grep reports.
-std::vector<Report> GrepReports(RE& re, std::size_t stopAfter = 0) {
-  std::vector<Report> reports;
-  re.SetOnGreppingClosure([&](RE*, const std::vector<REMatch>& matches, unsigned int line,
-                              unsigned int lineStart, bool& goOn) {
-    EXPECT_TRUE(goOn);
-    reports.push_back({matches, line, lineStart});
-    if (reports.size() == stopAfter) goOn = false;
-  });
-  const unsigned int count = re.Grep();
-  EXPECT_EQ(count, reports.size());
-  re.SetOnGreppingClosure(RE::WalkClosure());
-  if (stopAfter == 0) {
-    EXPECT_EQ(re.Grep(), reports.size());
-  }
-  return reports;
+  const std::size_t begin = Begin(report);
+  report.matches.push_back(piece(done, begin));
+  report.matches.push_back(piece(End(report), text.size()));
+  const std::string before = text.substr(0, begin);
+  report.line = 1 + static_cast<unsigned int>(std::count(before.begin(), before.end(), '\n'));
+  report.lineStart = static_cast<unsigned int>(before.rfind('\n') + 1);
+  report.formatted =
+      "<" + report.matches[0].text + (match.size() > 1 ? report.matches[1].text : "") + ">";
+  return report;
 }
 
 /// The walk as the header tells it, step by step with a search of its own for each.
-std::vector<Report> GrepByHand(const boost::regex& regex, const std::string& text) {
+std::vector<Report> Walk(const boost::regex& regex, const std::string& text) {
   std::vector<Report> reports;
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
   std::size_t done = 0;   // end of the match before
   bool wasEmpty = false;  // and whether that was empty
   bool insisted = false;  // and whether it was found where an empty one had been
   while (reports.empty() || done < text.size() || insisted) {
-    const char* const begin = text.data();
-    const char* const end = begin + text.size();
-    boost::cmatch m;
-    bool found =
-        wasEmpty && boost::regex_search(begin + done, end, m, regex,
+    boost::cmatch match;
+    insisted =
+        wasEmpty && boost::regex_search(begin + done, end, match, regex,
                                         boost::match_not_null | boost::match_continuous, begin);
-    insisted = found;
-    const std::size_t from = done + (wasEmpty && !found ? 1 : 0);
-    found = found || boost::regex_search(begin + from, end, m, regex, boost::match_default, begin);
-    if (!found) break;
-    Report report;
-    for (std::size_t i = 0; i < m.size(); ++i) {
-      const auto& part = m[static_cast<int>(i)];
-      report.matches.push_back(part.matched
-                                   ? REMatch{part.str(), static_cast<int>(part.first - begin)}
-                                   : REMatch{"", -1});
+    const std::size_t from = done + (wasEmpty && !insisted ? 1 : 0);
+    if (!insisted &&
+        !boost::regex_search(begin + from, end, match, regex, boost::match_default, begin)) {
+      break;
     }
-    const auto at = static_cast<std::size_t>(m[0].first - begin);
-    const auto rest = static_cast<std::size_t>(m[0].second - begin);
-    const auto piece = [&](std::size_t start, std::size_t stop) {
-      return start < stop ? REMatch{text.substr(start, stop - start), static_cast<int>(start)}
-                          : REMatch{"", -1};
-    };
-    report.matches.push_back(piece(done, at));
-    report.matches.push_back(piece(rest, text.size()));
-    report.line = 1;
-    for (std::size_t i = 0; i < at; ++i) {
-      if (text[i] == '\n') ++report.line, report.lineStart = static_cast<unsigned int>(i + 1);
-    }
-    reports.push_back(report);
-    wasEmpty = at == rest;
-    done = rest;
+    reports.push_back(ReportOf(match, text, done));
+    done = End(reports.back());
+    wasEmpty = match.length() == 0;
   }
   return reports;
 }
 
-TEST(Grep, WalksLikeASearchForEachMatch) {
+/// The replacements, where the subscriber says no to the match of the number `veto`.
+std::string MergedByHand(const std::vector<Report>& walk, const RE& re, std::size_t veto) {
+  const std::string text = re.GetStringToMatch();
+  std::string out;
+  std::size_t done = 0;
+  for (std::size_t i = 0; i < walk.size() && (i == 0 || !re.GetMergeOnlyFirst()); ++i) {
+    if (re.GetMergeCopy()) out += walk[i].matches[walk[i].matches.size() - 2].text;
+    done = Begin(walk[i]);
+    if (i == veto) break;
+    out += walk[i].formatted;
+    done = End(walk[i]);
+  }
+  return re.GetMergeCopy() ? out + text.substr(done) : out;
+}
+
+/// The pieces; takes what they use up from the front of `text`.
+Texts SplitByHand(const std::vector<Report>& walk, bool groups, std::size_t limit,
+                  std::string& text) {
+  if (limit == 0) limit = text.size() * 9 + 9;
+  Texts pieces;
+  std::size_t done = 0;
+  for (const Report& report : walk) {
+    if (pieces.size() == limit) break;
+    const std::string between = text.substr(done, Begin(report) - done);
+    done = End(report);
+    if (!groups && !(between.empty() && pieces.empty())) pieces.push_back(between);
+    for (std::size_t i = 1; i + 2 < report.matches.size() && pieces.size() < limit; ++i) {
+      pieces.push_back(report.matches[i].text);
+    }
+  }
+  text.erase(0, done);
+  if (pieces.size() < limit && !text.empty() && !groups) pieces.push_back(std::exchange(text, ""));
+  return pieces;
+}
+
+TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
   Random random(3);
-  for (int i = 0; i < Cases(20000); ++i) {
-    const std::string expression = random.Expression();
-    const std::string text = random.Text("ab\n", 9);
+  for (int i = 0; i < Cases(15000); ++i) {
+    const std::string expression = Expression(random);
+    const std::string text = random.Text(random.Flip() ? "ab\n" : std::string("a\0\xe9\r\n", 5), 9);
+    SCOPED_TRACE(expression + " on " + text);
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;
-    std::vector<Report> expected = GrepByHand(boost::regex(expression), text);
-    const std::size_t stopAfter = random.Below(3);
-    if (stopAfter > 0 && expected.size() > stopAfter) expected.resize(stopAfter);
-    ASSERT_EQ(GrepReports(re, stopAfter), expected) << expression << " on " << text;
+    const boost::regex regex(expression);
+    const std::vector<Report> walk = Walk(regex, text);
+    const auto firstFew = [&](std::size_t count) {
+      return std::vector<Report>(
+          walk.begin(), walk.begin() + static_cast<std::ptrdiff_t>(std::min(count, walk.size())));
+    };
+    std::size_t calls = 0;
+    const std::size_t veto = random.Below(4);
+    Recorder recorder(re, [&](RE&) { return calls++ != veto; });
+    re.SetFormatString("<$0$1>");
+    re.SetMergeCopy(random.Flip());
+    re.SetMergeOnlyFirst(random.Flip());
+
+    ASSERT_EQ(re.Search(), !walk.empty());
+    ASSERT_EQ(recorder.Reports(), firstFew(1));
+    ASSERT_EQ(re.Match(), !walk.empty() && Begin(walk[0]) == 0);
+    ASSERT_EQ(recorder.Reports(), firstFew(!walk.empty() && Begin(walk[0]) == 0 ? 1 : 0));
+    boost::cmatch whole;
+    const bool isWhole = boost::regex_match(text.data(), text.data() + text.size(), whole, regex);
+    ASSERT_EQ(re.MatchAll(), isWhole);
+    ASSERT_EQ(recorder.Reports(),
+              isWhole ? std::vector<Report>{ReportOf(whole, text, 0)} : std::vector<Report>());
+    calls = 0;
+    ASSERT_EQ(re.Grep(), firstFew(veto + 1).size());
+    ASSERT_EQ(recorder.Reports(), firstFew(veto + 1));
+    calls = 0;
+    ASSERT_EQ(Merged(re), MergedByHand(walk, re, veto));
+    ASSERT_EQ(recorder.Reports(), firstFew(re.GetMergeOnlyFirst() ? 1 : veto + 1));
+    ASSERT_EQ(Formatted(re), "");
+    re.SetOnGreppingClosure({});
+    ASSERT_EQ(re.Grep(), walk.size());
+    re.SetOnMergingClosure({});
+    re.SetFormatType(RE::FormatSed);  // has no say without a subscriber
+    ASSERT_EQ(Merged(re), MergedByHand(walk, re, walk.size()));
+
+    re.SetMaximumSplits(random.Below(5));
+    re.SetSplitInputDelete(random.Flip());
+    std::string rest = text;
+    if (text.empty()) continue;
+    ASSERT_EQ(Pieces(re), SplitByHand(walk, regex.mark_count() != 0, re.GetMaximumSplits(), rest));
+    ASSERT_EQ(re.GetStringToMatch(), re.GetSplitInputDelete() ? rest : text);
   }
 }
 
-TEST(Grep, GoesOnWithWhatItStartedWith) {
-  RE re = Make("(a)b?", "ab-a-ab");
-  std::vector<std::string> seen;
-  re.SetOnGreppingClosure(
-      [&](RE* object, const std::vector<REMatch>& matches, unsigned int, unsigned int, bool&) {
-        seen.push_back(matches[0].text);
-        object->SetStringToMatch(std::string(1000, 'x'));
-        object->SetExpression("x{3}");
-        object->AddExpressionOption(RE::BasicSyntax);
-        object->SetExpression("x\\{3\\}");
-        std::vector<std::string> pieces;
-        std::string formatted = "old";
-        EXPECT_TRUE(object->Search());
-        EXPECT_EQ(object->Split(pieces), 1u);
-        object->SetOnGreppingClosure(RE::WalkClosure());
-        EXPECT_EQ(object->Grep(), 333u);
-        object->Format(formatted);
-        EXPECT_EQ(formatted, "");  // the inner walk has ended the report's results
-      });
-  EXPECT_EQ(re.Grep(), 3u);
-  EXPECT_EQ(seen, (std::vector<std::string>{"ab", "a", "ab"}));
+TEST(Strings, MatchPartiallyInTheOperationsThatReport) {
+  RE re = Make("abcd", "ab");
+  re.AddMatchOption(RE::MatchPartial);
+  Recorder recorder(re);
+  const REMatch none{"", -1};
+  EXPECT_TRUE(re.Search() && re.MatchAll() && re.Grep() == 1);
+  EXPECT_EQ(recorder.Reports(), std::vector<Report>(3, {{none, none, none}, 1, 0, ""}));
+  re.SetStringToMatch("xab");
+  EXPECT_TRUE(re.Search() && !re.Match());
+  EXPECT_EQ(recorder.Reports(), (std::vector<Report>{{{none, {"x", 0}, none}, 1, 0, ""}}));
+  re.SetMergeCopy(true);
+  re.SetOnMergingClosure({});
+  EXPECT_EQ(Merged(re), "xab");
+  EXPECT_EQ(Pieces(re), Texts{"xab"});
 }
 
-TEST(Grep, ASearchInsideAReportHandsOnTheReportsMatches) {
+/// Runs each operation that raises an event on a string, by its number.
+constexpr int kOperations = 5;
+void Raise(RE& re, int operation) {
+  if (operation == 0) re.Match();
+  if (operation == 1) re.MatchAll();
+  if (operation == 2) re.Search();
+  if (operation == 3) re.Grep();
+  if (operation == 4) Merged(re);
+}
+
+TEST(Strings, AreLeftFitByWhatThrows) {
+  for (int operation = 0; operation < kOperations; ++operation) {
+    SCOPED_TRACE(operation);
+    RE re = Make("a+", "aa");
+    re.SetFormatString("x");
+    const Recorder thrower(re, [](RE&) -> bool { throw std::logic_error("mine"); });
+    EXPECT_THROW(Raise(re, operation), std::logic_error);
+    re.SetExpression("(?:(a|b|ab)*)*c");
+    re.SetStringToMatch(std::string(3000, 'a'));
+    EXPECT_THROW(Raise(re, operation), boost::regex_error);
+    EXPECT_EQ(Formatted(re), "");  // nothing is current any more
+    // Nor is the object busy. During a walk it is, also behind one inside, and the model stays.
+    re.SetExpression("a+");
+    re.SetLocaleModel(RE::CLocale);
+    bool nested = false;
+    const Recorder recorder(re, [&](RE&) {
+      if (!std::exchange(nested, true)) re.Grep();
+      re.SetLocaleModel(RE::W32Locale);
+      return true;
+    });
+    Raise(re, operation);
+    EXPECT_EQ(re.GetLocaleModel(), operation < 3 ? RE::W32Locale : RE::CLocale);
+  }
+  RE re = Make(R"((?<=\Kx)x)", "xxxx");
+  EXPECT_THROW(Merged(re), boost::regex_error);  // the second match begins in the first
+  re = Make("(?=ab\\K)", "ab");
+  EXPECT_THROW(re.Search(), boost::regex_error);  // ends before it begins
+}
+
+TEST(Strings, AreWalkedByWhatTheWalkStartedWith) {
+  for (const bool merges : {false, true}) {
+    RE re = Make("a(?=n)", "banana");
+    re.SetMergeCopy(true);
+    re.SetFormatString("x");
+    int calls = 0;
+    const Recorder recorder(re, [&](RE&) {
+      re.SetMergeOnlyFirst(true);
+      re.SetOnMergingClosure({});
+      re.SetStringToMatch(std::string(1000, 'p'));
+      re.AddExpressionOption(RE::BasicSyntax);
+      re.SetExpression("p\\{3\\}");
+      EXPECT_EQ(Pieces(re), Texts{"p"});
+      EXPECT_EQ(Formatted(re), ++calls == 1 ? "x" : "y");
+      re.SetOnGreppingClosure({});
+      EXPECT_EQ(re.Grep(), 333U);
+      EXPECT_EQ(Formatted(re), "");  // the inner walk has ended the report's results
+      re.SetFormatString("y");       // of the replacement of this match already
+      re.SetMergeCopy(calls == 1);
+      return true;
+    });
+    if (merges) {
+      EXPECT_EQ(Merged(re), "byny");
+    } else {
+      EXPECT_EQ(re.Grep(), 2U);
+    }
+    EXPECT_EQ(calls, 2);
+  }
+}
+
+TEST(Strings, KeepTheReportInHandDuringASearch) {
   RE re = Make("b", "ab\nb");
-  std::vector<int> positions;
-  re.SetOnSearchingClosure([&](RE*, const std::vector<REMatch>& matches, unsigned, unsigned) {
-    positions.push_back(matches[0].position);
+  bool inside = false;
+  Recorder recorder(re, [&](RE&) {
+    if (!std::exchange(inside, !inside)) re.Search();
+    return true;
   });
-  re.SetOnGreppingClosure([&](RE* object, auto&&...) { object->Search(); });
-  EXPECT_EQ(re.Grep(), 2u);
-  EXPECT_EQ(positions, (std::vector<int>{1, 3}));
+  EXPECT_EQ(re.Grep(), 2U);
+  const std::vector<Report> reports = recorder.Reports();
+  ASSERT_EQ(reports.size(), 4U);
+  for (const int i : {0, 2}) EXPECT_EQ(reports[i].matches, reports[i + 1].matches);
+}
+
+TEST(Strings, MayChangeUnderAReportOfAMatch) {
+  for (int change = 0; change < 4; ++change) {
+    RE re = Make("a+", std::string(1000, 'a'));
+    re.SetFormatString("$&");
+    const Recorder recorder(re, [&](RE&) {
+      std::stringstream record;
+      record << re;
+      if (change == 0) re.SetStringToMatch("bbb");
+      if (change == 1) re = RE(re);
+      if (change == 2) re.SetSplitInputDelete(true), Pieces(re);
+      if (change == 3) record >> re;
+      EXPECT_EQ(Formatted(re), "") << change;
+      return true;
+    });
+    EXPECT_TRUE(re.Match());
+  }
 }
 
 }  // namespace
