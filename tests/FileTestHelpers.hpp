@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
@@ -13,22 +14,7 @@
 
 namespace RegexClass::test {
 
-/// A fresh directory, in memory if the system has that, removed with all that is in it.
-struct ScratchDirectory {
-  ScratchDirectory() {
-    for (const auto& parent :
-         {std::filesystem::path("/dev/shm"), std::filesystem::temp_directory_path()}) {
-      path = parent / "regexclass-test-XXXXXX";
-      if (mkdtemp(path.data()) != nullptr) return;
-    }
-    throw std::runtime_error("no directory for the test");
-  }
-  ScratchDirectory(ScratchDirectory&&) = delete;
-  ~ScratchDirectory() { std::filesystem::remove_all(path); }
-  std::string operator/(const std::string& name) const { return path + '/' + name; }
-
-  std::string path;
-};
+namespace fs = std::filesystem;
 
 inline std::string ReadFile(const std::string& name) {
   std::ifstream in(name, std::ios::binary);
@@ -37,19 +23,46 @@ inline std::string ReadFile(const std::string& name) {
 
 /// Makes the directories that it lies in, too.
 inline void WriteFile(const std::string& name, const std::string& content) {
-  std::filesystem::create_directories(std::filesystem::absolute(name).parent_path());
+  fs::create_directories(fs::absolute(name).parent_path());
   std::ofstream(name, std::ios::binary) << content;
 }
 
-/// A scratch directory that is the current one meanwhile.
-struct CurrentScratch : ScratchDirectory {
-  CurrentScratch() { std::filesystem::current_path(path); }
-  ~CurrentScratch() { std::filesystem::current_path("/"); }
+/// A fresh directory with nothing beside it, which is the current one meanwhile and is removed with
+/// all that is in it; in memory if the system has that.
+struct Scratch {
+  Scratch() {
+    for (const auto& parent : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
+      path = parent / "regexclass-test-XXXXXX";
+      if (mkdtemp(path.data()) == nullptr) continue;
+      fs::permissions(path, fs::perms(0755));
+      fs::create_directory(path + "/here");
+      fs::permissions(path + "/here", fs::perms(0777));
+      fs::current_path(path + "/here");
+      return;
+    }
+    throw std::runtime_error("no directory for the test");
+  }
+  Scratch(Scratch&&) = delete;
+  ~Scratch() {
+    fs::current_path("/");
+    fs::remove_all(path);
+  }
+
+  std::string path;
 };
+
+/// The files below the current directory with their contents, by their names in there.
+inline std::map<std::string, std::string> Contents() {
+  std::map<std::string, std::string> contents;
+  for (const auto& entry : fs::recursive_directory_iterator(".")) {
+    if (entry.is_regular_file()) contents[entry.path().string().substr(2)] = ReadFile(entry.path());
+  }
+  return contents;
+}
 
 /// The number of files that this process has open.
 inline std::ptrdiff_t OpenDescriptors() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
 }
 
 /// What `run` gives as text, in a process of its own that may give up its rights.
@@ -59,7 +72,12 @@ std::string InChild(Run run) {
   if (pipe(ends) != 0) throw std::runtime_error("no pipe for the test");
   const pid_t child = fork();
   if (child == 0) {
-    const std::string text = run();
+    std::string text;
+    try {
+      text = run();
+    } catch (const std::exception& error) {
+      text = error.what();
+    }
     const ssize_t written = write(ends[1], text.data(), text.size());
     _exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
   }

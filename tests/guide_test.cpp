@@ -170,12 +170,12 @@ TEST(Guide, ExpressionErrors) {
 }
 
 TEST(Guide, FilePatterns) {
-  const CurrentScratch scratch;
+  const Scratch scratch;
   for (const char* const file :
        {".hidden.txt", "a.txt", "b.txt", "c;d.txt", "e.log", "sub/f.txt", "sub/deep/g.txt"}) {
     WriteFile(file, "x");
   }
-  std::filesystem::create_symlink("a.txt", "link.txt");
+  fs::create_symlink("a.txt", "link.txt");
   for (const Texts& row : Table("patterns")) {
     RE re = Make("x", "");
     re.SetFilesToMatch(Quoted(row[0])[0]);

@@ -1,0 +1,86 @@
+// The calls of the system that the library makes, in the test's hand.
+//
+// What a program defines takes the place of the C library's, for shared libraries, too. To be
+// included in one source of a program.
+#ifndef REGEXCLASS_TESTS_SYSTEMCALLS_HPP
+#define REGEXCLASS_TESTS_SYSTEMCALLS_HPP
+
+#include <array>
+#include <cerrno>
+#include <dlfcn.h>
+#include <functional>
+#include <string_view>
+#include <utility>
+
+namespace RegexClass::test {
+
+/// All that they take is numbers and pointers, which are passed alike as words.
+using Words = std::array<long, 5>;
+
+/// Runs just before each call, with its name and its arguments, and gives the error that it is to
+/// fail with, or 0. It may change the arguments; a transfer that fails is made all the same, so
+/// that it can be made to break off. The calls that it makes itself aren't seen.
+using SystemCallHook = std::function<int(std::string_view name, Words& arguments)>;
+inline const SystemCallHook* systemCallHook = nullptr;
+
+/// Has a hook in force for the life of the object.
+class HookedSystemCalls {
+ public:
+  explicit HookedSystemCalls(SystemCallHook hook) : hook_(std::move(hook)) {
+    systemCallHook = &hook_;
+  }
+  HookedSystemCalls(const HookedSystemCalls&) = delete;
+  ~HookedSystemCalls() { systemCallHook = nullptr; }
+
+ private:
+  const SystemCallHook hook_;
+};
+
+inline long CallSystem(std::string_view name, Words w) {
+  int error = 0;
+  if (const SystemCallHook* const hook = std::exchange(systemCallHook, nullptr)) {
+    error = (*hook)(name, w);
+    systemCallHook = hook;
+  }
+  const bool isMade = name == "read" || name == "write" || name == "close";
+  if (error != 0 && !isMade) return errno = error, -1;
+  const auto function =
+      reinterpret_cast<long (*)(long, long, long, long, long)>(dlsym(RTLD_NEXT, name.data()));
+  const long result = function(w[0], w[1], w[2], w[3], w[4]);
+  return error != 0 ? (errno = error, -1) : result;
+}
+
+}  // namespace RegexClass::test
+
+#define REGEXCLASS_HOOK(name)                                                          \
+  extern "C" [[gnu::visibility("default")]] long Hooked_##name(long, long, long, long, \
+                                                               long) __asm__(#name);   \
+  long Hooked_##name(long a, long b, long c, long d, long e) {                         \
+    return RegexClass::test::CallSystem(#name, {a, b, c, d, e});                       \
+  }
+REGEXCLASS_HOOK(close)
+REGEXCLASS_HOOK(fallocate)
+REGEXCLASS_HOOK(fchmod)
+REGEXCLASS_HOOK(fchown)
+REGEXCLASS_HOOK(fgetxattr)
+REGEXCLASS_HOOK(flistxattr)
+REGEXCLASS_HOOK(flock)
+REGEXCLASS_HOOK(fremovexattr)
+REGEXCLASS_HOOK(fsetxattr)
+REGEXCLASS_HOOK(fstat)
+REGEXCLASS_HOOK(fstatat)
+REGEXCLASS_HOOK(ftruncate)
+REGEXCLASS_HOOK(getrandom)
+REGEXCLASS_HOOK(lseek)
+REGEXCLASS_HOOK(mkostemp)
+REGEXCLASS_HOOK(open)
+REGEXCLASS_HOOK(openat)
+REGEXCLASS_HOOK(read)
+REGEXCLASS_HOOK(renameat)
+REGEXCLASS_HOOK(stat)
+REGEXCLASS_HOOK(unlink)
+REGEXCLASS_HOOK(unlinkat)
+REGEXCLASS_HOOK(write)
+#undef REGEXCLASS_HOOK
+
+#endif  // REGEXCLASS_TESTS_SYSTEMCALLS_HPP
