@@ -29,7 +29,8 @@
 //   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
 // - One object is for one thread at a time. Different objects may run on different threads. A
 //   notification runs on the thread that called the operation, before the operation returns.
-// - A library that was loaded with dlopen can be closed again while threads that have used it go on,
+// - A library that was loaded with dlopen can be closed again while threads that have used it go
+// on,
 //   but not while one of them is ending: join those that end before.
 #ifndef REGEXCLASS_REGULAREXPRESSION_HPP
 #define REGEXCLASS_REGULAREXPRESSION_HPP
@@ -272,9 +273,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   std::string GetFormatString() const;
   void SetFormatString(const std::string& format);
 
-  /// The syntax of the format string. The case that \U, \L, \u and \l of a format give is that of the
-  /// C library's current locale in Format and in Merge with a subscriber, that of the locale model in
-  /// Merge without one and in ChangeFiles.
+  /// The syntax of the format string. The case that \U, \L, \u and \l of a format give is that of
+  /// the C library's current locale in Format and in Merge with a subscriber, that of the locale
+  /// model in Merge without one and in ChangeFiles.
   FormatTypes GetFormatType() const;
   void SetFormatType(FormatTypes type);
 
@@ -405,10 +406,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// other time, and within OnMatching and OnSearching once the string to match has been set.
   ///
   /// Of operations that a notification starts on its own object, a Grep or a Merge ends the results
-  /// of the report, so that Format gives nothing behind it. A Match, a MatchAll or a Search inside a
-  /// report of Grep or Merge leaves them: Format keeps giving the outer match, and the vector of the
-  /// inner notification is that of the outer match too. Inside OnMatching and OnSearching they end
-  /// the results as well.
+  /// of the report, so that Format gives nothing behind it. A Match, a MatchAll or a Search inside
+  /// a report of Grep or Merge leaves them: Format keeps giving the outer match, and the vector of
+  /// the inner notification is that of the outer match too. Inside OnMatching and OnSearching they
+  /// end the results as well.
   ///
   /// A format type that is no enumerator counts as FormatAll.
   void Format(std::string& out) const;
@@ -433,14 +434,15 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// them: no piece comes of a separator in front of everything, and none of the end when a
   /// separator stands there. With groups, the pieces are the texts of the groups of each match, an
   /// empty one for a group that took no part. With no expression at all the expression is `\s+`, or
-  /// has the letter of the message catalogue, in the syntax of the object: the string is cut at white
-  /// space where that means so, not with Literal, LimitedOps or BkPlusQm, of which BasicSyntax,
-  /// GrepSyntax and SedSyntax have one.
+  /// has the letter of the message catalogue, in the syntax of the object: the string is cut at
+  /// white space where that means so, not with Literal, LimitedOps or BkPlusQm, of which
+  /// BasicSyntax, GrepSyntax and SedSyntax have one.
   ///
   /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
-  /// again goes on behind it. On failure there are no pieces, and the string stays as it is. When the
-  /// engine throws, the pieces that were cut until then are there, and the string stays as it is.
+  /// again goes on behind it. On failure there are no pieces, and the string stays as it is. When
+  /// the engine throws, the pieces that were cut until then are there, and the string stays as it
+  /// is.
   unsigned int Split(std::vector<std::string>& pieces);
 
   // -------------------------------------------------------------------- operations on files
@@ -495,27 +497,29 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// over. It keeps its links, owner, mode, access list and extended attributes. A file without a
   /// match isn't touched.
   ///
-  /// The new content is written to a new file beside the old one, which then takes its name, so that
-  /// the name leads to the old content or the new at every moment, whatever kills the process; what
-  /// a kill can leave is a file named .Regex and a number. Where that can't be done or can't keep
-  /// what belongs to the file (it has several hard links, its owner or attributes can't be set, the
-  /// directory can't be written to, the file is a mount point), the bytes are written over: space is
-  /// reserved before the first one, and the old content is put back when the device fails behind
-  /// that. A device that doesn't take that either, and a process that is killed in these moments, can
-  /// then leave a mixture.
+  /// The new content is written to a new file beside the old one, which then takes its name, so
+  /// that the name leads to the old content or the new at every moment, whatever kills the process;
+  /// what a kill can leave is a file named .Regex and a number. Where that can't be done or can't
+  /// keep what belongs to the file (it has several hard links, its owner or attributes can't be
+  /// set, the directory can't be written to, the file is a mount point), the bytes are written
+  /// over: space is reserved before the first one, and the old content is put back when the device
+  /// fails behind that. A device that doesn't take that either, and a process that is killed in
+  /// these moments, can then leave a mixture.
   ///
-  /// A file is opened once for its rewriting, and must be the one that was searched; it is locked with
-  /// flock from then on to the end (other kinds of locks aren't seen). A link that the pattern spells
-  /// out is followed, and the file behind it changed. What is reached by any other link, through a
-  /// wildcard or in the directories below, is searched but never rewritten, so that nobody who may
-  /// write to a directory in the walk can have another file changed in place of his own.
+  /// A file is opened once for its rewriting, and must be the one that was searched; it is locked
+  /// with flock from then on to the end (other kinds of locks aren't seen). A link that the pattern
+  /// spells out is followed, and the file behind it changed. What is reached by any other link,
+  /// through a wildcard or in the directories below, is searched but never rewritten, so that
+  /// nobody who may write to a directory in the walk can have another file changed in place of his
+  /// own.
   ///
-  /// With a save extension, the old content is copied to the file's name with that extension in place
-  /// of what stands behind its last dot (with the dot searched for in the whole path, and appended
-  /// when there is none). The copy replaces whatever has that name, a link too, when it is whole; it
-  /// gets the owner, the permissions and the access list of the file, or less where they can't be set.
-  /// Files that have the save extension already, in upper or lower case, and files that no one has the
-  /// permission to write to are passed over, which is asked once, at the first match.
+  /// With a save extension, the old content is copied to the file's name with that extension in
+  /// place of what stands behind its last dot (with the dot searched for in the whole path, and
+  /// appended when there is none). The copy replaces whatever has that name, a link too, when it is
+  /// whole; it gets the owner, the permissions and the access list of the file, or less where they
+  /// can't be set. Files that have the save extension already, in upper or lower case, and files
+  /// that no one has the permission to write to are passed over, which is asked once, at the first
+  /// match.
   ///
   /// What fails in one file is a FileChangeProblem; the file then keeps its old content. With
   /// GetContinueFiles() false, nothing more is changed from then on. Files that can't be read in
@@ -526,7 +530,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   ///
   /// No more of a file is in memory while it is rewritten than a few blocks, and its matches with
   /// their replacements. A temporary file needs its space, where TMPDIR says or, when there is none
-  /// or no space in it, in /tmp; and so does the new file. What is written isn't forced to the device.
+  /// or no space in it, in /tmp; and so does the new file. What is written isn't forced to the
+  /// device.
   ///
   /// A notification may call ChangeFiles again, also on this object. Such a run works for itself;
   /// its problems go to the end of the list of the outermost run.
@@ -539,12 +544,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   // ---------------------------------------------------------------------------- notifications
   //
   // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
-  // setting a null function or an empty closure leaves the other kind alone. A closure that holds an
-  // empty std::function isn't empty: it counts as a subscriber, and throws when it is called. Grep and
-  // Merge call a clone of the closure, so that what a mutable one changes in itself is gone with the
-  // operation. A closure that
-  // replaces or removes itself while it runs stays alive until it has returned. Slots are copied
-  // with the object and take no part in comparison.
+  // setting a null function or an empty closure leaves the other kind alone. A closure that holds
+  // an empty std::function isn't empty: it counts as a subscriber, and throws when it is called.
+  // Grep and Merge call a clone of the closure, so that what a mutable one changes in itself is
+  // gone with the operation. A closure that replaces or removes itself while it runs stays alive
+  // until it has returned. Slots are copied with the object and take no part in comparison.
   //
   // The vector holds the whole match, each group in order, then the text between the end of the
   // match before (or the start of the string) and this match, and the text behind this match;

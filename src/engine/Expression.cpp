@@ -49,15 +49,9 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
     if (translation.error != constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
     regex_.assign(translation.text, translation.flags);
-    failed_ = false;
-    errorCode_ = 0;
     groupCount_ = static_cast<unsigned int>(regex_.mark_count());
   } catch (const boost::regex_error& error) {
-    const boost::regex_error told =
-        Told(error, source, translation, regex_.get_traits().Messages());
-    failed_ = true;
-    errorCode_ = told.code();
-    throw told;
+    throw Told(error, source, translation, regex_.get_traits().Messages());
   }
 }
 
@@ -74,7 +68,7 @@ template <class Traits>
 bool Expression<Traits>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
                                     Flags flags) const {
   RequireAddressable(first, last);
-  return boost::regex_match(first, last, results, regex_, flags | boost::match_all);
+  return boost::regex_match(first, last, results, regex_, flags);
 }
 
 template <class Traits>
@@ -111,5 +105,10 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
 template class Expression<CppTraits>;
 template class Expression<W32Traits>;
 template class Expression<CTraits>;
+
+std::string FormatMatch(const boost::cmatch& results, const char* format,
+                        boost::match_flag_type flags) {
+  return results.format(format, flags);
+}
 
 }  // namespace RegexClass::engine

@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <variant>
 
 #include "engine/Traits.hpp"
 
@@ -24,23 +25,18 @@ class Expression {
   /// the walk.
   using Report = std::function<bool(const boost::cmatch&)>;
 
-  /// True until a compile has succeeded, and after one that failed.
-  bool Failed() const { return failed_; }
-  /// The engine's code of the last compile that reached it, 0 when that succeeded.
-  int ErrorCode() const { return errorCode_; }
   /// The number of marked groups as of the last compile that succeeded.
   unsigned int GroupCount() const { return groupCount_; }
 
-  /// Gives the expression another locale, and drops the program; what the functions above tell
-  /// stays. Whatever a facet of the locale throws leaves everything as it was.
+  /// Gives the expression another locale, and drops the program; the number of groups stays.
+  /// Whatever a facet of the locale throws leaves everything as it was.
   void Imbue(const typename Traits::locale_type& locale);
   /// What Imbue() gave, empty before it has.
   const std::optional<typename Traits::locale_type>& Locale() const { return locale_; }
 
   /// Compiles `text`, up to its first zero byte, under a word of SyntaxBits. Throws
-  /// boost::regex_error for an expression that is no good, and then Failed() holds; whatever else
-  /// is thrown leaves everything as it was. What hasn't been imbued gets the
-  /// default of its model first.
+  /// boost::regex_error for an expression that is no good; whatever is thrown leaves the program of
+  /// the compile before. What hasn't been imbued gets the default of its model first.
   void Compile(const std::string& text, std::uint32_t word);
 
   /// Whether the locale is still that of the last compile, good or not.
@@ -69,13 +65,19 @@ class Expression {
   std::optional<typename Traits::locale_type> locale_;
   std::string compiledUnder_;
   unsigned int groupCount_ = 0;
-  bool failed_ = true;
-  int errorCode_ = 0;
 };
 
 extern template class Expression<CppTraits>;
 extern template class Expression<W32Traits>;
 extern template class Expression<CTraits>;
+
+/// An expression of whichever model.
+using AnyExpression =
+    std::variant<Expression<CppTraits>, Expression<W32Traits>, Expression<CTraits>>;
+
+/// What `format`, a zero-terminated text, makes of a match; `flags` tell its syntax.
+std::string FormatMatch(const boost::cmatch& results, const char* format,
+                        boost::match_flag_type flags);
 
 }  // namespace RegexClass::engine
 

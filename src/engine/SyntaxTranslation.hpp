@@ -25,7 +25,6 @@ enum SyntaxBits : std::uint32_t {
   kBkParens = 0x80,
   kBkRefs = 0x100,
   kBkVbar = 0x200,
-  kUseExcept = 0x400,  // errors come as exceptions; always set
   kLiteral = 0x1000,
   kIcase = 0x2000,
   kNoCollate = 0x4000,

@@ -8,40 +8,24 @@
 #include <type_traits>
 #include <utility>
 
+#include "files/FileOperations.hpp"
 #include "files/FileRewriting.hpp"
-#include "files/Walk.hpp"
-#include "module/ThreadRecord.hpp"
 
 namespace RegexClass {
-
-/// One run of ChangeFiles on an object.
-struct ChangeRun {
-  using Replacement = std::function<std::string(const std::string& matched)>;
-  ChangeRun(Replacement make, platform::FileServices& system)
-      : replacement(std::move(make)), services(system) {}
-
-  const Replacement replacement;
-  platform::FileServices& services;
-  platform::FoundFile fileInWork;  // whose matches are being recorded; without a name for none
-  bool passedOver = false;         // it isn't to be rewritten
-  PendingChanges pendingChanges;
-  unsigned int changesApplied = 0;
-};
-
 namespace {
+
+using Replacement = std::function<std::string(const std::string& matched)>;
 
 /// What makes the replacement of a match, by an expression that stays as it is whatever a
 /// notification sets. Like the walker's, it takes classes and case from the global locale.
-std::function<std::string(const std::string&)> MakeReplacement(ExpressionState& state) {
-  using Replacement = std::function<std::string(const std::string&)>;
-  return state.WithModel([&state](const auto& expression, const CompileState& record) {
-    if (expression.Failed()) {
-      throw boost::regex_error(
-          record.message, static_cast<boost::regex_constants::error_type>(expression.ErrorCode()));
+Replacement MakeReplacement(ExpressionState& state) {
+  return state.WithModel([&state](const auto& model) {
+    if (!model.record.accepted) {
+      throw boost::regex_error(model.record.message, model.record.engineError);
     }
-    std::decay_t<decltype(expression)> own;
-    own.Compile(state.settings.expression, state.EngineSyntaxFlags());
-    const auto flags = state.EngineMatchFlags(false) | boost::format_all;
+    std::decay_t<decltype(model.expression)> own;
+    own.Compile(state.settings.expression, SyntaxWord(state.settings.expressionOptions));
+    const auto flags = EngineMatchFlags(state.settings.matchOptions, false) | boost::format_all;
     return Replacement([&state, own, flags](const std::string& matched) {
       std::string replacement;
       own.Merge(matched.data(), matched.data() + matched.size(),
@@ -62,74 +46,87 @@ bool HasSaveExtension(const std::string& file, const std::string& extension) {
                     extension.begin(), extension.end(), same);
 }
 
-/// Rewrites the file in work. Afterwards there is none, whatever came of it.
-void FinishFile(ExpressionState& state, ChangeRun& run) {
-  const platform::FoundFile file = std::exchange(run.fileInWork, platform::FoundFile());
-  const PendingChanges changes = std::exchange(run.pendingChanges, PendingChanges());
-  if (changes.empty()) return;
-  run.changesApplied += ApplyPendingChanges(run.services, file, changes,
-                                            state.settings.saveExtension, state.changeFilesErrors);
-}
+/// One run of ChangeFiles on an object.
+class ChangeRun {
+ public:
+  ChangeRun(ExpressionState& state, platform::FileServices& services)
+      : state_(state), services_(services), replacement_(MakeReplacement(state)) {}
 
-/// Whether a failure has put an end to the run.
-bool GivenUp(const ExpressionState& state) {
-  return !state.settings.continueFiles && !state.changeFilesErrors.empty();
-}
-
-bool RaiseChangingFiles(ExpressionState& state, const ombrik::RegEx& walker) {
-  bool change = true;
-  if (const auto subscriber = state.notifications.onChangingFiles.Current()) {
-    subscriber(state.owner, walker.File().name, MarksOf(walker), walker.Line(), change);
+  /// Walks, and gives the number of changes in files that have been rewritten.
+  unsigned int Walk(FileWalker& walker) {
+    {
+      const BusyScope busy(state_);
+      walker.Grep([this](const FileWalker& found) { return Collect(found); });
+    }
+    if (!GivenUp()) FinishFile();
+    return changesApplied_;
   }
-  return change;
-}
 
-/// Makes the file that the walker is in the one in work, and decides once whether it is passed
-/// over.
-void BeginFile(ExpressionState& state, ChangeRun& run, const platform::FoundFile& file) {
-  FinishFile(state, run);
-  run.fileInWork = file;
-  run.passedOver =
-      HasSaveExtension(file.name, state.settings.saveExtension) || !run.services.MayRewrite(file);
-}
+ private:
+  /// Whether a failure has put an end to the run.
+  bool GivenUp() const {
+    return !state_.settings.continueFiles && !state_.changeFilesErrors.empty();
+  }
 
-bool CollectChange(ExpressionState& state, const ombrik::RegEx& walker) {
-  if (GivenUp(state)) return false;
-  ChangeRun& run = *state.changeRun;
-  if (walker.File().name != run.fileInWork.name) BeginFile(state, run, walker.File());
-  if (run.passedOver) return false;
-  if (!RaiseChangingFiles(state, walker)) return false;
+  bool Collect(const FileWalker& found) {
+    if (GivenUp()) return false;
+    if (found.File().name != fileInWork_.name) BeginFile(found.File());
+    if (passedOver_ || !RaiseChangingFiles(found)) return false;
 
-  PendingChange change = {walker.Position(0), walker[0], std::string()};
-  change.replacement = run.replacement(change.matched);
-  run.pendingChanges.push_back(std::move(change));
-  return true;
-}
+    PendingChange change = {found.Position(), found.Text(), std::string()};
+    change.replacement = replacement_(change.matched);
+    pendingChanges_.push_back(std::move(change));
+    return true;
+  }
 
-bool ChangeFilesAdapter(const char*, const ombrik::RegEx& walker) {
-  return CollectChange(RunningObject::Innermost(), walker);
-}
+  /// Makes a file the one in work, and decides once whether it is passed over.
+  void BeginFile(const platform::FoundFile& file) {
+    FinishFile();
+    fileInWork_ = file;
+    passedOver_ =
+        HasSaveExtension(file.name, state_.settings.saveExtension) || !services_.MayRewrite(file);
+  }
+
+  /// Rewrites the file in work. Afterwards there is none, whatever came of it.
+  void FinishFile() {
+    const platform::FoundFile file = std::exchange(fileInWork_, platform::FoundFile());
+    const PendingChanges changes = std::exchange(pendingChanges_, PendingChanges());
+    if (changes.empty()) return;
+    changesApplied_ += ApplyPendingChanges(services_, file, changes, state_.settings.saveExtension,
+                                           state_.changeFilesErrors);
+  }
+
+  bool RaiseChangingFiles(const FileWalker& found) {
+    bool change = true;
+    if (const auto subscriber = state_.notifications.onChangingFiles.Current()) {
+      subscriber(state_.owner, found.File().name, found.Marks(), found.Line(), change);
+    }
+    return change;
+  }
+
+  ExpressionState& state_;
+  platform::FileServices& services_;
+  const Replacement replacement_;
+  platform::FoundFile fileInWork_;  // whose matches are being recorded; without a name for none
+  bool passedOver_ = false;         // it isn't to be rewritten
+  PendingChanges pendingChanges_;
+  unsigned int changesApplied_ = 0;
+};
 
 }  // namespace
 
-unsigned int ExpressionState::ChangeFiles() {
-  if (changeRun == nullptr) changeFilesErrors.clear();
-  ombrik::RegEx walker;
-  if (!PrepareWalker(walker, *this)) return 0;
-
-  ChangeRun run(MakeReplacement(*this), platform::FileServices::System());
-  const ScopedValue<ChangeRun*> innermost(changeRun, &run, changeRun);
-  {
-    const RunningObject running(*this);
-    const BusyScope busyNow(*this);
-    walker.GrepFiles(&ChangeFilesAdapter, settings.filesToMatch.c_str(),
-                     settings.directoryRecursion, EngineMatchFlags(false));
-  }
-  if (!GivenUp(*this)) FinishFile(*this, run);
-  return run.changesApplied;
+unsigned int ChangeFiles(ExpressionState& state, platform::FileServices& services) {
+  if (!state.changingFiles) state.changeFilesErrors.clear();
+  auto walker = WalkerFor(state);
+  if (!walker) return 0;
+  ChangeRun run(state, services);
+  const ScopedValue<bool> changing(state.changingFiles, true, state.changingFiles);
+  return run.Walk(*walker);
 }
 
-unsigned int RegularExpression::ChangeFiles() { return state->ChangeFiles(); }
+unsigned int RegularExpression::ChangeFiles() {
+  return RegexClass::ChangeFiles(*state, platform::FileServices::System());
+}
 const std::vector<RegularExpression::FileChangeProblem>* RegularExpression::GetChangeFilesErrors()
     const {
   return state->changeFilesErrors.empty() ? nullptr : &state->changeFilesErrors;

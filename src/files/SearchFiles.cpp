@@ -1,123 +1,67 @@
-// GrepFiles and FindFiles, and the preparation of a walk that they share with ChangeFiles.
+// GrepFiles and FindFiles.
 
-#include "files/Walk.hpp"
-#include "module/ThreadRecord.hpp"
+#include <type_traits>
+
+#include "files/FileOperations.hpp"
 
 namespace RegexClass {
 namespace {
 
-using FileSearchProblem = RegularExpression::FileSearchProblem;
-
-RegularExpression::SearchProblemKind KindOf(ombrik::FilesContinueKind kind) {
-  switch (kind) {
-    case ombrik::FilesContinueKind::kNotOpened:
-      return RegularExpression::FileNotOpened;
-    case ombrik::FilesContinueKind::kNotRead:
-      return RegularExpression::FileNotRead;
-    default:
-      return RegularExpression::FileNotSearched;
-  }
-}
-
-void CopySearchProblems(const std::vector<ombrik::FilesContinueInfo>* problems,
-                        std::vector<FileSearchProblem>& target) {
-  if (problems == nullptr) return;
-  for (const ombrik::FilesContinueInfo& problem : *problems) {
-    target.push_back({problem.file, KindOf(problem.kind), problem.number});
-  }
-}
-
-const std::vector<FileSearchProblem>* NullIfEmpty(const std::vector<FileSearchProblem>& problems) {
+const FileWalker::Problems* NullIfEmpty(const FileWalker::Problems& problems) {
   return problems.empty() ? nullptr : &problems;
 }
 
-bool RaiseGreppingFiles(ExpressionState& state, const char* file, const ombrik::RegEx& walker) {
+bool RaiseGreppingFiles(ExpressionState& state, const FileWalker& walker) {
   bool more = true;
   if (const auto subscriber = state.notifications.onGreppingFiles.Current()) {
-    subscriber(state.owner, file, MarksOf(walker), walker.Line(), more);
+    subscriber(state.owner, walker.File().name, walker.Marks(), walker.Line(), more);
   }
   return more;
 }
 
-bool RaiseFindFiles(ExpressionState& state, const char* file) {
+bool RaiseFindFiles(ExpressionState& state, const FileWalker& walker) {
   bool more = true;
   if (const auto subscriber = state.notifications.onFindFiles.Current()) {
-    subscriber(state.owner, file, more);
+    subscriber(state.owner, walker.File().name, more);
   }
   return more;
 }
-
-bool GrepFilesAdapter(const char* file, const ombrik::RegEx& walker) {
-  return RaiseGreppingFiles(RunningObject::Innermost(), file, walker);
-}
-
-bool FindFilesAdapter(const char* file) { return RaiseFindFiles(RunningObject::Innermost(), file); }
 
 }  // namespace
 
-bool PrepareWalker(ombrik::RegEx& walker, ExpressionState& state) {
-  const Settings& settings = state.settings;
-  if (!settings.HasExpression() || settings.filesToMatch.empty()) return false;
-
-  walker.SetFilesContinue(settings.continueFiles);
-  if (settings.localeModel == RegularExpression::W32Locale) {
-    walker.SetLocalizationModel(ombrik::kWin32Localization);
-  } else if (settings.localeModel == RegularExpression::CLocale) {
-    walker.SetLocalizationModel(ombrik::kCLocalization);
-  }
-  try {
-    const bool icase = state.owner->IsExpressionOption(RegularExpression::Icase);
-    if (walker.SetExpression(settings.expression.c_str(), icase) != 0) return false;
-    state.ParseExpression();
-  } catch (const boost::regex_error&) {
-    return false;
-  }
-  return true;
+std::optional<FileWalker> WalkerFor(ExpressionState& state) {
+  auto walker = state.WithModel([&](const auto& model) {
+    // Not the object's expression, but one of the same kind.
+    return FileWalker::Make(state.settings, std::decay_t<decltype(model.expression)>());
+  });
+  if (walker) state.ParseExpression();
+  return walker;
 }
 
-std::vector<REMatch> MarksOf(const ombrik::RegEx& walker) {
-  std::vector<REMatch> marks(walker.Marks());
-  int mark = 0;
-  for (REMatch& match : marks) {
-    match.position = static_cast<std::int32_t>(walker.Position(mark));
-    match.text = walker[mark];
-    ++mark;
-  }
-  return marks;
-}
-
-unsigned int ExpressionState::GrepFiles() {
-  grepFilesErrors.clear();
-  ombrik::RegEx walker;
-  if (!PrepareWalker(walker, *this)) return 0;
-
-  unsigned int matches = 0;
-  {
-    const RunningObject running(*this);
-    matches = walker.GrepFiles(&GrepFilesAdapter, settings.filesToMatch.c_str(),
-                               settings.directoryRecursion, EngineMatchFlags(false));
-  }
-  CopySearchProblems(walker.FilesContinueErrorsGrep(), grepFilesErrors);
+unsigned int GrepFiles(ExpressionState& state) {
+  state.grepFilesErrors.clear();
+  auto walker = WalkerFor(state);
+  if (!walker) return 0;
+  const unsigned int matches =
+      walker->Grep([&](const FileWalker& found) { return RaiseGreppingFiles(state, found); });
+  const auto& problems = walker->SearchProblems();
+  state.grepFilesErrors.insert(state.grepFilesErrors.end(), problems.begin(), problems.end());
   return matches;
 }
 
-unsigned int ExpressionState::FindFiles() {
-  findFilesErrors.clear();
-  ombrik::RegEx walker;
-  if (!PrepareWalker(walker, *this)) return 0;
-
-  unsigned int files = 0;
-  {
-    const RunningObject running(*this);
-    files = walker.FindFiles(&FindFilesAdapter, settings.filesToMatch.c_str(),
-                             settings.directoryRecursion, EngineMatchFlags(false));
-  }
-  CopySearchProblems(walker.FilesContinueErrorsFind(), findFilesErrors);
+unsigned int FindFiles(ExpressionState& state) {
+  state.findFilesErrors.clear();
+  auto walker = WalkerFor(state);
+  if (!walker) return 0;
+  const unsigned int files =
+      walker->Find([&](const FileWalker& found) { return RaiseFindFiles(state, found); });
+  const auto& problems = walker->SearchProblems();
+  state.findFilesErrors.insert(state.findFilesErrors.end(), problems.begin(), problems.end());
   return files;
 }
 
-unsigned int RegularExpression::GrepFiles() { return state->GrepFiles(); }
-unsigned int RegularExpression::FindFiles() { return state->FindFiles(); }
+unsigned int RegularExpression::GrepFiles() { return RegexClass::GrepFiles(*state); }
+unsigned int RegularExpression::FindFiles() { return RegexClass::FindFiles(*state); }
 const std::vector<RegularExpression::FileSearchProblem>* RegularExpression::GetGrepFilesErrors()
     const {
   return NullIfEmpty(state->grepFilesErrors);

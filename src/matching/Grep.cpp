@@ -6,13 +6,14 @@
 namespace RegexClass {
 namespace {
 
-/// Walks over `text` with a copy of the current expression, so that a notification may compile
+/// Searches `text` with a copy of the current expression, so that a notification may compile
 /// another one meanwhile.
 template <class Report>
-unsigned int Walk(ExpressionState& state, const std::string& text, Report report) {
-  const boost::match_flag_type flags = state.EngineMatchFlags(true);
+unsigned int GrepText(ExpressionState& state, const std::string& text, Report report) {
+  const boost::match_flag_type flags = EngineMatchFlags(state.settings.matchOptions, true);
   const WalkScope walk(state);
-  return state.WithModel([&](auto expression, const CompileState&) {
+  return state.WithModel([&](const auto& model) {
+    const auto expression = model.expression;
     return expression.Grep(text.data(), text.data() + text.size(), flags, report);
   });
 }
@@ -24,12 +25,13 @@ unsigned int RegularExpression::Grep() {
 
   const auto subscriber = state->notifications.onGrepping.Clone();
   if (!subscriber) {
-    return Walk(*state, state->settings.stringToMatch, [](const boost::cmatch&) { return true; });
+    return GrepText(*state, state->settings.stringToMatch,
+                    [](const boost::cmatch&) { return true; });
   }
   // A copy, because the subscriber may set another string.
   const std::string text = state->settings.stringToMatch;
   WalkReporter reporter(this, subscriber, text.data());
-  return Walk(*state, text, [&](const boost::cmatch& results) {
+  return GrepText(*state, text, [&](const boost::cmatch& results) {
     const CurrentResultsScope current(*state, results);
     return reporter(results);
   });

@@ -14,26 +14,22 @@ template <class Slot, class Run, class Accept>
 bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept) {
   if (state.ParseExpression() != RegularExpression::NoError) return false;
 
-  // What this operation put into `results` goes, on every road out of it.
-  struct Release {
-    ExpressionState& state;
-    ~Release() { state.ReleaseResults(); }
-  } const release{state};
-  state.results = std::make_unique<boost::cmatch>();
-
+  boost::cmatch results;
+  const ScopedValue<const boost::cmatch*> current(state.stringResults, &results, nullptr);
   const char* const first = state.settings.stringToMatch.data();
   const char* const last = first + state.settings.stringToMatch.size();
-  const boost::match_flag_type flags = state.EngineMatchFlags(true);
+  const boost::match_flag_type flags = EngineMatchFlags(state.settings.matchOptions, true);
   {
     const BusyScope busy(state);
-    const bool found = state.WithModel([&](const auto& expression, const CompileState&) {
-      return run(expression, first, last, *state.results, flags);
-    });
-    if (!found || !accept(*state.results, first, last)) return false;
+    const bool found = state.WithModel(
+        [&](const auto& model) { return run(model.expression, first, last, results, flags); });
+    if (!found || !accept(results, first, last)) return false;
   }
   if (const auto subscriber = slot.Current()) {
-    const Line line = LineCounter(first).At((*state.results)[0].first);
-    subscriber(state.owner, state.CurrentMatches(), line.number, line.start);
+    const Line line = LineCounter(first).At(results[0].first);
+    std::vector<REMatch> matches;
+    ToMatchVector(*state.CurrentResults(), matches);
+    subscriber(state.owner, std::as_const(matches), line.number, line.start);
   }
   return true;
 }
@@ -46,13 +42,8 @@ constexpr auto kMatchWhole = [](const auto& expression, const char* first, const
                                 boost::cmatch& results, boost::match_flag_type flags) {
   return expression.MatchWhole(first, last, results, flags);
 };
-}  // namespace
 
-std::vector<REMatch> ExpressionState::CurrentMatches() const {
-  std::vector<REMatch> matches;
-  ToMatchVector(*CurrentResults(), matches);
-  return matches;
-}
+}  // namespace
 
 bool RegularExpression::Match() {
   return MatchOnce(*state, state->notifications.onMatching, kSearch,

@@ -27,7 +27,7 @@ ThreadRecord& ThreadRecord::Get() {
 }
 
 void ThreadRecord::Release() {
-  if (threadRecord != nullptr && threadRecord->Empty()) Drop();
+  if (threadRecord != nullptr && threadRecord->catalogues.empty()) Drop();
 }
 
 void ThreadRecord::Drop() {

@@ -47,15 +47,18 @@ Messages ReadDirectly(const std::string& file) {
 
 }  // namespace
 
-void CatalogueInForce::Install(const std::string& name, const std::string& file) {
-  messages_.reset();
-  file_ = file;
-  name_ = name;
+void CatalogueInForce::Access::Install(const std::string& name, const std::string& file) const {
+  catalogue_.messages_.reset();
+  catalogue_.file_ = file;
+  catalogue_.name_ = name;
 }
 
-Messages CatalogueInForce::Messages() {
-  if (messages_ == nullptr && !file_.empty()) messages_ = reader_(file_);
-  return messages_;
+std::shared_ptr<const engine::EngineMessages> CatalogueInForce::Access::Messages() const {
+  auto& messages = catalogue_.messages_;
+  if (messages == nullptr && !catalogue_.file_.empty()) {
+    messages = catalogue_.reader_(catalogue_.file_);
+  }
+  return messages;
 }
 
 CatalogueInForce& CppCatalogue() {

@@ -11,7 +11,7 @@
 
 namespace RegexClass {
 
-/// The catalogue of one model. Everything but Lock() is only for a thread that holds the lock.
+/// The catalogue of one model.
 class CatalogueInForce {
  public:
   /// Gives the text of a number in a file, or throws std::runtime_error when the file can't be
@@ -19,23 +19,32 @@ class CatalogueInForce {
   using Reader = std::shared_ptr<const engine::EngineMessages> (*)(const std::string& file);
   explicit CatalogueInForce(Reader reader) : reader_(reader) {}
 
-  /// The lock of the model: catalogue changes and compiles take turns. Recursive, since a compile
-  /// calls the facets of the application's locale, and these may use objects of their own.
-  /// Not to be held together with that of another model, nor while a notification runs.
-  std::unique_lock<std::recursive_mutex> Lock() {
-    return std::unique_lock<std::recursive_mutex>(mutex_);
-  }
+  /// The catalogue, for as long as this lives: catalogue changes and compiles take turns. Not to be
+  /// held together with that of another model, nor while a notification runs.
+  class Access {
+   public:
+    /// The base name that the object that installed the catalogue has for it, not its file.
+    const std::string& Name() const { return catalogue_.name_; }
 
-  /// The base name that the object that installed the catalogue has for it, not its file.
-  const std::string& Name() const { return name_; }
+    /// Puts another catalogue in force for all objects, from their next compile on. An empty file
+    /// stands for none. The file isn't opened before Messages() is called.
+    void Install(const std::string& name, const std::string& file) const;
 
-  /// Puts another catalogue in force for all objects, from their next compile on. An empty file
-  /// stands for none. The file isn't opened before Messages() is called.
-  void Install(const std::string& name, const std::string& file);
+    /// The engine's messages from the catalogue; null when there is none. Throws
+    /// std::runtime_error when its file can't be opened, and tries again at the next call.
+    std::shared_ptr<const engine::EngineMessages> Messages() const;
 
-  /// The engine's messages from the catalogue; null when there is none. Throws std::runtime_error
-  /// when its file can't be opened, and tries again at the next call.
-  std::shared_ptr<const engine::EngineMessages> Messages();
+   private:
+    friend class CatalogueInForce;
+    explicit Access(CatalogueInForce& catalogue) : catalogue_(catalogue), lock_(catalogue.mutex_) {}
+
+    CatalogueInForce& catalogue_;
+    std::unique_lock<std::recursive_mutex> lock_;
+  };
+
+  /// Waits for the catalogue. The thread that has it may have it again, since a compile calls the
+  /// facets of the application's locale, and these may use objects of their own.
+  Access Lock() { return Access(*this); }
 
  private:
   const Reader reader_;

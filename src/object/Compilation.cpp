@@ -1,8 +1,9 @@
 // From the expression's text to a compiled expression, once, with the outcome remembered.
 
+#include <optional>
 #include <stdexcept>
+#include <type_traits>
 
-#include "object/CatalogueInForce.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -14,31 +15,65 @@ using Code = RegularExpression::ExpressionErrorCode;
 Code CodeOf(boost::regex_constants::error_type error) {
   namespace constants = boost::regex_constants;
   switch (error) {
-    case constants::error_size:
-      return RegularExpression::OutOfMemory;
+    case constants::error_ok:
+      return RegularExpression::NoError;
+    case constants::error_no_match:  // never of a compile
+      return RegularExpression::NoExpression;
+    case constants::error_bad_pattern:
+    case constants::error_perl_extension:
+      return RegularExpression::BadPattern;
+    case constants::error_collate:
+      return RegularExpression::BadCollation;
+    case constants::error_ctype:
+      return RegularExpression::BadCharacterClass;
+    case constants::error_escape:
+      return RegularExpression::TrailingEscape;
+    case constants::error_backref:
+      return RegularExpression::BadBackReference;
+    case constants::error_brack:
+      return RegularExpression::UnmatchedBracket;
+    case constants::error_paren:
+      return RegularExpression::UnmatchedParenthesis;
+    case constants::error_brace:
+      return RegularExpression::UnmatchedBrace;
+    case constants::error_badbrace:
+      return RegularExpression::BadBraceContents;
+    case constants::error_range:
+      return RegularExpression::BadRange;
+    case constants::error_space:
     case constants::error_complexity:
     case constants::error_stack:
       return RegularExpression::OutOfSpace;
-    case constants::error_perl_extension:
-      return RegularExpression::BadPattern;
+    case constants::error_badrepeat:
+      return RegularExpression::BadRepeat;
+    case constants::error_end:
+      return RegularExpression::UnexpectedEnd;
+    case constants::error_size:
+      return RegularExpression::OutOfMemory;
+    case constants::error_right_paren:
+      return RegularExpression::UnmatchedRightParenthesis;
+    case constants::error_empty:
+      return RegularExpression::EmptyPattern;
     case constants::error_unknown:
-      return RegularExpression::UnknownEngineError;
-    default:  // up to 17 the numbers are the same
-      return static_cast<Code>(error);
+      break;
   }
+  return RegularExpression::UnknownEngineError;
 }
 
-/// What the engine says to the expression, with its text in `message` when that is an error.
+/// Has the engine read the expression, and records what it says.
 template <class Traits>
-Code Compile(const ExpressionState& state, engine::Expression<Traits>& expression,
-             std::string& message) {
+Code Compile(const Settings& settings, Model<Traits>& model) {
+  CompileRecord& record = model.record;
   try {
-    expression.Compile(state.settings.expression, state.EngineSyntaxFlags());
-    return RegularExpression::NoError;
+    model.expression.Compile(settings.expression, SyntaxWord(settings.expressionOptions));
+    record.accepted = true;
+    record.engineError = boost::regex_constants::error_ok;
   } catch (const boost::regex_error& error) {
-    message = error.what();
-    return CodeOf(error.code());
+    record.accepted = false;
+    record.engineError = error.code();
+    record.message = error.what();
   }
+  return CodeOf(record.engineError);
 }
 
 /// What can't be done because of `file`.
@@ -47,82 +82,75 @@ std::string LocaleDllFailureText(const CatalogueTexts& texts, const std::string&
   return (!text.empty() ? text : "Unable to open the Locale DLL ") + file + '.';
 }
 
-/// Compiles with the messages that are in force. The engine object may have others: it is then
-/// imbued again, with what `getLocale` gives. Whatever fails outside the engine is taken for a
-/// failure of the catalogue.
-template <class Traits, class GetLocale>
-Code CompileUnder(CatalogueInForce& catalogue, const GetLocale& getLocale, ExpressionState& state,
-                  engine::Expression<Traits>& expression, std::string& message) {
+/// Whether a catalogue that vanishes as it is put in force is told by the name that it was found
+/// by; else its name is looked for again.
+template <class Traits>
+constexpr bool kNamesWhatItFound = std::is_same_v<Traits, engine::CppTraits>;
+
+/// The locale that an object has compiled under, by model.
+const std::locale& LocaleOf(const ExpressionState& state, const Model<engine::CppTraits>&) {
+  return state.locale;
+}
+std::locale LocaleOf(const ExpressionState&, const Model<engine::W32Traits>&) {
+  return engine::W32Traits::DefaultLocale().locale;
+}
+
+/// Compiles under the object's catalogue, which is put in force for all objects, and with the
+/// messages of it: an expression that has others is imbued again. Whatever fails outside the engine
+/// is taken for a failure of the catalogue.
+template <class Traits>
+Code CompileUnder(CatalogueInForce& shared, ExpressionState& state, Model<Traits>& model) {
+  const CatalogueInForce::Access catalogue = shared.Lock();
+  const std::string& localeDll = state.settings.localeDll;
+  std::optional<std::string> found;  // the catalogue that is being put in force
+  if (model.localeChanged || localeDll != catalogue.Name()) {
+    found = ResolveLocaleDll(localeDll, state.texts);
+    catalogue.Install(localeDll, *found);
+    if (!kNamesWhatItFound<Traits>) found.reset();
+  }
   try {
     const auto messages = catalogue.Messages();
-    const auto& present = expression.Locale();
-    if (!present || present->messages != messages) expression.Imbue({getLocale(), messages});
-    return Compile(state, expression, message);
+    const auto& present = model.expression.Locale();
+    if (model.localeChanged || !present || present->messages != messages) {
+      model.expression.Imbue({LocaleOf(state, model), messages});
+      model.localeChanged = false;
+    }
+    found.reset();
+    return Compile(state.settings, model);
   } catch (const std::runtime_error&) {
-    message =
-        LocaleDllFailureText(state.texts, ResolveLocaleDll(state.settings.localeDll, state.texts));
+    const std::string file = found ? *found : ResolveLocaleDll(localeDll, state.texts);
+    model.record.message = LocaleDllFailureText(state.texts, file);
     return RegularExpression::LocaleDllFailure;
   }
 }
 
-// One for each locale model: takes its lock, and puts the object's catalogue in force.
-
-Code CompileModel(ExpressionState& state, engine::Expression<engine::CppTraits>& expression,
-                  std::string& message) {
-  CatalogueInForce& catalogue = CppCatalogue();
-  const auto lock = catalogue.Lock();
-  const std::string& localeDll = state.settings.localeDll;
-  if (state.localeChanged || localeDll != catalogue.Name()) {
-    const std::string file = ResolveLocaleDll(localeDll, state.texts);
-    catalogue.Install(localeDll, file);
-    try {
-      expression.Imbue({state.locale, catalogue.Messages()});
-      state.localeChanged = false;
-    } catch (const std::runtime_error&) {
-      message = LocaleDllFailureText(state.texts, file);
-      return RegularExpression::LocaleDllFailure;
-    }
-  }
-  return CompileUnder(
-      catalogue, [&] { return state.locale; }, state, expression, message);
+Code CompileModel(ExpressionState& state, Model<engine::CTraits>& model) {
+  return Compile(state.settings, model);
 }
-
-Code CompileModel(ExpressionState& state, engine::Expression<engine::W32Traits>& expression,
-                  std::string& message) {
-  CatalogueInForce& catalogue = W32Catalogue();
-  const auto lock = catalogue.Lock();
-  const std::string& localeDll = state.settings.localeDll;
-  if (localeDll != catalogue.Name()) {
-    catalogue.Install(localeDll, ResolveLocaleDll(localeDll, state.texts));
-  }
-  return CompileUnder(
-      catalogue, [] { return engine::W32Traits::DefaultLocale().locale; }, state, expression,
-      message);
-}
-
-Code CompileModel(ExpressionState& state, engine::Expression<engine::CTraits>& expression,
-                  std::string& message) {
-  return Compile(state, expression, message);
+template <class Traits>
+Code CompileModel(ExpressionState& state, Model<Traits>& model) {
+  return CompileUnder(*Catalogue<Traits>(), state, model);
 }
 
 }  // namespace
 
 Code ExpressionState::ParseExpression() {
-  return WithModel([this](auto& expression, CompileState& record) {
-    if (record.parsed && expression.LocaleStays()) return record.code;
+  return WithModel([this](auto& model) {
+    CompileRecord& record = model.record;
+    if (record.compiled && model.expression.LocaleStays()) return record.code;
     if (!settings.HasExpression()) return RegularExpression::NoExpression;
-    record.code = CompileModel(*this, expression, record.message);
-    record.parsed = true;
+    record.code = CompileModel(*this, model);
+    record.compiled = true;
     return record.code;
   });
 }
 
 std::string ExpressionState::ExpressionError() const {
-  return WithModel([this](const auto& expression, const CompileState& record) -> std::string {
-    if (record.parsed) {
-      const bool known = settings.localeModel >= RegularExpression::CppLocale &&
-                         settings.localeModel <= RegularExpression::CLocale;
-      return known && expression.Failed() ? record.message : std::string();
+  return WithModel([this](const auto& model) -> std::string {
+    const CompileRecord& record = model.record;
+    if (record.compiled) {
+      const bool told = Models::Known(settings.localeModel) && !record.accepted;
+      return told ? record.message : std::string();
     }
     if (settings.HasExpression()) return std::string();
     return !texts.emptyExpressionText.empty() ? texts.emptyExpressionText : "Empty expression";
@@ -130,10 +158,11 @@ std::string ExpressionState::ExpressionError() const {
 }
 
 unsigned int ExpressionState::NumberOfSubexpressions() const {
-  const bool known = settings.localeModel >= RegularExpression::CppLocale &&
-                     settings.localeModel <= RegularExpression::CLocale;
-  return WithModel([known](const auto& expression, const CompileState& record) {
-    return known && record.parsed && expression.ErrorCode() == 0 ? expression.GroupCount() : 0;
+  return WithModel([this](const auto& model) {
+    const CompileRecord& record = model.record;
+    const bool told = Models::Known(settings.localeModel) && record.compiled &&
+                      record.engineError == boost::regex_constants::error_ok;
+    return told ? model.expression.GroupCount() : 0;
   });
 }
 

@@ -2,58 +2,18 @@
 #ifndef REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 #define REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 
-#include <cstdint>
 #include <locale>
-#include <memory>
-#include <set>
 #include <string>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "RegularExpression.hpp"
-#include "engine/Expression.hpp"
 #include "notifications/Slot.hpp"
 #include "object/LocaleDll.hpp"
+#include "object/Models.hpp"
+#include "object/Settings.hpp"
 
 namespace RegexClass {
-
-struct ChangeRun;
-
-/// What an object is set up to do: all that is compared, and all that a copy takes over beside
-/// the notifications and the catalogue's texts.
-struct Settings {
-  std::set<RegularExpression::Options> expressionOptions = {
-      RegularExpression::EscapeInLists, RegularExpression::CharClasses,
-      RegularExpression::Intervals,     RegularExpression::BkRefs,
-      RegularExpression::NoCollate,     RegularExpression::NormalSyntax};
-  std::set<RegularExpression::Matches> matchOptions = {RegularExpression::MatchDefault};
-  RegularExpression::FormatTypes formatType = RegularExpression::FormatAll;
-  RegularExpression::LocaleModels localeModel = RegularExpression::CppLocale;
-  std::string expression;
-  std::string stringToMatch;
-  std::string filesToMatch;
-  std::string formatString;
-  std::string saveExtension;
-  std::string localeDll;
-  bool directoryRecursion = false;
-  bool mergeCopy = false;
-  bool mergeOnlyFirst = false;
-  unsigned long maximumSplits = 0;
-  bool splitInputDelete = false;
-  bool continueFiles = true;
-
-  bool operator==(const Settings& other) const;
-
-  /// Whether there is anything to compile. A text ends at its first zero byte.
-  bool HasExpression() const { return !expression.empty() && expression.front() != '\0'; }
-};
-
-/// The compile record of one locale model.
-struct CompileState {
-  bool parsed = false;  // a compile was tried for the present settings, and this came of it:
-  RegularExpression::ExpressionErrorCode code = RegularExpression::NoError;
-  std::string message;  // of the last failure; a later success doesn't clear it
-};
 
 class ExpressionState {
  public:
@@ -62,79 +22,51 @@ class ExpressionState {
   ExpressionState(const ExpressionState&) = delete;
   ExpressionState& operator=(const ExpressionState& source);
 
-  /// Calls `callable` with the engine object and the compile record of the current model, and
-  /// gives its result. The one place that knows which belong to which model.
+  /// Calls `callable` with the Model of the locale model that is set, and gives its result.
   template <class Callable>
   decltype(auto) WithModel(Callable&& callable) {
-    return Choose(*this, std::forward<Callable>(callable));
+    return models.With(settings.localeModel, std::forward<Callable>(callable));
   }
   template <class Callable>
   decltype(auto) WithModel(Callable&& callable) const {
-    return Choose(*this, std::forward<Callable>(callable));
+    return models.With(settings.localeModel, std::forward<Callable>(callable));
   }
 
-  /// Makes every model compile again when it is next used.
-  void MarkNotParsed();
-
   // Compilation.
+  /// Makes every model compile again when it is next used.
+  void MarkNotCompiled();
+  /// Compiles unless that was done. The one way from the settings to an expression.
   RegularExpression::ExpressionErrorCode ParseExpression();
   std::string ExpressionError() const;
   unsigned int NumberOfSubexpressions() const;
 
-  // Matching.
-  /// The words that the compiler and the matching operations hand to the engine.
-  std::uint32_t EngineSyntaxFlags() const;
-  boost::match_flag_type EngineMatchFlags(bool allowPartial) const;
+  /// The settings, for whatever changes the string to match, alone or with others: the results that
+  /// point into the string go.
+  Settings& SettingsToChangeString() {
+    stringResults = nullptr;
+    return settings;
+  }
   /// The results of the match that is being reported; null when none is.
   const boost::cmatch* CurrentResults() const {
-    return currentResults != nullptr ? currentResults : results.get();
+    return walkResults != nullptr ? walkResults : stringResults;
   }
-  /// The match vector of the current results; only while there are some.
-  std::vector<REMatch> CurrentMatches() const;
-  /// To be called before the string to match changes, too: `results` point into it.
-  void ReleaseResults() { results.reset(); }
-
-  // Files.
-  unsigned int GrepFiles();
-  unsigned int FindFiles();
-  unsigned int ChangeFiles();
 
   RegularExpression* const owner;
   Settings settings;
   CatalogueTexts texts;
   Notifications notifications;
+  std::locale locale;  // of the model CppLocale: the global one of the moment
+  Models models;
 
-  std::locale locale;          // of the model CppLocale: the global one of the moment
-  bool localeChanged = false;  // SetLocale was called, and cppExpression wasn't imbued since
-
-  CompileState cppCompile;
-  CompileState w32Compile;
-  CompileState cCompile;
-  engine::Expression<engine::CppTraits> cppExpression;
-  engine::Expression<engine::W32Traits> w32Expression;
-  engine::Expression<engine::CTraits> cExpression;
-
-  std::unique_ptr<boost::cmatch> results;         // of a running Match, MatchAll or Search
-  const boost::cmatch* currentResults = nullptr;  // of the match that a walk is reporting
+  // The results belong to the operation that has published them here.
+  const boost::cmatch* walkResults = nullptr;    // of the match that a walk is reporting
+  const boost::cmatch* stringResults = nullptr;  // of a running Match, MatchAll or Search
   std::vector<RegularExpression::FileSearchProblem> grepFilesErrors;
   std::vector<RegularExpression::FileSearchProblem> findFilesErrors;
   std::vector<RegularExpression::FileChangeProblem> changeFilesErrors;
-  ChangeRun* changeRun = nullptr;  // the innermost run of ChangeFiles
 
-  bool busy = false;  // the engine runs for an operation that raises notifications
-
- private:
-  template <class Self, class Callable>
-  static decltype(auto) Choose(Self& self, Callable&& callable) {
-    switch (self.settings.localeModel) {
-      case RegularExpression::W32Locale:
-        return callable(self.w32Expression, self.w32Compile);
-      case RegularExpression::CLocale:
-        return callable(self.cExpression, self.cCompile);
-      default:
-        return callable(self.cppExpression, self.cppCompile);
-    }
-  }
+  bool busy = false;           // the engine runs for an operation that raises notifications
+  bool changingFiles = false;  // ChangeFiles runs
 };
 
 /// Gives a variable another value for the life of the scope, however that ends.
@@ -154,11 +86,11 @@ class ScopedValue {
   T after_;
 };
 
-/// Publishes the results of one match for the length of its report.
+/// Publishes the results of one match of a walk for the length of its report.
 class CurrentResultsScope {
  public:
   CurrentResultsScope(ExpressionState& state, const boost::cmatch& results)
-      : current_(state.currentResults, &results, nullptr) {}
+      : current_(state.walkResults, &results, nullptr) {}
 
  private:
   ScopedValue<const boost::cmatch*> current_;
@@ -178,7 +110,7 @@ class BusyScope {
 class WalkScope {
  public:
   explicit WalkScope(ExpressionState& state)
-      : busy_(state), current_(state.currentResults, state.currentResults, nullptr) {}
+      : busy_(state), current_(state.walkResults, state.walkResults, nullptr) {}
 
  private:
   BusyScope busy_;

@@ -1,5 +1,7 @@
 // The settings that say where classes, case and collation come from, and the texts of errors.
 
+#include <type_traits>
+
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -14,16 +16,18 @@ void RegularExpression::SetLocaleModel(LocaleModels model) {
 std::locale RegularExpression::GetLocale() const { return state->locale; }
 void RegularExpression::SetLocale(const std::locale& locale) {
   state->locale = locale;
-  state->cppCompile.parsed = false;
-  state->localeChanged = true;
+  state->models.cpp.record.compiled = false;
+  state->models.cpp.localeChanged = true;
 }
 
 std::string RegularExpression::GetLocaleDll() const { return state->settings.localeDll; }
 void RegularExpression::SetLocaleDll(const std::string& name) {
   if (state->settings.localeDll == name) return;
   state->settings.localeDll = name;
-  state->cppCompile.parsed = false;
-  state->w32Compile.parsed = false;
+  state->models.ForEach([](auto& model) {
+    using Traits = typename std::decay_t<decltype(model)>::Traits;
+    if (Catalogue<Traits>() != nullptr) model.record.compiled = false;
+  });
 }
 
 }  // namespace RegexClass

@@ -1,68 +1,17 @@
-// The plain settings: what is set is stored, unchecked, and given back.
+#include "object/Settings.hpp"
 
-#include "object/ExpressionState.hpp"
+#include <tuple>
 
 namespace RegexClass {
 
-std::string RegularExpression::GetExpression() const { return state->settings.expression; }
-void RegularExpression::SetExpression(const std::string& expression) {
-  if (expression == state->settings.expression) return;
-  state->settings.expression = expression;
-  state->MarkNotParsed();
-}
-
-std::string RegularExpression::GetStringToMatch() const { return state->settings.stringToMatch; }
-void RegularExpression::SetStringToMatch(const std::string& text) {
-  state->ReleaseResults();  // they point into the string
-  state->settings.stringToMatch = text;
-}
-
-std::string RegularExpression::GetFilesToMatch() const { return state->settings.filesToMatch; }
-void RegularExpression::SetFilesToMatch(const std::string& pattern) {
-  state->settings.filesToMatch = pattern;
-}
-
-bool RegularExpression::GetDirectoryRecursion() const { return state->settings.directoryRecursion; }
-void RegularExpression::SetDirectoryRecursion(bool recursion) {
-  state->settings.directoryRecursion = recursion;
-}
-
-bool RegularExpression::GetContinueFiles() const { return state->settings.continueFiles; }
-void RegularExpression::SetContinueFiles(bool continueFiles) {
-  state->settings.continueFiles = continueFiles;
-}
-
-std::string RegularExpression::GetSaveExtension() const { return state->settings.saveExtension; }
-void RegularExpression::SetSaveExtension(const std::string& extension) {
-  state->settings.saveExtension = extension;
-}
-
-std::string RegularExpression::GetFormatString() const { return state->settings.formatString; }
-void RegularExpression::SetFormatString(const std::string& format) {
-  state->settings.formatString = format;
-}
-
-RegularExpression::FormatTypes RegularExpression::GetFormatType() const {
-  return state->settings.formatType;
-}
-void RegularExpression::SetFormatType(FormatTypes type) { state->settings.formatType = type; }
-
-bool RegularExpression::GetMergeCopy() const { return state->settings.mergeCopy; }
-void RegularExpression::SetMergeCopy(bool copy) { state->settings.mergeCopy = copy; }
-
-bool RegularExpression::GetMergeOnlyFirst() const { return state->settings.mergeOnlyFirst; }
-void RegularExpression::SetMergeOnlyFirst(bool onlyFirst) {
-  state->settings.mergeOnlyFirst = onlyFirst;
-}
-
-unsigned long RegularExpression::GetMaximumSplits() const { return state->settings.maximumSplits; }
-void RegularExpression::SetMaximumSplits(unsigned long maximum) {
-  state->settings.maximumSplits = maximum;
-}
-
-bool RegularExpression::GetSplitInputDelete() const { return state->settings.splitInputDelete; }
-void RegularExpression::SetSplitInputDelete(bool inputDelete) {
-  state->settings.splitInputDelete = inputDelete;
+bool Settings::operator==(const Settings& other) const {
+  const auto all = [](const Settings& s) {
+    return std::tie(s.expressionOptions, s.matchOptions, s.expression, s.stringToMatch,
+                    s.filesToMatch, s.formatString, s.saveExtension, s.directoryRecursion,
+                    s.mergeCopy, s.maximumSplits, s.localeDll, s.mergeOnlyFirst, s.continueFiles,
+                    s.splitInputDelete, s.formatType, s.localeModel);
+  };
+  return all(*this) == all(other);
 }
 
 }  // namespace RegexClass

@@ -1,11 +1,8 @@
 #include "options/ExpressionOptions.hpp"
 
-#include <algorithm>
-#include <initializer_list>
-#include <optional>
+#include <iterator>
 
 #include "engine/SyntaxTranslation.hpp"
-#include "object/ExpressionState.hpp"
 
 namespace RegexClass {
 namespace {
@@ -13,83 +10,112 @@ namespace {
 using RE = RegularExpression;
 using Option = RE::Options;
 
+/// The bits of the switches, by their numbers.
+constexpr std::uint32_t kSwitches[] = {
+    engine::kEscapeInLists, engine::kCharClasses, engine::kIntervals, engine::kLimitedOps,
+    engine::kNewlineAlt,    engine::kBkPlusQm,    engine::kBkBraces,  engine::kBkParens,
+    engine::kBkRefs,        engine::kBkVbar,      engine::kLiteral,   engine::kIcase,
+    engine::kNoCollate};
+static_assert(std::size(kSwitches) == RE::BasicSyntax,
+              "a bit for each switch, and syntaxes behind");
+static_assert(kSwitches[RE::BkRefs] == engine::kBkRefs &&
+                  kSwitches[RE::NoCollate] == engine::kNoCollate,
+              "in the order of the numbers");
+
+/// A syntax by name: a set of switches, as a word.
 struct Preset {
   Option name;
-  ExpressionOptions members;
+  std::uint32_t switches;
 };
 
+constexpr std::uint32_t kExtended = engine::kCharClasses | engine::kIntervals | engine::kBkRefs;
+constexpr std::uint32_t kBasic =
+    kExtended | engine::kLimitedOps | engine::kBkBraces | engine::kBkParens;
+
 /// In ascending order of the names.
-const std::vector<Preset>& Presets() {
-  static const ExpressionOptions basic = {RE::CharClasses, RE::Intervals, RE::LimitedOps,
-                                          RE::BkBraces,    RE::BkParens,  RE::BkRefs};
-  static const ExpressionOptions extended = {RE::CharClasses, RE::Intervals, RE::BkRefs};
-  static const ExpressionOptions normal = {RE::EscapeInLists, RE::CharClasses, RE::Intervals,
-                                           RE::BkRefs, RE::NoCollate};
-  static const auto with = [](ExpressionOptions options, Option more) {
-    options.insert(more);
-    return options;
-  };
-  static const std::vector<Preset> presets = {
-      {RE::BasicSyntax, basic},
-      {RE::ExtendedSyntax, extended},
-      {RE::NormalSyntax, normal},
-      {RE::EmacsSyntax, {RE::BkBraces, RE::BkParens, RE::BkRefs, RE::BkVbar}},
-      {RE::AwkSyntax, with(extended, RE::EscapeInLists)},
-      {RE::GrepSyntax, with(basic, RE::NewlineAlt)},
-      {RE::EgrepSyntax, with(extended, RE::NewlineAlt)},
-      {RE::SedSyntax, basic},
-      {RE::PerlSyntax, normal},
-  };
-  return presets;
-}
+constexpr Preset kPresets[] = {
+    {RE::BasicSyntax, kBasic},
+    {RE::ExtendedSyntax, kExtended},
+    {RE::NormalSyntax, engine::kNormal},
+    {RE::EmacsSyntax, engine::kBkBraces | engine::kBkParens | engine::kBkRefs | engine::kBkVbar},
+    {RE::AwkSyntax, kExtended | engine::kEscapeInLists},
+    {RE::GrepSyntax, kBasic | engine::kNewlineAlt},
+    {RE::EgrepSyntax, kExtended | engine::kNewlineAlt},
+    {RE::SedSyntax, kBasic},
+    {RE::PerlSyntax, engine::kNormal},
+};
+static_assert(std::size(kPresets) == RE::PerlSyntax - RE::BasicSyntax + 1, "a row for each");
+
+/// The syntax that some switches amount to is the first of these that has no others.
+constexpr Option kByPrecedence[] = {RE::NormalSyntax, RE::GrepSyntax,  RE::BasicSyntax,
+                                    RE::AwkSyntax,    RE::EgrepSyntax, RE::ExtendedSyntax,
+                                    RE::EmacsSyntax};
 
 const Preset* FindPreset(Option name) {
-  for (const Preset& preset : Presets()) {
-    if (preset.name == name) return &preset;
-  }
-  return nullptr;
+  return name < RE::BasicSyntax || name > RE::PerlSyntax ? nullptr
+                                                         : &kPresets[name - RE::BasicSyntax];
 }
 
 /// The preset that the set names, the lowest if there are several; null if it names none.
 const Preset* PresetOf(const ExpressionOptions& options) {
-  for (const Preset& preset : Presets()) {
+  for (const Preset& preset : kPresets) {
     if (options.count(preset.name) != 0) return &preset;
   }
   return nullptr;
 }
 
-bool HasAll(const ExpressionOptions& options, const ExpressionOptions& wanted) {
-  return std::includes(options.begin(), options.end(), wanted.begin(), wanted.end());
+/// The switches of a set, as a word.
+std::uint32_t SwitchesOf(const ExpressionOptions& options) {
+  std::uint32_t word = 0;
+  for (const Option option : options) {
+    if (option >= RE::EscapeInLists && option <= RE::NoCollate) word |= kSwitches[option];
+  }
+  return word;
 }
 
+void Insert(ExpressionOptions& options, std::uint32_t switches) {
+  for (int option = RE::EscapeInLists; option <= RE::NoCollate; ++option) {
+    if ((switches & kSwitches[option]) != 0) options.insert(static_cast<Option>(option));
+  }
+}
+
+void Erase(ExpressionOptions& options, std::uint32_t switches) {
+  for (int option = RE::EscapeInLists; option <= RE::NoCollate; ++option) {
+    if ((switches & kSwitches[option]) != 0) options.erase(static_cast<Option>(option));
+  }
+}
+
+bool HasAll(std::uint32_t switches, std::uint32_t wanted) { return (switches & wanted) == wanted; }
+
 void ErasePresetsBut(ExpressionOptions& options, Option kept) {
-  for (const Preset& preset : Presets()) {
+  for (const Preset& preset : kPresets) {
     if (preset.name != kept) options.erase(preset.name);
   }
 }
 
-/// The name of the syntax that the switches amount to. Further switches don't hinder it. Of two
-/// names for one syntax, the second only when the set bears it already.
-std::optional<Option> Recognise(const ExpressionOptions& options) {
-  const auto has = [&](std::initializer_list<Option> wanted) { return HasAll(options, wanted); };
-  const auto either = [&](Option first, Option second) {
-    return options.count(second) != 0 ? second : first;
-  };
-  if (has({RE::CharClasses, RE::Intervals, RE::BkRefs})) {
-    if (has({RE::EscapeInLists, RE::NoCollate})) return either(RE::NormalSyntax, RE::PerlSyntax);
-    if (has({RE::LimitedOps, RE::BkBraces, RE::BkParens})) {
-      if (has({RE::NewlineAlt})) return RE::GrepSyntax;
-      return either(RE::BasicSyntax, RE::SedSyntax);
+/// Gives the set the name of the syntax that its switches amount to, and no other; of two names for
+/// one syntax, the second only when the set bears it already. Further switches don't hinder it.
+void NameSyntax(ExpressionOptions& options) {
+  const std::uint32_t switches = SwitchesOf(options);
+  for (const Option name : kByPrecedence) {
+    const std::uint32_t wanted = FindPreset(name)->switches;
+    if (!HasAll(switches, wanted)) continue;
+    Option kept = name;
+    for (const Preset& preset : kPresets) {
+      if (preset.switches == wanted && options.count(preset.name) != 0) kept = preset.name;
     }
-    if (has({RE::EscapeInLists})) return RE::AwkSyntax;
-    if (has({RE::NewlineAlt})) return RE::EgrepSyntax;
-    return RE::ExtendedSyntax;
+    options.insert(kept);
+    return ErasePresetsBut(options, kept);
   }
-  if (has({RE::BkBraces, RE::BkParens, RE::BkRefs, RE::BkVbar})) return RE::EmacsSyntax;
-  return std::nullopt;
 }
 
 }  // namespace
+
+ExpressionOptions OptionsOf(Option syntax) {
+  ExpressionOptions options = {syntax};
+  if (const Preset* const preset = FindPreset(syntax)) Insert(options, preset->switches);
+  return options;
+}
 
 bool AddOption(ExpressionOptions& options, Option option) {
   if (options.count(option) != 0) return false;
@@ -98,16 +124,11 @@ bool AddOption(ExpressionOptions& options, Option option) {
 
   const Preset* const added = FindPreset(option);
   if (added == nullptr) {
-    if (const std::optional<Option> name = Recognise(options)) {
-      options.insert(*name);
-      ErasePresetsBut(options, *name);
-    }
+    NameSyntax(options);
     return true;
   }
-  if (former != nullptr) {
-    for (const Option member : former->members) options.erase(member);
-  }
-  options.insert(added->members.begin(), added->members.end());
+  if (former != nullptr) Erase(options, former->switches);
+  Insert(options, added->switches);
   ErasePresetsBut(options, option);
   return true;
 }
@@ -115,51 +136,23 @@ bool AddOption(ExpressionOptions& options, Option option) {
 bool DeleteOption(ExpressionOptions& options, Option option) {
   if (options.erase(option) == 0) return false;
   if (const Preset* const deleted = FindPreset(option)) {
-    for (const Option member : deleted->members) options.erase(member);
-    for (const Preset& preset : Presets()) {
-      if (preset.members == deleted->members) options.erase(preset.name);
+    Erase(options, deleted->switches);
+    for (const Preset& preset : kPresets) {
+      if (preset.switches == deleted->switches) options.erase(preset.name);
     }
     return true;
   }
   // A preset that has lost a member can't stay: its name would bring the switch back.
-  for (const Preset& preset : Presets()) {
-    if (!HasAll(options, preset.members)) options.erase(preset.name);
+  const std::uint32_t switches = SwitchesOf(options);
+  for (const Preset& preset : kPresets) {
+    if (!HasAll(switches, preset.switches)) options.erase(preset.name);
   }
   return true;
 }
 
 std::uint32_t SyntaxWord(const ExpressionOptions& options) {
-  using namespace engine;
-  static constexpr std::uint32_t kBits[] = {
-      kEscapeInLists, kCharClasses, kIntervals, kLimitedOps, kNewlineAlt, kBkPlusQm, kBkBraces,
-      kBkParens,      kBkRefs,      kBkVbar,    kLiteral,    kIcase,      kNoCollate};
-  const auto wordOf = [](const ExpressionOptions& set) {
-    std::uint32_t word = 0;
-    for (const Option option : set) {
-      if (option >= RE::EscapeInLists && option <= RE::NoCollate) word |= kBits[option];
-    }
-    return word;
-  };
   const Preset* const preset = PresetOf(options);
-  return wordOf(options) | (preset != nullptr ? wordOf(preset->members) : 0) | kUseExcept;
-}
-
-std::uint32_t ExpressionState::EngineSyntaxFlags() const {
-  return SyntaxWord(settings.expressionOptions);
-}
-
-void RegularExpression::AddExpressionOption(Options option) {
-  if (AddOption(state->settings.expressionOptions, option)) state->MarkNotParsed();
-}
-void RegularExpression::DeleteExpressionOption(Options option) {
-  if (DeleteOption(state->settings.expressionOptions, option)) state->MarkNotParsed();
-}
-bool RegularExpression::IsExpressionOption(Options option) const {
-  return state->settings.expressionOptions.count(option) != 0;
-}
-void RegularExpression::ClearExpressionOptions() {
-  state->MarkNotParsed();
-  state->settings.expressionOptions.clear();
+  return SwitchesOf(options) | (preset != nullptr ? preset->switches : 0);
 }
 
 }  // namespace RegexClass

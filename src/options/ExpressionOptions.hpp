@@ -11,6 +11,9 @@ namespace RegexClass {
 
 using ExpressionOptions = std::set<RegularExpression::Options>;
 
+/// The name of a syntax, with its switches.
+ExpressionOptions OptionsOf(RegularExpression::Options syntax);
+
 /// Adds an option with all that follows from it. False when it is there already; nothing changes.
 bool AddOption(ExpressionOptions& options, RegularExpression::Options option);
 

@@ -1,54 +1,71 @@
-// The rules that keep the set of match options consistent, and the engine's word for it.
+#include "options/MatchOptions.hpp"
 
 #include <algorithm>
-
-#include "object/ExpressionState.hpp"
 
 namespace RegexClass {
 namespace {
 
-bool IsRestriction(RegularExpression::Matches option) {
-  return option >= RegularExpression::MatchNotBol && option <= RegularExpression::MatchNotDotNull;
+using RE = RegularExpression;
+
+bool IsRestriction(RE::Matches option) {
+  return option >= RE::MatchNotBol && option <= RE::MatchNotDotNull;
+}
+
+/// The engine's flag for an option; none for a number that is no option's.
+boost::match_flag_type EngineMatchFlag(RE::Matches option) {
+  switch (option) {
+    case RE::MatchDefault:
+      return boost::match_default;
+    case RE::MatchNotBol:
+      return boost::match_not_bol;
+    case RE::MatchNotEol:
+      return boost::match_not_eol;
+    case RE::MatchNotBob:
+      return boost::match_not_bob;
+    case RE::MatchNotEob:
+      return boost::match_not_eob;
+    case RE::MatchNotBow:
+      return boost::match_not_bow;
+    case RE::MatchNotEow:
+      return boost::match_not_eow;
+    case RE::MatchNotDotNewline:
+      return boost::match_not_dot_newline;
+    case RE::MatchNotDotNull:
+      return boost::match_not_dot_null;
+    case RE::MatchAny:
+      return boost::match_any;
+    case RE::MatchNotNull:
+      return boost::match_not_null;
+    case RE::MatchContinuous:
+      return boost::match_continuous;
+    case RE::MatchPartial:
+      return boost::match_partial;
+  }
+  return boost::match_default;
 }
 
 }  // namespace
 
-void RegularExpression::AddMatchOption(Matches option) {
-  auto& options = state->settings.matchOptions;
+void AddOption(MatchOptions& options, RE::Matches option) {
   if (!options.insert(option).second) return;
-  if (option == MatchDefault) {
-    options.erase(options.lower_bound(MatchNotBol), options.upper_bound(MatchNotDotNull));
+  if (option == RE::MatchDefault) {
+    options.erase(options.lower_bound(RE::MatchNotBol), options.upper_bound(RE::MatchNotDotNull));
   } else if (std::any_of(options.begin(), options.end(), IsRestriction)) {
-    options.erase(MatchDefault);
+    options.erase(RE::MatchDefault);
   }
 }
 
-void RegularExpression::DeleteMatchOption(Matches option) {
-  auto& options = state->settings.matchOptions;
-  if (options.erase(option) == 0 || option == MatchDefault) return;
-  if (std::none_of(options.begin(), options.end(), IsRestriction)) options.insert(MatchDefault);
+void DeleteOption(MatchOptions& options, RE::Matches option) {
+  if (options.erase(option) == 0 || option == RE::MatchDefault) return;
+  if (std::none_of(options.begin(), options.end(), IsRestriction)) {
+    options.insert(RE::MatchDefault);
+  }
 }
 
-bool RegularExpression::IsMatchOption(Matches option) const {
-  return state->settings.matchOptions.count(option) != 0;
-}
-
-void RegularExpression::ClearMatchOptions() { state->settings.matchOptions.clear(); }
-
-boost::match_flag_type ExpressionState::EngineMatchFlags(bool allowPartial) const {
-  // By the numbers of Matches.
-  static constexpr boost::match_flag_type kFlags[] = {
-      boost::match_default, boost::match_not_bol,         boost::match_not_eol,
-      boost::match_not_bob, boost::match_not_eob,         boost::match_not_bow,
-      boost::match_not_eow, boost::match_not_dot_newline, boost::match_not_dot_null,
-      boost::match_any,     boost::match_not_null,        boost::match_continuous,
-      boost::match_partial};
+boost::match_flag_type EngineMatchFlags(const MatchOptions& options, bool allowPartial) {
   boost::match_flag_type flags = boost::match_default;
-  for (const RegularExpression::Matches option : settings.matchOptions) {
-    if (option < RegularExpression::MatchDefault || option > RegularExpression::MatchPartial) {
-      continue;
-    }
-    if (option != RegularExpression::MatchPartial || allowPartial) flags |= kFlags[option];
+  for (const RE::Matches option : options) {
+    if (option != RE::MatchPartial || allowPartial) flags |= EngineMatchFlag(option);
   }
   return flags;
 }

@@ -149,10 +149,9 @@ std::istream& operator>>(std::istream& in, RegularExpression& object) {
   }
   if (version < 1) return in;
 
-  object.state->MarkNotParsed();
-  object.state->ReleaseResults();  // they point into the string to match
+  object.state->MarkNotCompiled();
   try {
-    TransferSettings(object.state->settings, version, Reader(in));
+    TransferSettings(object.state->SettingsToChangeString(), version, Reader(in));
   } catch (const std::bad_alloc&) {
     // A record that asks for more than there is counts as damaged.
     in.setstate(std::ios_base::failbit);

@@ -6,19 +6,21 @@ namespace {
 /// The engine's flag for a format type; one that is no enumerator gives the full syntax.
 boost::match_flag_type EngineFormatFlag(RegularExpression::FormatTypes type) {
   switch (type) {
+    case RegularExpression::FormatAll:
+      break;
     case RegularExpression::FormatSed:
       return boost::format_sed;
     case RegularExpression::FormatPerl:
       return boost::format_perl;
-    default:
-      return boost::format_all;
   }
+  return boost::format_all;
 }
 
 }  // namespace
 
 std::string FormatMatch(const boost::cmatch& results, const Settings& settings) {
-  return results.format(settings.formatString.c_str(), EngineFormatFlag(settings.formatType));
+  return engine::FormatMatch(results, settings.formatString.c_str(),
+                             EngineFormatFlag(settings.formatType));
 }
 
 void RegularExpression::Format(std::string& out) const {

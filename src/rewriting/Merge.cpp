@@ -12,16 +12,16 @@ namespace {
 /// With no subscriber: the format string is in the full syntax, whatever the format type says.
 std::string MergeByEngine(ExpressionState& state) {
   const Settings& settings = state.settings;
-  boost::match_flag_type flags = state.EngineMatchFlags(false) | boost::format_all;
+  boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false) | boost::format_all;
   if (!settings.mergeCopy) flags |= boost::format_no_copy;
   if (settings.mergeOnlyFirst) flags |= boost::format_first_only;
 
   const WalkScope walk(state);
   const char* const first = settings.stringToMatch.data();
   std::string merged;
-  state.WithModel([&](const auto& expression, const CompileState&) {
-    expression.Merge(first, first + settings.stringToMatch.size(), settings.formatString.c_str(),
-                     flags, merged);
+  state.WithModel([&](const auto& model) {
+    model.expression.Merge(first, first + settings.stringToMatch.size(),
+                           settings.formatString.c_str(), flags, merged);
   });
   return merged;
 }
@@ -33,7 +33,7 @@ std::string MergeBySubscriber(ExpressionState& state,
   const Settings& settings = state.settings;
   const std::string text = settings.stringToMatch;  // the subscriber may set another
   const bool onlyFirst = settings.mergeOnlyFirst;
-  const boost::match_flag_type flags = state.EngineMatchFlags(false);
+  const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
   WalkReporter reporter(state.owner, subscriber, text.data());
   std::string merged;
   const char* done = text.data();  // up to here all is in the output; moves only when copying
@@ -52,7 +52,8 @@ std::string MergeBySubscriber(ExpressionState& state,
   };
   {
     const WalkScope walk(state);
-    state.WithModel([&](auto expression, const CompileState&) {  // a copy: see Grep
+    state.WithModel([&](const auto& model) {
+      const auto expression = model.expression;  // a copy: see Grep
       expression.Grep(text.data(), last, flags, merge);
     });
   }

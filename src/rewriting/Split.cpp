@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 
 #include "object/ExpressionState.hpp"
 
@@ -11,8 +12,9 @@ namespace {
 /// White space, with the letter that a message catalogue may have put in the place of s.
 std::string DefaultSplitExpression(const ExpressionState& state) {
   std::string expression = "\\s+";
-  const bool catalogue = state.settings.localeModel == RegularExpression::CppLocale ||
-                         state.settings.localeModel == RegularExpression::W32Locale;
+  const bool catalogue = state.WithModel([](const auto& model) {
+    return Catalogue<typename std::decay_t<decltype(model)>::Traits>() != nullptr;
+  });
   if (catalogue && state.texts.splitEscapeLetter != 0) {
     expression[1] = state.texts.splitEscapeLetter;
   }
@@ -83,22 +85,19 @@ std::size_t SplitText(const Expression& expression, const std::string& text,
 
 unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
   pieces.clear();
-  Settings& settings = state->settings;
+  const Settings& settings = state->settings;
   if (settings.stringToMatch.empty()) return 0;
 
   const DefaultExpression given(*this, *state);
   std::size_t used = 0;
   if (given.Code() == NoError) {
-    const boost::match_flag_type flags = state->EngineMatchFlags(false);
+    const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
     const std::uint64_t limit = settings.maximumSplits != 0 ? settings.maximumSplits : UINT32_MAX;
-    used = state->WithModel([&](const auto& expression, const CompileState&) {
-      return SplitText(expression, settings.stringToMatch, flags, limit, pieces);
+    used = state->WithModel([&](const auto& model) {
+      return SplitText(model.expression, settings.stringToMatch, flags, limit, pieces);
     });
   }
-  if (settings.splitInputDelete) {
-    state->ReleaseResults();  // they point into the string
-    settings.stringToMatch.erase(0, used);
-  }
+  if (settings.splitInputDelete) state->SettingsToChangeString().stringToMatch.erase(0, used);
   return static_cast<unsigned int>(pieces.size());
 }
 

@@ -1,6 +1,7 @@
+// Who is told of the events of an object.
+
 #include <utility>
 
-#include "notifications/Slot.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {

@@ -1,0 +1,130 @@
+#include "files/FileWalker.hpp"
+
+#include <cerrno>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "engine/SyntaxTranslation.hpp"
+#include "files/FileSelection.hpp"
+
+namespace RegexClass {
+namespace {
+
+/// The positions that subscribers get are signed numbers of 32 bits.
+constexpr std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
+
+}  // namespace
+
+std::optional<FileWalker> FileWalker::Make(const Settings& settings,
+                                           engine::AnyExpression expression) {
+  if (!settings.HasExpression() || settings.filesToMatch.empty()) return std::nullopt;
+  const bool icase = settings.expressionOptions.count(RegularExpression::Icase) != 0;
+  try {
+    std::visit(
+        [&](auto& compiled) {
+          compiled.Compile(settings.expression, engine::kNormal | (icase ? engine::kIcase : 0U));
+        },
+        expression);
+  } catch (const boost::regex_error&) {
+    return std::nullopt;
+  }
+  return FileWalker(settings, std::move(expression));
+}
+
+FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expression)
+    : expression_(std::move(expression)),
+      patterns_(settings.filesToMatch.c_str()),
+      recursion_(settings.directoryRecursion),
+      goOn_(settings.continueFiles),
+      flags_(EngineMatchFlags(settings.matchOptions, false)),
+      reader_(kLargestFile) {}
+
+bool FileWalker::Fail(const std::string& file, RegularExpression::SearchProblemKind kind,
+                      int number) {
+  problems_.push_back({file, kind, static_cast<std::uint32_t>(number)});
+  return goOn_;
+}
+
+bool FileWalker::RaiseReport(const Report& report) {
+  ++reports_;
+  reporting_ = true;
+  const bool more = report(*this);
+  reporting_ = false;
+  return more;
+}
+
+template <class Search>
+unsigned int FileWalker::Visit(Search search) {
+  using Outcome = platform::FileReader::Outcome;
+  const auto visit = [&](const std::string& file, std::size_t named) {
+    switch (reader_.Read(file.c_str())) {
+      case Outcome::kNotAFile:
+        return true;
+      case Outcome::kNotOpened:
+        return Fail(file, RegularExpression::FileNotOpened, reader_.Error());
+      case Outcome::kNotRead:
+        return Fail(file, RegularExpression::FileNotRead, reader_.Error());
+      case Outcome::kTooLarge:
+        return Fail(file, RegularExpression::FileNotSearched, EFBIG);
+      case Outcome::kRead:
+        break;
+    }
+    file_ = {file, named, reader_.Identity()};
+    try {
+      search(reader_.Text());
+    } catch (const std::runtime_error&) {
+      if (reporting_) throw;
+      return Fail(file, RegularExpression::FileNotSearched, 0);
+    }
+    return true;
+  };
+  SelectFiles(patterns_, recursion_,
+              {visit, [&](const std::string& directory, bool opened, int error) {
+                 return Fail(
+                     directory,
+                     opened ? RegularExpression::FileNotRead : RegularExpression::FileNotOpened,
+                     error);
+               }});
+  return reports_;
+}
+
+unsigned int FileWalker::Grep(const Report& report) {
+  const auto reportMatch = [&](const boost::cmatch& match) {
+    match_ = &match;
+    return RaiseReport(report);
+  };
+  return Visit([&](std::string_view text) {
+    lines_ = LineCounter(text.data());
+    std::visit(
+        [&](const auto& expression) {
+          expression.Grep(text.data(), text.data() + text.size(), flags_, reportMatch);
+        },
+        expression_);
+  });
+}
+
+unsigned int FileWalker::Find(const Report& report) {
+  return Visit([&](std::string_view text) {
+    boost::cmatch match;
+    const bool found = std::visit(
+        [&](const auto& expression) {
+          return expression.Search(text.data(), text.data() + text.size(), match, flags_);
+        },
+        expression_);
+    if (found) RaiseReport(report);
+  });
+}
+
+std::vector<REMatch> FileWalker::Marks() const {
+  std::vector<REMatch> marks;
+  marks.reserve(match_->size());
+  for (const boost::csub_match& mark : *match_) {
+    marks.push_back({mark.str(), mark.matched ? static_cast<std::int32_t>(PositionOf(mark)) : -1});
+  }
+  return marks;
+}
+
+}  // namespace RegexClass

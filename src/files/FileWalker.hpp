@@ -1,0 +1,89 @@
+// The file walker: one expression, searched for in each file of a pattern.
+#ifndef REGEXCLASS_FILES_FILEWALKER_HPP
+#define REGEXCLASS_FILES_FILEWALKER_HPP
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/Expression.hpp"
+#include "matching/MatchVector.hpp"
+#include "object/Settings.hpp"
+#include "platform/FileReader.hpp"
+
+namespace RegexClass {
+
+/// Visits files, searches them and reports, on the caller's thread.
+///
+/// A walk isn't disturbed by other walkers, on this thread or another, nor by what becomes of the
+/// settings that it was made of. A report may throw; the exception passes to the caller of the
+/// walk.
+class FileWalker {
+ public:
+  /// Called with the walker, whose last operations tell what it has found during the call. False
+  /// asks for no more reports of this file.
+  using Report = std::function<bool(const FileWalker&)>;
+  using Problems = std::vector<RegularExpression::FileSearchProblem>;
+
+  /// A walker for what is set; none when there is nothing to walk or nothing to search for: an
+  /// empty pattern, or an expression that is empty or no good in the Perl syntax.
+  static std::optional<FileWalker> Make(const Settings& settings, engine::AnyExpression expression);
+
+  /// Reports each match in each file. Gives the number of reports. The matches of a file come
+  /// together, ascending and without overlap, when the file has been read and closed.
+  unsigned int Grep(const Report& report);
+  /// Reports each file that holds a match, of which there is no more to report. Gives the number of
+  /// reports.
+  unsigned int Find(const Report& report);
+
+  /// What the walk has failed on, in its order.
+  const Problems& SearchProblems() const { return problems_; }
+
+  // What is reported. A mark is the whole match (0) or a group.
+
+  /// The file in hand.
+  const platform::FoundFile& File() const { return file_; }
+
+  // The match in hand, in a report of Grep().
+
+  /// The marks, as a notification gets them: without the text before and behind.
+  std::vector<REMatch> Marks() const;
+  /// The offset of the match from the start of the file.
+  std::uint32_t Position() const { return PositionOf((*match_)[0]); }
+  /// The bytes of the match.
+  std::string Text() const { return (*match_)[0].str(); }
+  /// The line on which the match begins, from 1.
+  unsigned int Line() const { return lines_.At((*match_)[0].first).number; }
+
+ private:
+  FileWalker(const Settings& settings, engine::AnyExpression expression);
+
+  /// Visits the files. `search` searches the text of one.
+  template <class Search>
+  unsigned int Visit(Search search);
+  bool RaiseReport(const Report& report);
+  bool Fail(const std::string& file, RegularExpression::SearchProblemKind kind, int number);
+  std::uint32_t PositionOf(const boost::csub_match& mark) const {
+    return static_cast<std::uint32_t>(mark.first - reader_.Text().data());
+  }
+
+  engine::AnyExpression expression_;
+  const std::string patterns_;
+  const bool recursion_;
+  const bool goOn_;  // past what the walk fails on
+  const boost::match_flag_type flags_;
+
+  Problems problems_;
+  platform::FileReader reader_;
+  platform::FoundFile file_;
+  const boost::cmatch* match_ = nullptr;
+  mutable LineCounter lines_{nullptr};  // counts when a line is asked for
+  unsigned int reports_ = 0;
+  bool reporting_ = false;  // a report runs, and what is thrown is the subscriber's
+};
+
+}  // namespace RegexClass
+
+#endif  // REGEXCLASS_FILES_FILEWALKER_HPP

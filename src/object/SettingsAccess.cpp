@@ -1,0 +1,93 @@
+// The settings that have no meaning but their own: what is set is stored, unchecked, and given
+// back. The two sets of options follow the rules that keep them consistent.
+
+#include "object/ExpressionState.hpp"
+
+namespace RegexClass {
+
+std::string RegularExpression::GetExpression() const { return state->settings.expression; }
+void RegularExpression::SetExpression(const std::string& expression) {
+  if (expression == state->settings.expression) return;
+  state->settings.expression = expression;
+  state->MarkNotCompiled();
+}
+
+std::string RegularExpression::GetStringToMatch() const { return state->settings.stringToMatch; }
+void RegularExpression::SetStringToMatch(const std::string& text) {
+  state->SettingsToChangeString().stringToMatch = text;
+}
+
+std::string RegularExpression::GetFilesToMatch() const { return state->settings.filesToMatch; }
+void RegularExpression::SetFilesToMatch(const std::string& pattern) {
+  state->settings.filesToMatch = pattern;
+}
+
+bool RegularExpression::GetDirectoryRecursion() const { return state->settings.directoryRecursion; }
+void RegularExpression::SetDirectoryRecursion(bool recursion) {
+  state->settings.directoryRecursion = recursion;
+}
+
+bool RegularExpression::GetContinueFiles() const { return state->settings.continueFiles; }
+void RegularExpression::SetContinueFiles(bool continueFiles) {
+  state->settings.continueFiles = continueFiles;
+}
+
+std::string RegularExpression::GetSaveExtension() const { return state->settings.saveExtension; }
+void RegularExpression::SetSaveExtension(const std::string& extension) {
+  state->settings.saveExtension = extension;
+}
+
+std::string RegularExpression::GetFormatString() const { return state->settings.formatString; }
+void RegularExpression::SetFormatString(const std::string& format) {
+  state->settings.formatString = format;
+}
+
+RegularExpression::FormatTypes RegularExpression::GetFormatType() const {
+  return state->settings.formatType;
+}
+void RegularExpression::SetFormatType(FormatTypes type) { state->settings.formatType = type; }
+
+bool RegularExpression::GetMergeCopy() const { return state->settings.mergeCopy; }
+void RegularExpression::SetMergeCopy(bool copy) { state->settings.mergeCopy = copy; }
+
+bool RegularExpression::GetMergeOnlyFirst() const { return state->settings.mergeOnlyFirst; }
+void RegularExpression::SetMergeOnlyFirst(bool onlyFirst) {
+  state->settings.mergeOnlyFirst = onlyFirst;
+}
+
+unsigned long RegularExpression::GetMaximumSplits() const { return state->settings.maximumSplits; }
+void RegularExpression::SetMaximumSplits(unsigned long maximum) {
+  state->settings.maximumSplits = maximum;
+}
+
+bool RegularExpression::GetSplitInputDelete() const { return state->settings.splitInputDelete; }
+void RegularExpression::SetSplitInputDelete(bool inputDelete) {
+  state->settings.splitInputDelete = inputDelete;
+}
+
+void RegularExpression::AddExpressionOption(Options option) {
+  if (AddOption(state->settings.expressionOptions, option)) state->MarkNotCompiled();
+}
+void RegularExpression::DeleteExpressionOption(Options option) {
+  if (DeleteOption(state->settings.expressionOptions, option)) state->MarkNotCompiled();
+}
+bool RegularExpression::IsExpressionOption(Options option) const {
+  return state->settings.expressionOptions.count(option) != 0;
+}
+void RegularExpression::ClearExpressionOptions() {
+  state->MarkNotCompiled();
+  state->settings.expressionOptions.clear();
+}
+
+void RegularExpression::AddMatchOption(Matches option) {
+  AddOption(state->settings.matchOptions, option);
+}
+void RegularExpression::DeleteMatchOption(Matches option) {
+  DeleteOption(state->settings.matchOptions, option);
+}
+bool RegularExpression::IsMatchOption(Matches option) const {
+  return state->settings.matchOptions.count(option) != 0;
+}
+void RegularExpression::ClearMatchOptions() { state->settings.matchOptions.clear(); }
+
+}  // namespace RegexClass
