@@ -21,7 +21,7 @@ using Words = std::array<long, 5>;
 /// fail with, or 0. It may change the arguments; a transfer that fails is made all the same, so
 /// that it can be made to break off. The calls that it makes itself aren't seen.
 using SystemCallHook = std::function<int(std::string_view name, Words& arguments)>;
-inline const SystemCallHook* systemCallHook = nullptr;
+inline thread_local const SystemCallHook* systemCallHook = nullptr;
 
 /// Has a hook in force for the life of the object.
 class HookedSystemCalls {

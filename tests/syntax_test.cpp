@@ -1,8 +1,7 @@
-// Expressions are built as trees, printed in the dialect of every combination of the switches that
-// change the notation, and must match what the same tree matches when it is printed in the
-// engine's own extended notation and given to the engine directly.
+// Expressions are rows of tokens, printed in the dialect of any combination of the switches that
+// change the notation, and must match what the same row matches when it is printed in the engine's
+// own extended notation and given to the engine directly.
 
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <sys/mman.h>
@@ -17,85 +16,67 @@ namespace RegexClass::test {
 namespace {
 
 using namespace engine;
+using Text = std::optional<std::string>;
 
-struct Node {
-  enum Kind {
-    kLiteral,
-    kDot,
-    kList,
-    kGroup,
-    kAlternation,
-    kConcatenation,
-    kRepeat,
-    kBackReference
-  };
-  Kind kind = kDot;
-  std::string text = {};  // a literal's character, a list's members, a repeat's bounds or operator
-  std::vector<Node> parts = {};
-};
-
-const std::string kOperatorCharacters = "\\.[]*^$(){}+?|\n";
-
-Node Literal(char c) { return {Node::kLiteral, std::string(1, c)}; }
-Node Group(Node part) { return {Node::kGroup, "", {std::move(part)}}; }
-Node Repeat(Node part, std::string how) {
-  return {Node::kRepeat, std::move(how), {std::move(part)}};
-}
-Node Join(Node::Kind kind, Node a, Node b) { return {kind, "", {std::move(a), std::move(b)}}; }
+// The tokens: a, b, the dot and the operators stand for themselves, { for a bounded repeat, 1 for a
+// back reference, a capital for a bracket list, and with its high bit set an operator's character
+// for a literal.
+const std::string kOperators = "\\.[]*^$(){}+?|\n";
+const char* const kLists[] = {"ab", "^a", "]a", "a\\", "b:[", "[:alpha:]", "(|)"};
 
 /// Prints in the dialect of a word; nothing when the dialect can't say it.
 class Dialect {
  public:
-  /// `newline` and `escaped`: which of two notations is taken where there is a choice.
-  Dialect(std::uint32_t word, bool newline, bool escaped)
-      : word_(word), newline_(newline), escaped_(escaped) {}
+  /// `random` chooses where there are two notations.
+  Dialect(std::uint32_t word, Random& random) : word_(word), random_(random) {}
 
-  /// `first` and `last`: whether the node stands at that end of an expression, a group or an
-  /// alternative, where the basic syntaxes have rules of their own.
-  std::optional<std::string> Print(const Node& node, bool first = true, bool last = true) const {
-    const auto part = [&](std::size_t i, bool isFirst, bool isLast) {
-      return Print(node.parts[i], isFirst, isLast);
-    };
-    switch (node.kind) {
-      case Node::kLiteral:
-        return Character(node.text[0], first, last);
-      case Node::kDot:
-        return ".";
-      case Node::kList:
-        return List(node.text);
-      case Node::kGroup:
-        return Concatenate({Operator("("), part(0, true, true), Operator(")")});
-      case Node::kAlternation:
-        return Concatenate({part(0, true, true), Alternative(), part(1, true, true)});
-      case Node::kConcatenation:
-        return Concatenate({part(0, first, false), part(1, false, last)});
-      case Node::kRepeat:
-        if (node.text.size() == 1) {
-          return Concatenate({part(0, first, false), Operator(node.text)});
-        }
-        return Concatenate({part(0, first, false), Operator("{"), node.text, Operator("}")});
-      default:
-        return Has(kBkRefs) ? std::optional<std::string>("\\1") : std::nullopt;
+  Text Print(const std::string& tokens) const {
+    std::string text;
+    bool first = true, behindAnchor = false;  // where the basic syntaxes have rules of their own
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+      const bool last = i + 1 == tokens.size() || tokens[i + 1] == ')' || tokens[i + 1] == '|';
+      const Text piece = Piece(tokens[i], first, first || behindAnchor, last);
+      if (!piece) return std::nullopt;
+      text += *piece;
+      behindAnchor = first && tokens[i] == '^';
+      first = tokens[i] == '(' || tokens[i] == '|';
     }
+    return text;
   }
 
  private:
-  using Text = std::optional<std::string>;
   bool Has(std::uint32_t bit) const { return (word_ & bit) != 0; }
+  bool IsPerl() const { return (word_ & kNormal) == kNormal; }
+  bool IsBasic() const { return Has(kBkParens) && !IsPerl(); }
 
-  static Text Concatenate(const std::vector<Text>& parts) {
-    std::string all;
-    for (const Text& part : parts) {
-      if (!part) return std::nullopt;
-      all += *part;
+  /// `start`: whether a repeat would have nothing to repeat.
+  Text Piece(char token, bool first, bool start, bool last) const {
+    if ((token & 0x80) != 0) return Literal(static_cast<char>(token & 0x7F), first, start, last);
+    if (token >= 'A' && token <= 'G') return List(kLists[token - 'A']);
+    const Text op = Operator(token);
+    switch (token) {
+      case '1':
+        return Has(kBkRefs) ? Text("\\1") : std::nullopt;
+      case '{':
+        return op ? *op + "1,2" + *Operator('}') : op;
+      case '|':
+        return Has(kNewlineAlt) && (!op || random_.Flip()) ? "\n" : op;
+      case '*':
+      case '+':
+      case '?':
+        return IsBasic() && start && op == Text({token}) ? std::nullopt : op;
+      case '^':
+        return IsBasic() && !first ? std::nullopt : op;
+      case '$':
+        return IsBasic() && !last ? std::nullopt : op;
+      default:
+        return op;
     }
-    return all;
   }
 
-  Text Operator(const std::string& op) const {
-    const Text plain = op;
-    const Text escaped = "\\" + op;
-    switch (op[0]) {
+  Text Operator(char op) const {
+    const Text plain({op}), escaped({'\\', op});
+    switch (op) {
       case '(':
       case ')':
         return Has(kBkParens) ? escaped : plain;
@@ -112,81 +93,35 @@ class Dialect {
     }
   }
 
-  Text Alternative() const {
-    const Text bar = Operator("|");
-    return Has(kNewlineAlt) && (newline_ || !bar) ? Text("\n") : bar;
-  }
-
-  Text Character(char c, bool first, bool last) const {
-    const std::string plain(1, c);
-    const std::string escaped = "\\" + plain;
-    if (Has(kBkParens) && (word_ & kNormal) != kNormal) {
-      if (c == '*' || c == '^' || c == '$') {
-        const bool ordinary = c == '*' ? first : c == '^' ? !first : !last;
-        return ordinary ? plain : escaped;
-      }
-      if ((c == '+' || c == '?') && first && Operator(plain) == plain) return plain;
-    }
-    if (c == '}' && (word_ & kNormal) != kNormal) return escaped_ ? escaped : plain;
+  Text Literal(char c, bool first, bool start, bool last) const {
+    const Text plain({c}), escaped({'\\', c}), either = random_.Flip() ? plain : escaped;
+    const Text op = Operator(c);
     if (c == '\n') return Has(kNewlineAlt) ? escaped : plain;
-    if (std::string("(){}+?|").find(c) != std::string::npos) {
-      const Text op = Operator(plain);
-      return !op ? (escaped_ ? escaped : plain) : *op == plain ? escaped : plain;
-    }
-    return kOperatorCharacters.find(c) != std::string::npos ? escaped : plain;
+    if (c == '}' && !IsPerl()) return either;
+    if (!op) return either;
+    if (op == escaped) return plain;
+    const bool repeats = c == '*' || c == '+' || c == '?';
+    const bool ordinary = (repeats && start) || (c == '^' && !first) || (c == '$' && !last);
+    return IsBasic() && ordinary ? plain : escaped;
   }
 
   Text List(const std::string& members) const {
     if (members == "[:alpha:]" && !Has(kCharClasses)) return std::nullopt;
     if (members == "b:[") return Has(kCharClasses) ? "[b:[]" : "[[:b]";
     std::string list = "[";
-    for (const char c : members)
+    for (const char c : members) {
       list += c == '\\' && Has(kEscapeInLists) ? "\\\\" : std::string(1, c);
+    }
     return list + "]";
   }
 
   const std::uint32_t word_;
-  const bool newline_;
-  const bool escaped_;
+  Random& random_;
 };
-
-/// In the engine's own notation, which is the dialect of the plain word.
-std::string Extended(const Node& node) { return *Dialect(kNormal, false, true).Print(node); }
-
-std::vector<Node> Atoms() {
-  std::vector<Node> atoms = {Literal('a'), Literal('b'), {Node::kDot}};
-  for (const char* members : {"ab", "^a", "]a", "a\\", "b:[", "[:alpha:]", "(|)"}) {
-    atoms.push_back({Node::kList, members});
-  }
-  for (const char c : kOperatorCharacters) atoms.push_back(Literal(c));
-  return atoms;
-}
-
-std::vector<Node> Expressions() {
-  const std::vector<Node> atoms = Atoms();
-  const Node a = Literal('a');
-  const Node b = Literal('b');
-  std::vector<Node> all = atoms;
-  for (const Node& atom : atoms) {
-    for (const char* how : {"*", "+", "?", "2,2", "1,2", "0,1"}) {
-      all.push_back(Repeat(atom, how));
-      all.push_back(Repeat(Group(Join(Node::kConcatenation, atom, b)), how));
-    }
-    for (const Node& other : atoms) {
-      all.push_back(Join(Node::kAlternation, atom, other));
-      all.push_back(Join(Node::kConcatenation, atom, other));
-    }
-    all.push_back(Join(Node::kConcatenation, Group(atom), {Node::kBackReference}));
-    // The one place where the rule of the first match and that of the longest differ.
-    all.push_back(Group(Join(Node::kAlternation, atom, Join(Node::kConcatenation, atom, b))));
-  }
-  all.push_back(Repeat(Group(Join(Node::kAlternation, a, Group(b))), "*"));
-  return all;
-}
 
 /// All matches with their groups, in all texts, as one text; or the code of the error.
 std::string MatchesOf(const std::string& text, boost::regbase::flag_type flags,
-                      const std::vector<std::string>& inputs) {
+                      const Texts& inputs) {
   try {
     const boost::regex regex(text, flags);
     std::string all;
@@ -205,68 +140,29 @@ std::string MatchesOf(const std::string& text, boost::regbase::flag_type flags,
 }
 
 TEST(Syntax, EverySwitchKeepsItsMeaningInEveryCombination) {
-  std::vector<std::string> inputs = AllStrings("ab", 3);
-  for (const char c : kOperatorCharacters) {
+  Texts inputs = AllStrings("ab", 3);
+  for (const char c : kOperators) {
     for (const char* around : {"", "a", "ab"}) inputs.push_back(around + std::string(2, c) + "b");
   }
   inputs.insert(inputs.end(), {"[:b", "a:b", "alph"});
+  std::string tokens = "aaaabbb...ABCDEFG(((()))))|||**++??{{1^^$$";
+  for (const char c : kOperators) tokens += static_cast<char>(c | 0x80);
 
-  std::map<std::pair<std::string, boost::regbase::flag_type>, std::string> known;
-  const auto matches = [&](const std::string& text, boost::regbase::flag_type flags) {
-    const auto [entry, isNew] = known.try_emplace({text, flags});
-    if (isNew) entry->second = MatchesOf(text, flags, inputs);
-    return entry->second;
-  };
-
-  const std::vector<Node> expressions = Expressions();
-  std::size_t compared = 0;
-  for (std::uint32_t word = 0; word < 0x400; ++word) {
-    for (const bool noCollate : {false, true}) {
-      // NoCollate has no say in the notation, but in the rule of matching.
-      const std::uint32_t whole = word | (noCollate ? kNoCollate : 0u);
-      if (noCollate && (whole & kNormal) != kNormal) continue;
-      const boost::regbase::flag_type reference =
-          noCollate ? 0u : boost::regbase::no_perl_ex | boost::regbase::collate;
-      const Dialect dialect(whole, (word % 3) != 0, (word % 5) != 0);
-      for (const Node& node : expressions) {
-        const auto text = dialect.Print(node);
-        if (!text) continue;
-        const Translation translation = Translate(*text, whole);
-        ASSERT_EQ(translation.error, boost::regex_constants::error_ok) << *text;
-        ASSERT_EQ(matches(translation.text, translation.flags), matches(Extended(node), reference))
-            << "word " << std::hex << whole << ", expression " << *text << ", translated "
-            << translation.text << ", in the extended notation " << Extended(node);
-        ++compared;
-      }
-    }
+  Random random(1);
+  for (int i = 0; i < Cases(60000); ++i) {
+    const auto word = static_cast<std::uint32_t>(random.Below(0x400)) | kNoCollate;
+    const bool perl = (word & kNormal) == kNormal;
+    const std::string row = random.Text(tokens, 6);
+    const Text text = Dialect(word, random).Print(row);
+    if (!text || text->empty()) continue;
+    const std::string extended = *Dialect(kNormal, random).Print(row);
+    const Translation translation = Translate(*text, word);
+    ASSERT_EQ(
+        MatchesOf(translation.text, translation.flags, inputs),
+        MatchesOf(extended, perl ? boost::regbase::normal : boost::regbase::no_perl_ex, inputs))
+        << "word " << std::hex << word << ", expression " << *text << ", translated "
+        << translation.text << ", in the extended notation " << extended;
   }
-  EXPECT_GT(compared, 500000u);
-}
-
-TEST(Syntax, LeavesPlainNormalAndLiteralTextsAlone) {
-  for (const char* text : {"(?:a+?|[[:alpha:]\\]]{2,3})\\1\n", "a{,x}", "\\Q(\\E(?<n>x)\\k<n>"}) {
-    EXPECT_EQ(Translate(text, kNormal | kIcase).text, text);
-    EXPECT_EQ(Translate(text, kNormal | kIcase).flags, boost::regbase::icase);
-    EXPECT_EQ(Translate(text, kLiteral | kBkParens | kNoCollate).text, text);
-  }
-}
-
-TEST(Syntax, KeepsEscapesThatTakeTheirOwnText) {
-  const std::uint32_t basic = kCharClasses | kIntervals | kLimitedOps | kBkBraces | kBkParens;
-  const std::pair<const char*, const char*> cases[] = {
-      {"\\Qa+(b)\\E+", "\\Qa+(b)\\E\\+"},
-      {"\\x{41}\\{2\\}", "\\x{41}{2}"},
-      {"\\c(+", "\\c(\\+"},
-      {"\\p{alpha}", "\\p{alpha}"},
-      {"\\w\\1", "\\w1"},
-      {"[[.(.]+]", "[[.(.]+]"},
-      {"[\\]", "[\\\\]"},
-      {"a\\", "a\\"},
-      {"[a", "[a"},
-      {"^*a$b", "^\\*a\\$b"},
-      {"\\(^*a$\\)*$", "(^\\*a$)*$"},
-  };
-  for (const auto& [text, expected] : cases) EXPECT_EQ(Translate(text, basic).text, expected);
 }
 
 TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
@@ -274,16 +170,17 @@ TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
   void* const text = mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   ASSERT_NE(text, MAP_FAILED);
   const char* const first = static_cast<const char*>(text);
+  const char* const last = first + kSize;
   Expression<CppTraits> expression;
   expression.Compile("a", kNormal);
   boost::cmatch results;
   std::string out;
   const auto flags = boost::match_default;
   const auto report = [](const boost::cmatch&) { return true; };
-  EXPECT_THROW(expression.Search(first, first + kSize, results, flags), std::length_error);
-  EXPECT_THROW(expression.MatchWhole(first, first + kSize, results, flags), std::length_error);
-  EXPECT_THROW(expression.Grep(first, first + kSize, flags, report), std::length_error);
-  EXPECT_THROW(expression.Merge(first, first + kSize, "", flags, out), std::length_error);
+  EXPECT_THROW(expression.Search(first, last, results, flags), std::length_error);
+  EXPECT_THROW(expression.MatchWhole(first, last, results, flags), std::length_error);
+  EXPECT_THROW(expression.Grep(first, last, flags, report), std::length_error);
+  EXPECT_THROW(expression.Merge(first, last, "", flags, out), std::length_error);
   munmap(text, kSize);
 }
 
