@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <clocale>
 #include <cstring>
+#include <fcntl.h>
 #include <glob.h>
 #include <set>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <gtest/gtest.h>
@@ -155,6 +157,28 @@ TEST_F(Files, AreReadToTheirEndOrListed) {
   EXPECT_EQ(Log(re, false), Texts());
   EXPECT_NE(re.GetGrepFilesErrors(), nullptr);
   EXPECT_EQ(Log(re, true), Texts());
+}
+
+TEST_F(Files, LieAtAnyDepth) {
+  constexpr int kLevels = 5000;
+  int here = ::open(".", O_RDONLY);
+  for (int level = 0; level < kLevels; ++level) {  // beside each directory below there is a file
+    for (const char* const name : {"b", "c", "a"}) ASSERT_EQ(0, ::mkdirat(here, name, 0700));
+    for (const char* const name : {"c", "a"}) {
+      const int below = ::openat(here, name, O_RDONLY);
+      if (*name == 'c') ::close(::openat(below, "x", O_CREAT, 0600));
+      if (*name == 'a') ::dup2(below, here);
+      ::close(below);
+    }
+  }
+  ::close(here);
+  EXPECT_EQ(std::to_string(kLevels) + " c/x", InChild([] {
+              const rlimit few = {64, 64};
+              ::setrlimit(RLIMIT_NOFILE, &few);
+              const Texts log = Found(Walker("$", "*/x;x", true));
+              return std::to_string(log.size()) + ' ' + log.back();
+            }));
+  EXPECT_EQ(0, std::system("rm -r a"));
 }
 
 TEST_F(Files, WithoutPermissionAreListed) {

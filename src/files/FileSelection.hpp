@@ -2,19 +2,20 @@
 #ifndef REGEXCLASS_FILES_FILESELECTION_HPP
 #define REGEXCLASS_FILES_FILESELECTION_HPP
 
-#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
+
+#include "platform/FoundFile.hpp"
 
 namespace RegexClass {
 
 /// Who is told what a pattern selects. Each answers whether to go on; with the first false the
 /// selection ends.
 struct FileVisitor {
-  /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file.
-  /// `named` tells how much of it the pattern spells out: see platform::FoundFile.
-  std::function<bool(const std::string& file, std::size_t named)> file;
+  /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file,
+  /// and hasn't been identified.
+  std::function<bool(const platform::FoundFile& file)> file;
   /// A directory whose names can't be told: because it can't be opened, or can't be read to its
   /// end. `error` is the system's number.
   std::function<bool(const std::string& directory, bool opened, int error)> failure;

@@ -59,8 +59,9 @@ bool FileWalker::RaiseReport(const Report& report) {
 template <class Search>
 unsigned int FileWalker::Visit(Search search) {
   using Outcome = platform::FileReader::Outcome;
-  const auto visit = [&](const std::string& file, std::size_t named) {
-    switch (reader_.Read(file.c_str())) {
+  const auto visit = [&](const platform::FoundFile& found) {
+    const std::string& file = found.name;
+    switch (reader_.Read(found)) {
       case Outcome::kNotAFile:
         return true;
       case Outcome::kNotOpened:
@@ -72,7 +73,8 @@ unsigned int FileWalker::Visit(Search search) {
       case Outcome::kRead:
         break;
     }
-    file_ = {file, named, reader_.Identity()};
+    file_ = found;
+    file_.identity = reader_.Identity();
     try {
       search(reader_.Text());
     } catch (const std::runtime_error&) {

@@ -7,38 +7,45 @@
 #include <unistd.h>
 
 #include "platform/Descriptor.hpp"
+#include "platform/OpenDirectory.hpp"
 #include "platform/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {
 
-/// Whether the number says that the name leads nowhere: nothing there, a link to nothing or to
-/// itself, or a path through something that is no directory.
-bool LeadsNowhere(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
+/// Opens a regular file for reading by its name in an open directory, and tells its status; 0 and
+/// no descriptor when something else has the name.
+Error OpenRegular(int directory, const char* name, Descriptor& file, struct stat& status) {
+  // Opening alone can do something to a pipe or a device, so that the type is asked for first; and
+  // again below, of the file that was opened.
+  if (::fstatat(directory, name, &status, 0) != 0) return errno;
+  if (!S_ISREG(status.st_mode)) return 0;
+  file = Descriptor(Uninterrupted(
+      [&] { return ::openat(directory, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); }));
+  if (file.Number() < 0 || ::fstat(file.Number(), &status) != 0) return errno;
+  if (!S_ISREG(status.st_mode)) file = Descriptor();
+  return 0;
+}
 
 }  // namespace
 
-FileReader::Outcome FileReader::Failed(Outcome outcome) {
-  error_ = errno;
+FileReader::Outcome FileReader::Failed(Outcome outcome, platform::Error error) {
+  error_ = error;
   return outcome;
 }
 
-FileReader::Outcome FileReader::Read(const char* name) {
-  // Opening alone can do something to a pipe or a device, so that the type is asked for first; and
-  // again below, of the file that was opened.
+FileReader::Outcome FileReader::Read(const FoundFile& found) {
+  int directory = -1;
+  if (const platform::Error error = found.directory->ForPlatform().Open(directory)) {
+    return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
+  }
+  const std::string name = found.Entry();
+  Descriptor file;
   struct stat status = {};
-  if (::stat(name, &status) != 0) {
-    return LeadsNowhere(errno) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened);
+  if (const platform::Error error = OpenRegular(directory, name.c_str(), file, status)) {
+    return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
   }
-  if (!S_ISREG(status.st_mode)) return Outcome::kNotAFile;
-
-  const Descriptor file(
-      Uninterrupted([&] { return ::open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); }));
-  if (file.Number() < 0) {
-    return LeadsNowhere(errno) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened);
-  }
-  if (::fstat(file.Number(), &status) != 0) return Failed(Outcome::kNotOpened);
-  if (!S_ISREG(status.st_mode)) return Outcome::kNotAFile;
+  if (file.Number() < 0) return Outcome::kNotAFile;
   identity_ = {status.st_dev, status.st_ino};
 
   // The size is a hint: it is 0 for files that the system makes up, and it may change.
@@ -53,7 +60,7 @@ FileReader::Outcome FileReader::Read(const char* name) {
     }
     const ssize_t count = Uninterrupted(
         [&] { return ::read(file.Number(), buffer_.data() + size, buffer_.size() - size); });
-    if (count < 0) return Failed(Outcome::kNotRead);
+    if (count < 0) return Failed(Outcome::kNotRead, errno);
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
     if (size > largest_) return Outcome::kTooLarge;

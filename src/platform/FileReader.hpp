@@ -25,26 +25,26 @@ class FileReader {
   /// A reader of files of up to `largest` bytes.
   explicit FileReader(std::size_t largest) : largest_(largest) {}
 
-  /// Reads the regular file `name`, or the one that a link of this name leads to, to its end,
-  /// whatever size it tells. Anything else of this name is left alone; a pipe or a device is
-  /// never opened. The file is closed again when this returns.
-  Outcome Read(const char* name);
+  /// Reads the regular file of that name in its directory, or the one that a link of this name
+  /// leads to, to its end, whatever size it tells. Anything else of this name is left alone; a pipe
+  /// or a device is never opened. The file is closed again when this returns.
+  Outcome Read(const FoundFile& found);
 
   /// What the last successful Read() has read; valid until the next one.
   std::string_view Text() const { return {buffer_.data(), size_}; }
   /// Which file that was.
   const FileIdentity& Identity() const { return identity_; }
   /// The system's number for the last failure.
-  int Error() const { return error_; }
+  platform::Error Error() const { return error_; }
 
  private:
-  Outcome Failed(Outcome outcome);
+  Outcome Failed(Outcome outcome, platform::Error error);
 
   const std::size_t largest_;
   std::vector<char> buffer_;  // as large as the largest file so far
   std::size_t size_ = 0;
   FileIdentity identity_;
-  int error_ = 0;
+  platform::Error error_ = 0;
 };
 
 }  // namespace RegexClass::platform

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "platform/Descriptor.hpp"
+#include "platform/OpenDirectory.hpp"
 #include "platform/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
@@ -137,36 +138,24 @@ class PosixFile final : public File {
 
 FileIdentity IdentityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
-/// Opens the directory that holds the file `name`, and gives its name in there. Links in the first
-/// `named` bytes of the name are followed, others aren't.
-Error OpenParent(const std::string& name, std::size_t named, Descriptor& directory,
-                 std::string& entry) {
-  const std::size_t last = name.rfind('/') + 1;  // 0 without a slash
-  std::size_t at = std::min(named, last);
-  const std::string first = at == 0 ? "." : name.substr(0, at);
-  constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  directory = Descriptor(Uninterrupted([&] { return open(first.c_str(), kFlags); }));
-  while (directory.Number() >= 0 && at < last) {
-    const std::size_t end = name.find('/', at);
-    const std::string component = name.substr(at, end - at);
-    at = end + 1;
-    if (component.empty()) continue;
-    Descriptor below(Uninterrupted(
-        [&] { return openat(directory.Number(), component.c_str(), kFlags | O_NOFOLLOW); }));
-    directory = std::move(below);
-  }
-  entry = name.substr(last);
-  return directory.Number() >= 0 ? 0 : errno;
+/// A descriptor of the caller's for a directory.
+Error Duplicate(Directory& directory, Descriptor& descriptor) {
+  int number = -1;
+  if (const Error error = directory.ForPlatform().Open(number)) return error;
+  descriptor = Descriptor(fcntl(number, F_DUPFD_CLOEXEC, 0));
+  return descriptor.Number() >= 0 ? 0 : errno;
 }
 
-/// The same for a file that was found, of which a name that is spelled out may itself be a link.
-Error OpenParent(const FoundFile& file, Descriptor& directory, std::string& entry) {
-  if (file.named < file.name.size()) return OpenParent(file.name, file.named, directory, entry);
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(file.name.c_str(), nullptr),
-                                                         &std::free);
-  if (real == nullptr) return errno;
-  const std::string name = real.get();
-  return OpenParent(name, name.size(), directory, entry);
+/// Opens the directory that holds a file which was found, and gives its name in there. A link that
+/// wasn't meant isn't followed to it, nor passed on the way.
+Error OpenDirectoryOf(const FoundFile& file, Descriptor& descriptor, std::string& entry) {
+  DirectoryPointer directory = file.directory;
+  entry = file.Entry();
+  if (file.links == Links::kMeant) {
+    if (const Error error = file.directory->Resolve(directory, entry)) return error;
+  }
+  if (const Error error = Duplicate(*directory, descriptor)) return error;
+  return directory->IsReachedAsMeant() ? 0 : ELOOP;
 }
 
 using Value = std::vector<char>;
@@ -329,7 +318,7 @@ class PosixTarget final : public Target {
  public:
   Error Open(const FoundFile& file) {
     found_ = file;
-    if (const Error error = OpenParent(file, directory_, entry_)) return error;
+    if (const Error error = OpenDirectoryOf(file, directory_, entry_)) return error;
     const auto open = [&](int access) {
       return file_.Own(Uninterrupted([&] {
         return openat(directory_.Number(), entry_.c_str(),
@@ -365,9 +354,11 @@ class PosixTarget final : public Target {
 
   Error CreateCopy(const std::string& name, std::unique_ptr<NewFile>& file) override {
     Descriptor directory;
-    std::string entry;
-    if (const Error error = OpenParent(name, found_.named, directory, entry)) return error;
-    return Create(PosixNewFile::Kind::kCopy, std::move(directory), entry, file);
+    const std::size_t last = name.rfind('/') + 1;  // 0 without a slash
+    const DirectoryPointer above = found_.directory->Above(last);
+    if (above == nullptr) return EINVAL;
+    if (const Error error = Duplicate(*above, directory)) return error;
+    return Create(PosixNewFile::Kind::kCopy, std::move(directory), name.substr(last), file);
   }
 
   Error RestoreAttributes() override {
@@ -422,7 +413,7 @@ class PosixFileServices final : public FileServices {
     Descriptor directory;
     std::string entry;
     struct stat status = {};
-    return OpenParent(file, directory, entry) == 0 &&
+    return OpenDirectoryOf(file, directory, entry) == 0 &&
            fstatat(directory.Number(), entry.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISREG(status.st_mode) && (status.st_mode & kAnyWrite) != 0;
   }

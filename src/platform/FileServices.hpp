@@ -13,9 +13,6 @@
 
 namespace RegexClass::platform {
 
-/// An error number of the system; 0 when the call did all that it was asked for.
-using Error = int;
-
 /// An open file, with one offset for reading and writing. Closed with the object.
 class File {
  public:

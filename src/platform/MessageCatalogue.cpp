@@ -104,7 +104,8 @@ MessageCatalogue::MessageCatalogue(const std::string& name) {
 
 bool MessageCatalogue::Open(const std::string& path) {
   FileReader reader(kLargestFile);
-  if (reader.Read(path.c_str()) != FileReader::Outcome::kRead) return false;
+  if (reader.Read({path, Directory::Current(), Links::kMeant, {}}) != FileReader::Outcome::kRead)
+    return false;
   const std::string_view file = reader.Text();
   if (file.size() < kHead) return false;
   const bool littleEndian = WordAt(file, 0, true) == kMark;

@@ -1,0 +1,212 @@
+#include "platform/Directory.hpp"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <utility>
+
+#include "platform/OpenDirectory.hpp"
+#include "platform/Uninterrupted.hpp"
+
+namespace RegexClass::platform {
+namespace {
+
+/// How many directories of a walk stay open.
+constexpr std::size_t kMostOpen = 32;
+constexpr int kMostLinks = 40;  // as many as the system itself follows
+
+std::string WithoutSlashesBehind(std::string component) {
+  while (component.size() > 1 && component.back() == '/') component.pop_back();
+  return component;
+}
+
+/// What an entry is, as far as the directory tells it; asked for where it doesn't.
+DirectoryEntry::Kind KindOf(int directory, const dirent& entry) {
+  struct stat status = {};
+  if (entry.d_type == DT_UNKNOWN &&
+      ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return DirectoryEntry::kOther;
+  }
+  if (entry.d_type == DT_DIR || S_ISDIR(status.st_mode)) return DirectoryEntry::kDirectory;
+  if (entry.d_type == DT_LNK || S_ISLNK(status.st_mode)) return DirectoryEntry::kLink;
+  return DirectoryEntry::kOther;
+}
+
+}  // namespace
+
+Directory::System::System(DirectoryPointer above, std::string component, Links ofName)
+    : parent(std::move(above)), links(ofName) {
+  pathLength = component.size();
+  if (parent != nullptr) {
+    const System& upper = parent->ForPlatform();
+    pathLength += upper.pathLength;
+    opened = upper.opened;
+    name = WithoutSlashesBehind(std::move(component));
+  } else {
+    opened = std::make_shared<Opened>();
+    name = ".";
+  }
+}
+
+Directory::System::~System() {
+  Close();
+  // One by one, since destructors of thousands don't fit into each other on the stack.
+  while (parent != nullptr && parent.use_count() == 1) {
+    parent->ForPlatform().Close();
+    DirectoryPointer next = std::move(parent->ForPlatform().parent);
+    parent = std::move(next);
+  }
+}
+
+void Directory::System::Close() {
+  if (descriptor.Number() < 0) return;
+  descriptor = Descriptor();
+  opened->remove(this);
+  if (parent != nullptr && parent->ForPlatform().below == this) {
+    parent->ForPlatform().below = nullptr;
+  }
+}
+
+void Directory::System::Keep(Descriptor opening) {
+  descriptor = std::move(opening);
+  if (parent == nullptr) return;
+  parent->ForPlatform().below = this;
+  opened->push_back(this);
+  if (opened->size() > kMostOpen) opened->front()->Close();
+}
+
+/// Opens the directory from one below it, which is what a walk comes back from.
+bool Directory::System::OpenFromBelow() {
+  if (below == nullptr || below->links != Links::kRefused) return false;
+  Descriptor opening(::openat(below->descriptor.Number(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  struct stat status = {};
+  if (opening.Number() < 0 || ::fstat(opening.Number(), &status) != 0) return false;
+  if (FileIdentity{status.st_dev, status.st_ino} != identity) return false;
+  Keep(std::move(opening));
+  return true;
+}
+
+Error Directory::System::OpenIn(int directory, int access, Descriptor& opening) {
+  const int flags = access | O_DIRECTORY | O_CLOEXEC;
+  const auto open = [&](int more) {
+    opening =
+        Descriptor(Uninterrupted([&] { return ::openat(directory, name.c_str(), flags | more); }));
+    return opening.Number() >= 0;
+  };
+  if (!open(links == Links::kMeant ? 0 : O_NOFOLLOW)) {
+    if (links != Links::kFollowed || !LeadsNowhere(errno) || !open(0)) return errno;
+    asMeant = false;
+  }
+  struct stat status = {};
+  if (::fstat(opening.Number(), &status) != 0) return errno;
+  const FileIdentity present = {status.st_dev, status.st_ino};
+  if (std::exchange(identified, true) && present != identity) return ESTALE;
+  identity = present;
+  if (parent != nullptr && !parent->IsReachedAsMeant()) asMeant = false;
+  return 0;
+}
+
+Error Directory::System::Open(int& number) {
+  std::vector<System*> closed;
+  for (System* at = this; at != nullptr && at->descriptor.Number() < 0;
+       at = at->parent != nullptr ? &at->parent->ForPlatform() : nullptr) {
+    if (at->OpenFromBelow()) break;
+    closed.push_back(at);
+  }
+  for (; !closed.empty(); closed.pop_back()) {
+    System& next = *closed.back();
+    const int above =
+        next.parent != nullptr ? next.parent->ForPlatform().descriptor.Number() : AT_FDCWD;
+    Descriptor opening;
+    if (const Error error = next.OpenIn(above, O_PATH, opening)) return error;
+    next.Keep(std::move(opening));
+  }
+  number = descriptor.Number();
+  return 0;
+}
+
+Error Directory::System::OpenToRead(Descriptor& opening) {
+  int above = AT_FDCWD;
+  if (parent != nullptr) {
+    if (const Error error = parent->ForPlatform().Open(above)) return error;
+  }
+  if (const Error error = OpenIn(above, O_RDONLY, opening)) return error;
+  if (descriptor.Number() < 0) {
+    Descriptor kept(::fcntl(opening.Number(), F_DUPFD_CLOEXEC, 0));
+    if (kept.Number() >= 0) Keep(std::move(kept));
+  }
+  return 0;
+}
+
+Directory::Directory(std::unique_ptr<System> system) : system_(std::move(system)) {}
+Directory::~Directory() = default;
+
+DirectoryPointer Directory::Current() {
+  return std::make_shared<Directory>(
+      std::make_unique<System>(nullptr, std::string(), Links::kMeant));
+}
+
+DirectoryPointer Directory::Below(const std::string& component, Links links) {
+  return std::make_shared<Directory>(
+      std::make_unique<System>(shared_from_this(), component, links));
+}
+
+DirectoryPointer Directory::Above(std::size_t length) {
+  DirectoryPointer directory = shared_from_this();
+  while (directory != nullptr && directory->PathLength() > length) {
+    directory = DirectoryPointer(directory->system_->parent);
+  }
+  return directory != nullptr && directory->PathLength() == length ? directory : nullptr;
+}
+
+std::size_t Directory::PathLength() const { return system_->pathLength; }
+
+bool Directory::IsReachedAsMeant() const { return system_->asMeant; }
+
+Error Directory::Identify(FileIdentity& identity) {
+  int ignored = -1;
+  if (!system_->identified) {
+    if (const Error error = system_->Open(ignored)) return error;
+  }
+  identity = system_->identity;
+  return 0;
+}
+
+Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
+  Descriptor descriptor;
+  opened = false;
+  if (const Error error = system_->OpenToRead(descriptor)) return error;
+  const auto close = [](DIR* directory) { ::closedir(directory); };
+  const std::unique_ptr<DIR, decltype(close)> directory(::fdopendir(descriptor.Number()), close);
+  if (directory == nullptr) return errno;
+  const int number = descriptor.Release();
+  opened = true;
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = ::readdir(directory.get());
+    if (entry == nullptr) return errno;
+    if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+    entries.push_back({entry->d_name, KindOf(number, *entry)});
+  }
+}
+
+Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {
+  directory = shared_from_this();
+  for (int i = 0; i < kMostLinks; ++i) {
+    int descriptor = -1;
+    if (const Error error = directory->system_->Open(descriptor)) return error;
+    std::string target(PATH_MAX, '\0');
+    const ssize_t size = ::readlinkat(descriptor, name.c_str(), target.data(), target.size());
+    if (size < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;
+    target.resize(static_cast<std::size_t>(size));
+    const std::size_t last = target.rfind('/') + 1;  // 0 without a slash
+    if (last != 0) directory = directory->Below(target.substr(0, last), Links::kMeant);
+    name = target.substr(last);
+  }
+  return ELOOP;
+}
+
+}  // namespace RegexClass::platform

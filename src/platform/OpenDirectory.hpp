@@ -1,0 +1,46 @@
+// For the implementation of this folder alone: directories by their descriptors.
+#ifndef REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
+#define REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
+
+#include <list>
+
+#include "platform/Descriptor.hpp"
+#include "platform/Directory.hpp"
+
+namespace RegexClass::platform {
+
+struct Directory::System {
+  /// The directories of a walk that are open, the one opened first in front.
+  using Opened = std::list<System*>;
+
+  System(DirectoryPointer above, std::string component, Links links);
+  System(const System&) = delete;
+  ~System();
+
+  /// Opens the directory unless it is open. The descriptor stays the directory's, and is good
+  /// until another one of the walk is opened.
+  Error Open(int& descriptor);
+  /// Opens it for reading, with a descriptor of the caller's.
+  Error OpenToRead(Descriptor& descriptor);
+
+  DirectoryPointer parent;  // null for the current directory
+  std::string name;
+  std::size_t pathLength;
+  Links links;
+  bool asMeant = true;
+  Descriptor descriptor;
+  FileIdentity identity;
+  bool identified = false;
+  std::shared_ptr<Opened> opened;
+  System* below = nullptr;  // the one that was opened last of those in here, while it is open
+
+ private:
+  Error OpenIn(int directory, int access, Descriptor& opening);
+  void Keep(Descriptor opening);
+  void Close();
+  bool OpenFromBelow();
+};
+
+}  // namespace RegexClass::platform
+
+#endif  // REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
