@@ -16,6 +16,14 @@ install(FILES
 install(EXPORT RegexClassTargets NAMESPACE RegexClass:: DESTINATION ${package_dir}
   COMPONENT development)
 
+# What a static library leaves to the program to link.
+set(static_hyperscan OFF)
+if(REGEXCLASS_HYPERSCAN AND NOT REGEXCLASS_SHARED)
+  set(static_hyperscan ON)
+  set(pkgconfig_static_requires "Requires: libhs\n")
+  install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindHyperscan.cmake
+    DESTINATION ${package_dir} COMPONENT development)
+endif()
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/RegexClassConfig.cmake.in
   ${PROJECT_BINARY_DIR}/RegexClassConfig.cmake

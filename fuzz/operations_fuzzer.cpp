@@ -15,6 +15,7 @@
 
 #include "Check.hpp"
 #include "RegularExpression.hpp"
+#include "engine/CandidateFinder.hpp"
 
 namespace {
 
@@ -183,15 +184,22 @@ class Watched {
   unsigned int reports_ = 0;
 };
 
-/// Runs an operation with checks on what is reported; then, when nothing was meddled with, without
-/// subscribers, which must come to the same.
+/// Makes every search use a finder, with windows smaller than the texts here, or none.
+void UseFinder(bool use) {
+  RegexClass::engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 4, 16, 8};
+}
+
+/// Runs an operation with checks on what is reported; then, when nothing was meddled with, with a
+/// finder and without subscribers, which must come to the same.
 template <class Operation, class Expected>
 void Run(const RE& source, unsigned int how, Operation operation, Expected expected) {
   try {
+    UseFinder(false);
     Watched watched(source, how);
     const auto result = operation(watched.Object());
     if (how != 0) return;
     expected(watched.Reports(), result);
+    UseFinder(true);
     RE plain(source);
     Check(operation(plain) == result, "an operation without subscribers comes to the same");
   } catch (const std::runtime_error&) {  // the engine gives up

@@ -1,6 +1,8 @@
 // The operations on a string, against walks by hand, and what a subscriber may do to them.
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -8,13 +10,15 @@
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
+#include "engine/CandidateFinder.hpp"
 
 namespace RegexClass::test {
 namespace {
 
 /// A small expression over a and b; not each one compiles.
 std::string Expression(Random& random, int depth = 3) {
-  static const char* const kAtoms[] = {"a", "b", ".", "[ab]", "\\n", "^", "$", "\\b", "", "\\1"};
+  static const char* const kAtoms[] = {"a",   "b", ".",   "[ab]", "\\n",  "^",     "$",
+                                       "\\b", "",  "\\1", "[^a]", "(?i)", "(?=b)", "(?<!a)"};
   static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
   if (depth == 0 || random.Below(4) == 0) return kAtoms[random.Below(std::size(kAtoms))];
   const std::string part = Expression(random, depth - 1);
@@ -29,6 +33,9 @@ std::string Expression(Random& random, int depth = 3) {
       return part + Expression(random, depth - 1);
   }
 }
+
+/// Makes every search use a finder, with windows smaller than the texts here, or none.
+void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5}; }
 
 std::size_t Begin(const Report& report) {
   return static_cast<std::size_t>(report.matches[0].position);
@@ -124,6 +131,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     const std::string expression = Expression(random);
     const std::string text = random.Text(random.Flip() ? "ab\n" : std::string("a\0\xe9\r\n", 5), 9);
     SCOPED_TRACE(expression + " on " + text);
+    UseFinder(random.Flip());
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;
     const boost::regex regex(expression);
@@ -168,6 +176,38 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     ASSERT_EQ(Pieces(re), SplitByHand(walk, regex.mark_count() != 0, re.GetMaximumSplits(), rest));
     ASSERT_EQ(re.GetStringToMatch(), re.GetSplitInputDelete() ? rest : text);
   }
+}
+
+TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
+  Random random(4);
+  for (int i = 0; i < Cases(15000); ++i) {
+    RE re = Make(Expression(random), random.Text(std::string("aAbB\n\0\r\xe9 ", 9), 30));
+    re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
+    re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
+    re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
+    re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
+    re.SetLocaleModel(static_cast<RE::LocaleModels>(random.Below(3)));
+    re.SetFormatString("<$0$1>");
+    std::ostringstream record;
+    record << re;
+    SCOPED_TRACE(record.str());
+    const auto outcome = [&re](bool finder) {
+      UseFinder(finder);
+      RE own(re);
+      Recorder recorder(own);
+      if (own.Search()) own.Grep();
+      own.SetOnMergingClosure({});
+      return std::make_tuple(recorder.Reports(), Merged(own), Pieces(own));
+    };
+    std::optional<decltype(outcome(true))> alone;
+    try {
+      alone = outcome(false);
+    } catch (const std::runtime_error&) {
+      continue;  // the engine gives up, where the finder may not
+    }
+    ASSERT_EQ(outcome(true), *alone);
+  }
+  UseFinder(false);
 }
 
 TEST(Strings, MatchPartiallyInTheOperationsThatReport) {

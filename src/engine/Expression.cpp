@@ -1,13 +1,16 @@
 #include "engine/Expression.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "engine/CompileErrors.hpp"
+#include "engine/ProgramReader.hpp"
 #include "engine/SyntaxTranslation.hpp"
 
 namespace RegexClass::engine {
@@ -49,19 +52,123 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
     if (translation.error != constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
     regex_.assign(translation.text, translation.flags);
+    finder_ = std::make_shared<EarnedFinder>();
     groupCount_ = static_cast<unsigned int>(regex_.mark_count());
   } catch (const boost::regex_error& error) {
     throw Told(error, source, translation, regex_.get_traits().Messages());
   }
 }
 
+/// The way of the engine from match to match of a text; see RegularExpression::Grep for its rule on
+/// empty matches.
+///
+/// With a finder, the engine is tried at the candidates alone. It has the whole text in view there,
+/// as always, so that assertions and what looks ahead and behind mean what they mean.
+template <class Traits>
+class Expression<Traits>::Walk {
+ public:
+  /// The results of each match come into `results`. `ahead` is how much of the text will be
+  /// searched for certain.
+  Walk(const Expression& expression, const char* first, const char* last, std::size_t ahead,
+       Flags flags, boost::cmatch& results)
+      : finder_(*expression.finder_),
+        matcher_(first, last, results, expression.regex_, flags, first),
+        first_(first),
+        last_(last),
+        flags_(flags),
+        results_(results) {
+    CandidateFinder* const finder =
+        (flags & (boost::match_partial | boost::match_continuous)) != 0
+            ? nullptr
+            : finder_.For(ahead, [&]() -> std::unique_ptr<CandidateFinder> {
+                const auto pattern = ReadProgram(expression.regex_, flags);
+                const std::size_t length = std::min<std::size_t>(last - first, 1 << 14);
+                return pattern ? CandidateFinder::Make(*pattern, {first, length}) : nullptr;
+              });
+    if (finder != nullptr) candidates_.emplace(*finder, first, last);
+  }
+  ~Walk() { finder_.Searched(static_cast<std::size_t>(from_ - first_), gaveUp_); }
+
+  /// Finds the next match.
+  bool Next() {
+    const bool found = candidates_ ? NextOfCandidates() : NextOfEngine();
+    if (!found) {
+      from_ = last_;
+      return false;
+    }
+    RequireProgress(results_, from_);
+    from_ = results_[0].second;
+    return true;
+  }
+
+ private:
+  bool NextOfEngine() {
+    if (!std::exchange(begun_, true)) return matcher_.find();
+    if (!insisted_) {
+      if (results_[0].second == last_) return false;
+      if (results_.length() == 0) {
+        // Behind an empty match, one that isn't empty is tried for in the same place.
+        const boost::cmatch former(results_);
+        insisted_ = FindAt();
+        if (insisted_) return true;
+        results_ = former;
+      }
+    }
+    insisted_ = false;
+    return matcher_.find();
+  }
+
+  /// No candidate's match is empty.
+  bool NextOfCandidates() {
+    // The engine's first attempt is always at the start of the text.
+    if (!std::exchange(begun_, true) && FindAt()) return true;
+    for (const char* at = candidates_->Next(from_); at != nullptr; at = candidates_->Next(at + 1)) {
+      GoTo(at);
+      if (!FindAt()) continue;
+      // The engine takes the text before the match from where it was sent.
+      auto& before = const_cast<boost::csub_match&>(results_.prefix());
+      before.first = from_;
+      before.matched = before.first != before.second;
+      return true;
+    }
+    gaveUp_ = candidates_->GaveUp();
+    if (!gaveUp_) return false;
+    candidates_.reset();
+    GoTo(from_);
+    return matcher_.find();
+  }
+
+  /// Makes the engine go on at `place`, as if the last match had ended there.
+  void GoTo(const char* place) { results_.set_second(place); }
+
+  /// Whether a match that isn't empty begins where the engine is.
+  bool FindAt() {
+    const Flags kHere = boost::match_not_null | boost::match_continuous;
+    matcher_.setf(kHere);
+    const bool found = matcher_.find();
+    matcher_.unsetf(kHere & ~flags_);
+    return found;
+  }
+
+  EarnedFinder& finder_;
+  boost::BOOST_REGEX_DETAIL_NS::perl_matcher<const char*, boost::cmatch::allocator_type, Traits>
+      matcher_;
+  const char* const first_;
+  const char* const last_;
+  const char* from_ = first_;  // the end of the match before
+  const Flags flags_;
+  boost::cmatch& results_;
+  bool begun_ = false;
+  bool insisted_ = false;  // the last match was found in the place of an empty one
+  std::optional<Candidates> candidates_;
+  bool gaveUp_ = false;
+};
+
 template <class Traits>
 bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
                                 Flags flags) const {
   RequireAddressable(first, last);
-  const bool found = boost::regex_search(first, last, results, regex_, flags);
-  if (found) RequireProgress(results, first);
-  return found;
+  return Walk(*this, first, last, 0, flags, results).Next();
 }
 
 template <class Traits>
@@ -75,13 +182,14 @@ template <class Traits>
 unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags flags,
                                       const Report& report) const {
   RequireAddressable(first, last);
-  return boost::regex_grep(
-      [&report, from = first](const boost::cmatch& results) mutable {
-        RequireProgress(results, from);
-        from = results[0].second;
-        return report(results);
-      },
-      first, last, regex_, flags);
+  boost::cmatch results;
+  Walk walk(*this, first, last, static_cast<std::size_t>(last - first), flags, results);
+  unsigned int count = 0;
+  while (walk.Next()) {
+    ++count;
+    if (!report(results)) break;
+  }
+  return count;
 }
 
 template <class Traits>
@@ -90,15 +198,14 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
   RequireAddressable(first, last);
   const bool copy = (flags & boost::format_no_copy) == 0;
   const bool all = (flags & boost::format_first_only) == 0;
-  boost::regex_grep(
-      [&](const boost::cmatch& results) {
-        RequireProgress(results, first);
-        if (copy) out.append(first, results[0].first);
-        results.format(std::back_inserter(out), format, flags, regex_);
-        first = results[0].second;
-        return all;
-      },
-      first, last, regex_, flags);
+  boost::cmatch results;
+  Walk walk(*this, first, last, all ? static_cast<std::size_t>(last - first) : 0, flags, results);
+  while (walk.Next()) {
+    if (copy) out.append(first, results[0].first);
+    results.format(std::back_inserter(out), format, flags, regex_);
+    first = results[0].second;
+    if (!all) break;
+  }
   if (copy) out.append(first, last);
 }
 

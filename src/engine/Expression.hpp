@@ -5,10 +5,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 
+#include "engine/CandidateFinder.hpp"
 #include "engine/Traits.hpp"
 
 namespace RegexClass::engine {
@@ -16,7 +18,9 @@ namespace RegexClass::engine {
 /// The engine object of one locale model.
 ///
 /// A copy is cheap, shares the compiled program with its source and keeps it alive: a walk that
-/// runs on a copy isn't disturbed by a new compile of the source.
+/// runs on a copy isn't disturbed by a new compile of the source. It is for the thread of its
+/// source: they also share the finder that an expression gets when it has searched some hundreds of
+/// KB. The engine's matches are the same with and without.
 template <class Traits>
 class Expression {
  public:
@@ -61,7 +65,10 @@ class Expression {
              std::string& out) const;
 
  private:
+  class Walk;
+
   boost::basic_regex<char, Traits> regex_;
+  std::shared_ptr<EarnedFinder> finder_;
   std::optional<typename Traits::locale_type> locale_;
   std::string compiledUnder_;
   unsigned int groupCount_ = 0;

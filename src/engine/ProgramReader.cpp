@@ -1,0 +1,229 @@
+#include "engine/ProgramReader.hpp"
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace RegexClass::engine {
+namespace {
+
+namespace detail = boost::BOOST_REGEX_DETAIL_NS;
+using State = detail::re_syntax_base;
+
+/// Thrown for a state that the reader doesn't understand.
+struct NotUnderstood {};
+
+/// The numbers by which the engine tells its groups apart, beside those of the marked ones.
+enum GroupIndex : int {
+  kLookAround = -1,
+  kNegativeLookAround = -2,
+  kIndependent = -3,  // (?>...), and what a possessive repeat is turned into
+};
+
+template <class Wanted>
+const Wanted& As(const State* state) {
+  return *static_cast<const Wanted*>(state);
+}
+
+/// Follows the states of a program. They lie one behind the other in the order of the notation,
+/// `next` leads to the next one; only a jump leads elsewhere, which ends an alternative or a
+/// repeat's body.
+template <class Traits>
+class Reader {
+ public:
+  Reader(const boost::basic_regex<char, Traits>& regex, boost::match_flag_type flags)
+      : regex_(regex),
+        dotMask_((flags & boost::match_not_dot_newline) != 0 ? detail::test_not_newline
+                                                             : detail::test_newline) {}
+
+  Pattern Run() {
+    FindCases();
+    const State* state = regex_.get_first_state();
+    Pattern pattern = Sequence(state, nullptr);
+    if (state->type != detail::syntax_element_match) throw NotUnderstood();
+    return pattern;
+  }
+
+ private:
+  /// Which cases the program is in somewhere. The engine keeps the case while it runs, groups and
+  /// inline options change it; a program with both is read as if each byte came in either.
+  void FindCases() {
+    cases_[(regex_.flags() & boost::regex_constants::icase) != 0 ? 1 : 0] = true;
+    for (const State* state = regex_.get_first_state(); state != nullptr; state = state->next.p) {
+      switch (state->type) {
+        case detail::syntax_element_toggle_case:
+          cases_[As<detail::re_case>(state).icase ? 1 : 0] = true;
+          break;
+        case detail::syntax_element_startmark:
+        case detail::syntax_element_endmark:
+          if (As<detail::re_brace>(state).index < kIndependent) throw NotUnderstood();
+          cases_[As<detail::re_brace>(state).icase ? 1 : 0] = true;
+          break;
+        case detail::syntax_element_backref:
+        case detail::syntax_element_restart_continue:
+        case detail::syntax_element_recurse:
+        case detail::syntax_element_assert_backref:
+        case detail::syntax_element_accept:
+        case detail::syntax_element_commit:
+        case detail::syntax_element_then:
+          throw NotUnderstood();
+        default:
+          break;
+      }
+    }
+  }
+
+  /// Reads up to `end`, to a jump or to the end of the program, and leaves `state` there.
+  Pattern Sequence(const State*& state, const State* end) {
+    std::vector<Pattern> parts;
+    while (state != end) {
+      switch (state->type) {
+        case detail::syntax_element_match:
+        case detail::syntax_element_jump:
+          return Pattern::Sequence(std::move(parts));
+        case detail::syntax_element_literal:
+          Literal(As<detail::re_literal>(state), parts);
+          state = state->next.p;
+          break;
+        case detail::syntax_element_set:
+        case detail::syntax_element_wild:
+          parts.push_back(Pattern::Of(BytesOf(state)));
+          state = state->next.p;
+          break;
+        case detail::syntax_element_alt:
+          parts.push_back(Alternatives(state));
+          break;
+        case detail::syntax_element_rep:
+        case detail::syntax_element_dot_rep:
+        case detail::syntax_element_char_rep:
+        case detail::syntax_element_short_set_rep:
+          parts.push_back(Repeat(state));
+          break;
+        case detail::syntax_element_startmark:
+          Group(state, parts);
+          break;
+        case detail::syntax_element_endmark:
+        case detail::syntax_element_toggle_case:
+        case detail::syntax_element_start_line:
+        case detail::syntax_element_end_line:
+        case detail::syntax_element_word_boundary:
+        case detail::syntax_element_within_word:
+        case detail::syntax_element_word_start:
+        case detail::syntax_element_word_end:
+        case detail::syntax_element_buffer_start:
+        case detail::syntax_element_buffer_end:
+        case detail::syntax_element_soft_buffer_end:
+          state = state->next.p;
+          break;
+        default:
+          throw NotUnderstood();
+      }
+      if (state == nullptr) throw NotUnderstood();
+    }
+    return Pattern::Sequence(std::move(parts));
+  }
+
+  void Literal(const detail::re_literal& literal, std::vector<Pattern>& parts) {
+    const auto* const text = reinterpret_cast<const char*>(&literal + 1);
+    for (unsigned int i = 0; i < literal.length; ++i) {
+      parts.push_back(Pattern::Of(BytesWhere([&](char c) { return c == text[i]; })));
+    }
+  }
+
+  ByteSet BytesOf(const State* state) {
+    if (state->type == detail::syntax_element_set) {
+      const unsigned char* const map = As<detail::re_set>(state)._map;
+      return BytesWhere([&](char c) { return map[static_cast<unsigned char>(c)] != 0; });
+    }
+    const bool separators = (dotMask_ & As<detail::re_dot>(state).mask) != 0;
+    ByteSet bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      bytes[i] = separators || !detail::is_separator(static_cast<char>(i));
+    }
+    return bytes;
+  }
+
+  /// The bytes that `holds` is true of in the form in which the engine compares them.
+  template <class Holds>
+  ByteSet BytesWhere(Holds holds) {
+    ByteSet bytes;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      const char c = static_cast<char>(i);
+      for (const bool icase : {false, true}) {
+        if (cases_[icase ? 1 : 0] && holds(regex_.get_traits().translate(c, icase))) bytes.set(i);
+      }
+    }
+    return bytes;
+  }
+
+  /// All alternatives of a group or of the program. Each but the last ends in a jump to the same
+  /// place.
+  Pattern Alternatives(const State*& state) {
+    std::vector<Pattern> parts;
+    const State* join = nullptr;
+    while (state != join && state->type == detail::syntax_element_alt) {
+      const State* branch = state->next.p;
+      parts.push_back(Sequence(branch, nullptr));
+      if (branch->type != detail::syntax_element_jump) throw NotUnderstood();
+      const State* const target = As<detail::re_jump>(branch).alt.p;
+      if (join != nullptr && join != target) throw NotUnderstood();
+      join = target;
+      state = As<detail::re_alt>(state).alt.p;
+    }
+    parts.push_back(Sequence(state, join));
+    if (state != join) throw NotUnderstood();
+    return Pattern::Alternatives(std::move(parts));
+  }
+
+  Pattern Repeat(const State*& state) {
+    const auto& repeat = As<detail::re_repeat>(state);
+    const State* body = state->next.p;
+    Pattern part = Sequence(body, nullptr);
+    if (body->type != detail::syntax_element_jump || As<detail::re_jump>(body).alt.p != state) {
+      throw NotUnderstood();
+    }
+    state = repeat.alt.p;
+    return Pattern::Repeat(std::move(part), repeat.min, repeat.max);
+  }
+
+  /// Enters a group; one that is no more than brackets is read on in the sequence that it stands
+  /// in.
+  void Group(const State*& state, std::vector<Pattern>& parts) {
+    const int index = As<detail::re_brace>(state).index;
+    state = state->next.p;
+    if (index >= 0) return;
+    if (state->type != detail::syntax_element_jump) throw NotUnderstood();
+    const State* const end = As<detail::re_jump>(state).alt.p;
+    if (index == kIndependent) {
+      const State* body = state->next.p;
+      parts.push_back(Sequence(body, end));
+      if (body != end) throw NotUnderstood();
+    }
+    state = end->next.p;
+  }
+
+  const boost::basic_regex<char, Traits>& regex_;
+  const unsigned int dotMask_;
+  bool cases_[2] = {false, false};  // as written; regardless of case
+};
+
+}  // namespace
+
+template <class Traits>
+std::optional<Pattern> ReadProgram(const boost::basic_regex<char, Traits>& regex,
+                                   boost::match_flag_type flags) {
+  try {
+    return Reader<Traits>(regex, flags).Run();
+  } catch (const NotUnderstood&) {
+    return std::nullopt;
+  }
+}
+
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CppTraits>&,
+                                            boost::match_flag_type);
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, W32Traits>&,
+                                            boost::match_flag_type);
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CTraits>&,
+                                            boost::match_flag_type);
+
+}  // namespace RegexClass::engine
