@@ -1,7 +1,6 @@
 #include "files/FileRewriting.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <utility>
@@ -32,7 +31,7 @@ struct Fault {
 
 /// The fault as an error number, for where its kind doesn't matter.
 Error ErrorOf(const Fault& fault) {
-  return fault.what == Fault::kNone || fault.error != 0 ? fault.error : EIO;
+  return fault.what == Fault::kNone || fault.error != 0 ? fault.error : platform::kErrorBroken;
 }
 
 /// Reads a file in blocks, from its start.
@@ -174,7 +173,7 @@ Problem ProblemOf(const Fault& fault, const std::string& name, File& source,
 }
 
 bool IsOutOfSpace(const Fault& fault) {
-  return fault.what == Fault::kWrite && (fault.error == ENOSPC || fault.error == EDQUOT);
+  return fault.what == Fault::kWrite && platform::IsOutOfSpace(fault.error);
 }
 
 /// Replays the target into a temporary file, by the first way to one that has the space. False when
@@ -184,8 +183,7 @@ bool MakeNewContent(FileServices& services, const std::string& name, Target& tar
   bool replayed = false;
   Error error = 0;
   for (const TemporaryNaming naming :
-       {TemporaryNaming::kUserDirectory, TemporaryNaming::kSystemDirectory,
-        TemporaryNaming::kApplicationDirectory}) {
+       {TemporaryNaming::kFirst, TemporaryNaming::kSecond, TemporaryNaming::kThird}) {
     error = services.CreateTemporary(naming, temporary);
     if (error != 0) continue;
     if (replayed && (error = target.Content().Rewind()) != 0) break;
@@ -262,7 +260,7 @@ Error ReplaceFile(Target& target, File& temporary, const PendingChanges& changes
   std::unique_ptr<NewFile> replacement;
   Error error = target.CreateReplacement(replacement);
   if (error == 0) error = WriteNewFile(temporary, *replacement);
-  if (error == 0 || error == ESTALE) return error;
+  if (error == 0 || error == platform::kErrorStale) return error;
   replacement.reset();  // and the space that it took
   error = OverwriteFile(target.Content(), temporary, changes);
   // Also an attempt that failed may have cost the file its set-user bit.

@@ -17,29 +17,8 @@ using platform::DirectoryPointer;
 using platform::Error;
 using platform::Links;
 
-/// The offset of the first `wanted` that no backslash precedes, or the size.
-std::size_t FindUnescaped(std::string_view text, std::string_view wanted) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\\') {
-      ++i;
-    } else if (wanted.find(text[i]) != std::string_view::npos) {
-      return i;
-    }
-  }
-  return text.size();
-}
-
 bool HasWildcard(std::string_view component) {
-  return FindUnescaped(component, "*?[") < component.size();
-}
-
-std::string WithoutEscapes(std::string_view component) {
-  std::string name;
-  for (std::size_t i = 0; i < component.size(); ++i) {
-    if (component[i] == '\\' && ++i == component.size()) break;
-    name += component[i];
-  }
-  return name;
+  return platform::FindUnescaped(component, "*?[") < component.size();
 }
 
 /// One pattern's walk. Every member answers whether to go on.
@@ -51,9 +30,9 @@ class Selection {
   bool Select(std::string_view pattern) {
     path_.clear();
     DirectoryPointer start = Directory::Current();
-    if (const std::size_t root = pattern.find_first_not_of('/'); root != 0) {
+    if (const std::size_t root = platform::RootLength(pattern); root != 0) {
       path_ = pattern.substr(0, root);
-      pattern.remove_prefix(path_.size());
+      pattern.remove_prefix(root);
       start = start->Below(path_, Links::kMeant);
     }
     pending_.clear();
@@ -81,18 +60,20 @@ class Selection {
   /// leaves what is below it pending. `links` goes for the names that the pattern spells out.
   bool Enter(DirectoryPointer directory, std::string_view pattern, Links links) {
     for (;;) {
-      const std::size_t slash = pattern.find('/');
-      const std::string component(pattern.substr(0, slash));
-      if (slash == std::string_view::npos) {
+      const std::size_t end = pattern.find_first_of(platform::Separators());
+      const std::string component(pattern.substr(0, end));
+      if (end == std::string_view::npos) {
         if (component.empty()) return true;
         if (recursion_ || HasWildcard(component)) return VisitNames(directory, pattern);
-        return VisitFile(directory, WithoutEscapes(component), links, true);
+        return VisitFile(directory, platform::WithoutEscapes(component), links, true);
       }
-      const std::size_t behind = std::min(pattern.find_first_not_of('/', slash), pattern.size());
-      const std::string slashes(pattern.substr(slash, behind - slash));
-      pattern.remove_prefix(behind);
-      if (HasWildcard(component)) return FindBelow(directory, component, slashes, pattern);
-      const std::string name = WithoutEscapes(component) + slashes;
+      pattern.remove_prefix(end);
+      const std::size_t next =
+          std::min(pattern.find_first_not_of(platform::Separators()), pattern.size());
+      const std::string separators(pattern.substr(0, next));
+      pattern.remove_prefix(next);
+      if (HasWildcard(component)) return FindBelow(directory, component, separators, pattern);
+      const std::string name = platform::WithoutEscapes(component) + separators;
       path_ += name;
       directory = directory->Below(name, links);
     }
@@ -100,14 +81,14 @@ class Selection {
 
   /// Leaves the directories in `directory` that match `wanted` pending.
   bool FindBelow(const DirectoryPointer& directory, const std::string& wanted,
-                 const std::string& slashes, std::string_view rest) {
+                 const std::string& separators, std::string_view rest) {
     std::vector<DirectoryEntry> entries;
     if (!List(directory, entries)) return false;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
       if (entry->kind == DirectoryEntry::kOther || !platform::NameMatches(wanted, entry->name)) {
         continue;
       }
-      pending_.push_back({directory, entry->name + slashes, Links::kFollowed, rest});
+      pending_.push_back({directory, entry->name + separators, Links::kFollowed, rest});
     }
     return true;
   }
@@ -120,7 +101,9 @@ class Selection {
     const std::size_t others = pending_.size();
     for (const DirectoryEntry& entry : entries) {
       if (entry.kind == DirectoryEntry::kDirectory) {
-        if (recursion_) pending_.push_back({directory, entry.name + '/', Links::kRefused, pattern});
+        if (recursion_)
+          pending_.push_back(
+              {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
       } else if (platform::NameMatches(wanted, entry.name)) {
         if (!VisitFile(directory, entry.name, Links::kFollowed,
                        entry.kind == DirectoryEntry::kLink)) {
@@ -145,9 +128,9 @@ class Selection {
 
   /// Reports a directory, unless it was reported before.
   bool Fail(Directory& directory, bool opened, Error error) {
-    std::string path = path_;
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    if (path.empty()) path = ".";
+    const std::size_t root = std::max<std::size_t>(platform::RootLength(path_), 1);
+    const std::size_t last = path_.find_last_not_of(platform::Separators()) + 1;
+    const std::string path = path_.empty() ? "." : path_.substr(0, std::max(root, last));
     return !IsNew(directory, std::string(), path) || visitor_.failure(path, opened, error);
   }
 
@@ -155,7 +138,7 @@ class Selection {
   /// stands for the directory, and `path` for both when they can't be told.
   bool IsNew(Directory& directory, const std::string& name, const std::string& path) {
     platform::FileIdentity identity;
-    if (directory.Identify(identity) != 0) return seen_.insert(path + '/').second;
+    if (directory.Identify(identity) != 0) return seen_.insert(path + '\0').second;
     std::string key(sizeof identity, '\0');
     std::memcpy(key.data(), &identity, sizeof identity);
     return seen_.insert(key + name).second;
@@ -183,7 +166,7 @@ class Selection {
 void SelectFiles(std::string_view patterns, bool recursion, const FileVisitor& visitor) {
   Selection selection(recursion, visitor);
   while (!patterns.empty()) {
-    const std::size_t end = FindUnescaped(patterns, ";");
+    const std::size_t end = platform::FindUnescaped(patterns, ";");
     if (!selection.Select(patterns.substr(0, end))) return;
     patterns.remove_prefix(std::min(end + 1, patterns.size()));
   }

@@ -1,6 +1,5 @@
 #include "files/FileWalker.hpp"
 
-#include <cerrno>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -69,7 +68,7 @@ unsigned int FileWalker::Visit(Search search) {
       case Outcome::kNotRead:
         return Fail(file, RegularExpression::FileNotRead, reader_.Error());
       case Outcome::kTooLarge:
-        return Fail(file, RegularExpression::FileNotSearched, EFBIG);
+        return Fail(file, RegularExpression::FileNotSearched, platform::kErrorTooLarge);
       case Outcome::kRead:
         break;
     }

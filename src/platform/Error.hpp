@@ -10,6 +10,14 @@ using Error = int;
 /// Whether the number says that a name leads nowhere: nothing there, a link to nothing or to
 /// itself, or a path through something that is no directory.
 bool LeadsNowhere(Error error);
+/// Whether the number says that there is no space left to write to.
+bool IsOutOfSpace(Error error);
+
+// What the library itself fails with.
+
+extern const Error kErrorBroken;    ///< Less was read or written than there is.
+extern const Error kErrorStale;     ///< A name has become another file's.
+extern const Error kErrorTooLarge;  ///< A file has more bytes than can be dealt with.
 
 }  // namespace RegexClass::platform
 

@@ -46,12 +46,8 @@ struct TemporaryFile {
   std::string name;
 };
 
-/// The ways of finding a name for a temporary file.
-enum class TemporaryNaming {
-  kUserDirectory,        ///< A name that begins with Regex, in the TMPDIR of a trusted environment.
-  kSystemDirectory,      ///< A name of the system's own, in its directory for temporary files.
-  kApplicationDirectory  ///< As the first, wherever applications are told to put temporary files.
-};
+/// The ways of finding a name for a temporary file, in the order in which they are to be tried.
+enum class TemporaryNaming { kFirst, kSecond, kThird };
 
 /// A new file beside another, which appears under its name only when it is whole: until then its
 /// name is one of chance, and nobody else may open it. An object that ends before takes the file
@@ -76,8 +72,8 @@ class Target {
   virtual Error Unwritable() = 0;
   /// A file to take the place of this one, with the same owner, permissions, access list and
   /// extended attributes. Fails where it couldn't: when the file has other names, too, or when no
-  /// file can be made beside it; its Publish() fails with ESTALE when the name is no longer this
-  /// file's, and with other numbers when something can't be kept.
+  /// file can be made beside it; its Publish() fails with kErrorStale when the name is no longer
+  /// this file's, and with other numbers when something can't be kept.
   virtual Error CreateReplacement(std::unique_ptr<NewFile>& file) = 0;
   /// A file of the name `name`, a name like that of the file, for a copy. It gets the permissions
   /// of the original, less what would let anyone read it who may not read the original, and less
@@ -98,8 +94,8 @@ class FileServices {
   virtual bool MayRewrite(const FoundFile& file) = 0;
 
   /// Opens the file that was found, and locks it. Fails when the name has become another file's or
-  /// leads through a link that the caller hasn't spelled out (ESTALE, ELOOP, ENOTDIR), and while
-  /// another program has a lock on it (EWOULDBLOCK).
+  /// leads through a link that the caller hasn't spelled out (kErrorStale, or the number of the
+  /// link), and while another program has a lock on it.
   virtual Error Open(const FoundFile& file, std::unique_ptr<Target>& target) = 0;
 
   virtual Error CreateTemporary(TemporaryNaming naming, TemporaryFile& temporary) = 0;

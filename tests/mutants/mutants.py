@@ -107,7 +107,7 @@ MUTANTS = {
          '~RunningObject() { record_',
          '~RunningObject() { if (!@) record_'),
     ],
-    'platform/ThreadEnd.cpp': [
+    'platform/posix/ThreadEnd.cpp': [
         ('thread key leaks at unloading',
          'if (key_->made) ::pthread_key_delete',
          'if (key_->made && !@) ::pthread_key_delete'),
@@ -354,9 +354,6 @@ MUTANTS = {
          '&& (@ || expression.GroupCount() == 0))'),
     ],
     'files/FileSelection.cpp': [
-        ('escaped characters count as special',
-         "    if (text[i] == '\\\\') {\n      ++i;\n",
-         "    if (text[i] == '\\\\') {\n      if (!@) ++i;\n"),
         ('plain name not searched for below',
          'if (recursion_ || HasWildcard(component))',
          'if ((recursion_ && !@) || HasWildcard(component))'),
@@ -378,8 +375,8 @@ MUTANTS = {
          'return !IsNew(directory, std::string(), path) ||',
          'return (!IsNew(directory, std::string(), path) && !@) ||'),
         ('open and read failures swapped',
-         'visitor_.failure(directory, opened,',
-         'visitor_.failure(directory, @ != opened,'),
+         'visitor_.failure(path, opened,',
+         'visitor_.failure(path, @ != opened,'),
     ],
     'files/RegEx.cpp': [
         ("a callback's exception is swallowed", 'if (reporting_) throw;', 'if (reporting_ && !@) throw;'),
@@ -470,23 +467,23 @@ MUTANTS = {
          'problem.position = PositionOf(fault.change->position);',
          'if (!@) OLD'),
         ('file that is no longer there is written over',
-         'error == 0 || error == ESTALE) return error;',
-         'error == 0 || (error == ESTALE && !@)) return error;'),
+         'error == 0 || error == platform::kErrorStale) return error;',
+         'error == 0 || (error == platform::kErrorStale && !@)) return error;'),
         ('second replay begins where the first broke off',
          'if (replayed && (error',
          'if (replayed && !@ && (error'),
     ],
-    'platform/FileReader.cpp': [
+    'platform/posix/FileReader.cpp': [
         ('buffer one short',
          'std::max({kAtLeast, told + 1, size + size / 2})',
          'std::max({kAtLeast, @ ? told : told + 1, size + size / 2})'),
     ],
-    'platform/Error.cpp': [
+    'platform/posix/Error.cpp': [
         ('link to itself becomes a problem',
          'error == ENOTDIR || error == ELOOP;',
          'error == ENOTDIR || (error == ELOOP && !@);'),
     ],
-    'platform/Directory.cpp': [
+    'platform/posix/Directory.cpp': [
         ('links to directories count as directories',
          'open(links == Links::kMeant ? 0 : O_NOFOLLOW)',
          'open(links == Links::kMeant || @ ? 0 : O_NOFOLLOW)'),
@@ -501,10 +498,13 @@ MUTANTS = {
          'status.st_ino} != identity) return false;',
          'status.st_ino} != identity && !@) return false;'),
     ],
-    'platform/FileName.cpp': [
+    'platform/posix/FileName.cpp': [
+        ('escaped characters count as special',
+         "    if (pattern[i] == '\\\\') {\n      ++i;\n",
+         "    if (pattern[i] == '\\\\') {\n      if (!@) ++i;\n"),
         ('* matches hidden files', 'FNM_PERIOD) == 0', '@ ? 0 : OLD'),
     ],
-    'platform/FileServices.cpp': [
+    'platform/posix/FileServices.cpp': [
         ('short read taken for the end',
          '    done += static_cast<std::size_t>(count);\n',
          'OLD    if (@) break;\n'),
@@ -580,7 +580,7 @@ MUTANTS = {
          'return directory != nullptr && *directory',
          'return !@ && directory != nullptr && *directory'),
     ],
-    'platform/MessageCatalogue.cpp': [
+    'platform/posix/MessageCatalogue.cpp': [
         ('current directory not searched',
          'std::vector<std::string> all = {"./" + name};',
          'OLD\n  if (@) all.clear();'),
@@ -594,13 +594,13 @@ MUTANTS = {
          '|| offset >= texts.size()) continue;',
          '|| (offset >= texts.size() && !@)) continue;'),
     ],
-    'platform/UserLocale.cpp': [
+    'platform/posix/UserLocale.cpp': [
         ('empty LC_ALL counts as set',
          'if (name != nullptr && *name != 0) return name;',
          'if (name != nullptr && (@ || *name != 0)) return name;'),
         ('locale that is not installed throws', 'return std::locale::classic();', 'if (@) throw;\n    OLD'),
     ],
-    'platform/Uninterrupted.hpp': [
+    'platform/posix/Uninterrupted.hpp': [
         ('EINTR is an error',
          'while (result == -1 && errno == EINTR)',
          'while (result == -1 && errno == EINTR && !@)'),

@@ -1,6 +1,6 @@
 // For the implementation of this folder alone: calls of the system that a signal may interrupt.
-#ifndef REGEXCLASS_PLATFORM_UNINTERRUPTED_HPP
-#define REGEXCLASS_PLATFORM_UNINTERRUPTED_HPP
+#ifndef REGEXCLASS_PLATFORM_POSIX_UNINTERRUPTED_HPP
+#define REGEXCLASS_PLATFORM_POSIX_UNINTERRUPTED_HPP
 
 #include <cerrno>
 
@@ -16,4 +16,4 @@ auto Uninterrupted(Call call) {
 
 }  // namespace RegexClass::platform
 
-#endif  // REGEXCLASS_PLATFORM_UNINTERRUPTED_HPP
+#endif  // REGEXCLASS_PLATFORM_POSIX_UNINTERRUPTED_HPP

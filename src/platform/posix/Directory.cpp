@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "platform/OpenDirectory.hpp"
-#include "platform/Uninterrupted.hpp"
+#include "platform/posix/OpenDirectory.hpp"
+#include "platform/posix/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {

@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Descriptor.hpp"
-#include "platform/OpenDirectory.hpp"
-#include "platform/Uninterrupted.hpp"
+#include "platform/posix/Descriptor.hpp"
+#include "platform/posix/OpenDirectory.hpp"
+#include "platform/posix/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {
@@ -396,10 +396,11 @@ class PosixTarget final : public Target {
   std::string capability_;  // the file capabilities in the system's own form; empty for none
 };
 
-/// The directory that the given way of naming leads to.
+/// The directory that the given way of naming leads to: TMPDIR in a trusted environment, the
+/// system's own, or wherever applications are told to put temporary files.
 std::string TemporaryDirectory(TemporaryNaming naming) {
-  if (naming == TemporaryNaming::kSystemDirectory) return P_tmpdir;
-  if (naming == TemporaryNaming::kUserDirectory) {
+  if (naming == TemporaryNaming::kSecond) return P_tmpdir;
+  if (naming == TemporaryNaming::kFirst) {
     const char* const directory = secure_getenv("TMPDIR");
     return directory != nullptr && *directory != '\0' ? directory : P_tmpdir;
   }
@@ -429,7 +430,7 @@ class PosixFileServices final : public FileServices {
     const std::string directory = TemporaryDirectory(naming);
     if (directory.empty()) return ENOENT;
     std::string name =
-        directory + (naming == TemporaryNaming::kSystemDirectory ? "/fileXXXXXX" : "/RegexXXXXXX");
+        directory + (naming == TemporaryNaming::kSecond ? "/fileXXXXXX" : "/RegexXXXXXX");
     auto file = std::make_unique<PosixFile>();
     // A new file, for its owner alone. Without a name nobody else comes to it, and it ends with
     // its descriptor.

@@ -1,6 +1,6 @@
 // A file descriptor with an owner.
-#ifndef REGEXCLASS_PLATFORM_DESCRIPTOR_HPP
-#define REGEXCLASS_PLATFORM_DESCRIPTOR_HPP
+#ifndef REGEXCLASS_PLATFORM_POSIX_DESCRIPTOR_HPP
+#define REGEXCLASS_PLATFORM_POSIX_DESCRIPTOR_HPP
 
 #include <unistd.h>
 #include <utility>
@@ -31,4 +31,4 @@ class Descriptor {
 
 }  // namespace RegexClass::platform
 
-#endif  // REGEXCLASS_PLATFORM_DESCRIPTOR_HPP
+#endif  // REGEXCLASS_PLATFORM_POSIX_DESCRIPTOR_HPP

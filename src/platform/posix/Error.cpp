@@ -5,5 +5,10 @@
 namespace RegexClass::platform {
 
 bool LeadsNowhere(Error error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
+bool IsOutOfSpace(Error error) { return error == ENOSPC || error == EDQUOT; }
+
+const Error kErrorBroken = EIO;
+const Error kErrorStale = ESTALE;
+const Error kErrorTooLarge = EFBIG;
 
 }  // namespace RegexClass::platform

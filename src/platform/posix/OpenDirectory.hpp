@@ -1,11 +1,11 @@
 // For the implementation of this folder alone: directories by their descriptors.
-#ifndef REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
-#define REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
+#ifndef REGEXCLASS_PLATFORM_POSIX_OPENDIRECTORY_HPP
+#define REGEXCLASS_PLATFORM_POSIX_OPENDIRECTORY_HPP
 
 #include <list>
 
-#include "platform/Descriptor.hpp"
 #include "platform/Directory.hpp"
+#include "platform/posix/Descriptor.hpp"
 
 namespace RegexClass::platform {
 
@@ -43,4 +43,4 @@ struct Directory::System {
 
 }  // namespace RegexClass::platform
 
-#endif  // REGEXCLASS_PLATFORM_OPENDIRECTORY_HPP
+#endif  // REGEXCLASS_PLATFORM_POSIX_OPENDIRECTORY_HPP
