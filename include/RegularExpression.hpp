@@ -554,7 +554,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   // match before (or the start of the string) and this match, and the text behind this match;
   // these last two entries are always there, with position -1 when they are empty. The two events
   // on files leave them out. The vector is valid during the call only, and costs a copy of all
-  // these texts.
+  // these texts: in a large text with many matches, turn these two off by SetReportContext(false).
   //
   // The numbers are the line of the match and the offset of the start of that line. A bool&
   // arrives true; set to false it ends the run or the report. A notification may use the object,
@@ -577,6 +577,14 @@ class REGEXCLASS_EXPORT RegularExpression {
                                             const std::vector<REMatch>&, unsigned int, bool&>;
   using FileFunction = void (*)(RegularExpression*, std::string, bool&);
   using FileClosure = boost::function3<void, RegularExpression*, std::string, bool&>;
+
+  /// Whether a report of a match in a string has the text before and behind the match, which are
+  /// copied for it: a walk with a match in each line of a text copies half of the text at each. When
+  /// false, the last two entries of the vector are there, empty, with position -1, nothing is copied,
+  /// and a walk takes a time in proportion to the text. Format has both texts in any case. True at the
+  /// start; goes with the slots, and holds for an operation as it was when that began.
+  void SetReportContext(bool context);
+  bool GetReportContext() const;
 
   /// OnMatching: Match or MatchAll has succeeded.
   void SetOnMatching(MatchFunction function);

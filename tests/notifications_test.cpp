@@ -44,8 +44,10 @@ void CheckSlots(void (RE::*setFunction)(F), F (RE::*getFunction)() const, void (
   (re.*setClosure)(Counter());
   (re.*setFunction)(nullptr);  // nor does a null function
   holds(re, nullptr, true, 1);
+  re.SetReportContext(!RE().GetReportContext());
   const RE copy(re);
   assigned = re;
+  EXPECT_FALSE(copy.GetReportContext() || assigned.GetReportContext());
   EXPECT_TRUE(copy == RE());  // the slots don't count in a comparison
   holds(assigned, nullptr, true, 3);
   (re.*setClosure)(C());

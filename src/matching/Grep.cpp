@@ -30,7 +30,7 @@ unsigned int RegularExpression::Grep() {
   }
   // A copy, because the subscriber may set another string.
   const std::string text = state->settings.stringToMatch;
-  WalkReporter reporter(this, subscriber, text.data());
+  WalkReporter reporter(*state, subscriber, text.data());
   return GrepText(*state, text, [&](const boost::cmatch& results) {
     const CurrentResultsScope current(*state, results);
     return reporter(results);

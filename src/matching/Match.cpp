@@ -28,7 +28,7 @@ bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept)
   if (const auto subscriber = slot.Current()) {
     const Line line = LineCounter(first).At(results[0].first);
     std::vector<REMatch> matches;
-    ToMatchVector(*state.CurrentResults(), matches);
+    ToMatchVector(*state.CurrentResults(), state.notifications.context, matches);
     subscriber(state.owner, std::as_const(matches), line.number, line.start);
   }
   return true;

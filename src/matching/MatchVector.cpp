@@ -5,7 +5,7 @@
 
 namespace RegexClass {
 
-void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches) {
+void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches) {
   const std::size_t marks = results.size();
   const char* const base = results[0].first - results.position();
   matches.resize(marks + 2);
@@ -14,7 +14,7 @@ void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches) 
     const int index = i < marks ? static_cast<int>(i) : static_cast<int>(marks - i) - 1;
     const boost::csub_match& part = results[index];
     REMatch& match = matches[i];
-    if (part.matched) {
+    if (part.matched && (context || i < marks)) {
       match.text.assign(part.first, part.second);
       match.position = static_cast<std::int32_t>(part.first - base);
     } else {

@@ -11,8 +11,8 @@
 namespace RegexClass {
 
 /// Makes `matches` the match vector of `results`: the whole match, the groups, the prefix and the
-/// suffix. Reuses the memory that the vector and its texts have.
-void ToMatchVector(const boost::cmatch& results, std::vector<REMatch>& matches);
+/// suffix, which are empty without `context`. Reuses the memory that the vector and its texts have.
+void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches);
 
 /// The line on which a match begins.
 struct Line {

@@ -18,13 +18,16 @@ class WalkReporter {
       Subscriber<RegularExpression::WalkFunction, RegularExpression::WalkClosure>;
 
   /// `text` is the start of what is walked.
-  WalkReporter(RegularExpression* owner, WalkSubscriber subscriber, const char* text)
-      : owner_(owner), subscriber_(std::move(subscriber)), lines_(text) {}
+  WalkReporter(const ExpressionState& state, WalkSubscriber subscriber, const char* text)
+      : owner_(state.owner),
+        subscriber_(std::move(subscriber)),
+        context_(state.notifications.context),
+        lines_(text) {}
 
   /// Calls the subscriber; false when it wants no more.
   bool operator()(const boost::cmatch& results) {
     const Line line = lines_.At(results[0].first);
-    ToMatchVector(results, matches_);
+    ToMatchVector(results, context_, matches_);
     bool goOn = true;
     subscriber_(owner_, std::as_const(matches_), line.number, line.start, goOn);
     return goOn;
@@ -33,6 +36,7 @@ class WalkReporter {
  private:
   RegularExpression* const owner_;
   const WalkSubscriber subscriber_;
+  const bool context_;
   LineCounter lines_;
   std::vector<REMatch> matches_;
 };

@@ -81,6 +81,7 @@ class Slot {
 
 /// The slots of an object, in the order of its events.
 struct Notifications {
+  bool context = true;  // a report of a match in a string has the text before and behind it
   Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onMatching;
   Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onSearching;
   Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onGrepping;

@@ -6,6 +6,9 @@
 
 namespace RegexClass {
 
+void RegularExpression::SetReportContext(bool context) { state->notifications.context = context; }
+bool RegularExpression::GetReportContext() const { return state->notifications.context; }
+
 void RegularExpression::SetOnMatching(MatchFunction function) {
   state->notifications.onMatching.SetFunction(function);
 }

@@ -34,7 +34,7 @@ std::string MergeBySubscriber(ExpressionState& state,
   const std::string text = settings.stringToMatch;  // the subscriber may set another
   const bool onlyFirst = settings.mergeOnlyFirst;
   const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
-  WalkReporter reporter(state.owner, subscriber, text.data());
+  WalkReporter reporter(state, subscriber, text.data());
   std::string merged;
   const char* done = text.data();  // up to here all is in the output; moves only when copying
   const char* const last = done + text.size();
