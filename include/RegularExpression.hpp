@@ -2,17 +2,13 @@
 //
 // An application makes a RegularExpression, sets an expression, options, a locale model and the
 // text to work on, and calls one operation. The answer is a verdict, a count or a text; the
-// matches themselves arrive as plain REMatch records through notifications.
+// matches themselves are plain REMatch records, given back or handed to notifications one by one.
 //
 //   RegexClass::RegularExpression re;
 //   re.SetExpression("(\\w+)@(\\w+)");
 //   re.SetStringToMatch("write to ann@example now");
-//   re.SetOnSearchingClosure([](RegexClass::RegularExpression*,
-//                               const std::vector<RegexClass::REMatch>& match, unsigned line,
-//                               unsigned) {
-//     std::cout << "line " << line << ": user " << match[1].text << '\n';
-//   });
-//   bool found = re.Search();
+//   std::vector<RegexClass::REMatch> match;
+//   if (re.Search(match)) std::cout << "user " << match[1].text << '\n';
 //
 // What holds everywhere:
 //
@@ -35,12 +31,18 @@
 #ifndef REGEXCLASS_REGULAREXPRESSION_HPP
 #define REGEXCLASS_REGULAREXPRESSION_HPP
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <locale>
 #include <memory>
 #include <regexclass_export.h>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <boost/function.hpp>
@@ -53,12 +55,88 @@ class ExpressionState;
 struct REMatch {
   std::string text;            ///< Its bytes, zero bytes included; empty if it took no part.
   std::int32_t position = -1;  ///< Offset from the start of the string; -1 if it took no part.
+
+  friend bool operator==(const REMatch& a, const REMatch& b) {
+    return a.position == b.position && a.text == b.text;
+  }
+  friend bool operator!=(const REMatch& a, const REMatch& b) { return !(a == b); }
 };
+
+namespace detail {
+
+/// The last parameter of what can be called in one way only; void where that can't be told.
+template <class Callable>
+struct LastParameter {
+  using Type = void;
+};
+template <class... Parameters>
+using LastOf = std::tuple_element_t<sizeof...(Parameters), std::tuple<void, Parameters...>>;
+template <class Result, class... Parameters>
+struct LastParameter<Result (*)(Parameters...)> {
+  using Type = LastOf<Parameters...>;
+};
+template <class Result, class Class, class... Parameters>
+struct LastParameter<Result (Class::*)(Parameters...)> {
+  using Type = LastOf<Parameters...>;
+};
+template <class Result, class Class, class... Parameters>
+struct LastParameter<Result (Class::*)(Parameters...) const> {
+  using Type = LastOf<Parameters...>;
+};
+template <class Result, class Class, class... Parameters>
+struct LastParameter<Result (Class::*)(Parameters...) noexcept> {
+  using Type = LastOf<Parameters...>;
+};
+template <class Result, class Class, class... Parameters>
+struct LastParameter<Result (Class::*)(Parameters...) const noexcept> {
+  using Type = LastOf<Parameters...>;
+};
+
+template <class Callable, class = void>
+struct LastParameterOf : LastParameter<Callable> {};
+template <class Callable>
+struct LastParameterOf<Callable, std::void_t<decltype(&Callable::operator())>>
+    : LastParameter<decltype(&Callable::operator())> {};
+
+template <class Callable>
+struct IsStdFunction : std::false_type {};
+template <class Signature>
+struct IsStdFunction<std::function<Signature>> : std::true_type {};
+
+/// The closure that calls `callable`; an empty one for null and for an empty std::function.
+template <class Closure, class Callable>
+Closure ToClosure(Callable callable) {
+  if constexpr (std::is_null_pointer_v<Callable>) {
+    return Closure();
+  } else {
+    using Last = typename LastParameterOf<Callable>::Type;
+    static_assert(
+        !std::is_same_v<std::remove_cv_t<Last>, bool> && !std::is_same_v<Last, const bool&>,
+        "This closure takes its last bool by value, so that setting it to false would stop "
+        "nothing: make it a bool&.");
+    if constexpr (IsStdFunction<Callable>::value) {
+      if (!callable) return Closure();
+    }
+    return Closure(std::move(callable));
+  }
+}
+
+/// For what the closure's own type doesn't take: enables a setter for everything but numbers.
+template <class Callable>
+using EnableForClosure = std::enable_if_t<!std::is_arithmetic_v<Callable>>;
+
+/// Enables a setter for what becomes a std::string_view by itself, but no std::string.
+template <class Text>
+using EnableForView = std::enable_if_t<std::is_convertible_v<const Text&, std::string_view> &&
+                                       !std::is_convertible_v<const Text&, std::string>>;
+
+}  // namespace detail
 
 /// A regular expression with all that belongs to its use.
 ///
 /// A copy takes over the settings and the notifications, and compiles afresh; nothing is shared
-/// with its source, and its std::locale is the global one, not the source's.
+/// with its source, and its std::locale is the global one, not the source's. A move takes over
+/// everything, std::locale and compiled expressions included.
 class REGEXCLASS_EXPORT RegularExpression {
  public:
   /// How the text of an expression is read. The numbers are fixed.
@@ -213,16 +291,27 @@ class REGEXCLASS_EXPORT RegularExpression {
   RegularExpression();
   /// Copies settings and notifications. See the class for what stays behind.
   RegularExpression(const RegularExpression& source);
+  /// Takes over everything; the source is like a new object afterwards. Ends the process when there
+  /// is no memory for a new one.
+  RegularExpression(RegularExpression&& source) noexcept;
   /// Not to be called from a notification of the object.
   virtual ~RegularExpression();
 
   /// Copies settings and notifications. The target keeps its std::locale, and compiles afresh at
   /// the next operation. Assigning an object to itself does nothing.
   RegularExpression& operator=(const RegularExpression& source);
+  /// Takes over everything; the source is like a new object afterwards.
+  RegularExpression& operator=(RegularExpression&& source) noexcept;
+
+  /// Exchanges everything: settings, notifications, std::locale, compiled expressions and the lists
+  /// of problems. In a notification it does to the running operation what setting everything anew
+  /// does. A swap(a, b) does the same.
+  void Swap(RegularExpression& other) noexcept;
 
   /// True when all settings are equal: both option sets, the strings, the enumerations and the
   /// plain settings. The std::locale, the notifications and the results of operations don't count.
   bool operator==(const RegularExpression& other) const;
+  bool operator!=(const RegularExpression& other) const { return !(*this == other); }
 
   // --------------------------------------------------------------------------- plain settings
 
@@ -230,10 +319,21 @@ class REGEXCLASS_EXPORT RegularExpression {
   std::string GetExpression() const;
   /// Setting the text that is already there keeps the compiled expression.
   void SetExpression(const std::string& expression);
+  void SetExpression(std::string&& expression);
+  template <class Text, class = detail::EnableForView<Text>>
+  void SetExpression(const Text& expression) {
+    SetExpression(std::string(std::string_view(expression)));
+  }
 
   /// The text that the operations on a string work on; zero bytes are characters like any other.
   std::string GetStringToMatch() const;
   void SetStringToMatch(const std::string& text);
+  /// Takes the text over without a copy.
+  void SetStringToMatch(std::string&& text);
+  template <class Text, class = detail::EnableForView<Text>>
+  void SetStringToMatch(const Text& text) {
+    SetStringToMatch(std::string(std::string_view(text)));
+  }
 
   /// The pattern of the files that the operations on files work on; empty, the start value, for
   /// none. It ends at its first zero byte.
@@ -378,17 +478,24 @@ class REGEXCLASS_EXPORT RegularExpression {
   //
   // Expressions in NormalSyntax take the first match that Perl would take; all other syntaxes take
   // the longest of the leftmost matches.
+  //
+  // Match, MatchAll, Search and Grep also give their matches back: the whole match and each group
+  // in order, without the text before and behind. What was there is replaced on success, and gone
+  // otherwise, also when something throws. The notification is raised as ever.
 
   /// True when the leftmost match begins at the first character; it need not reach the end.
   /// Raises OnMatching then.
   bool Match();
+  bool Match(std::vector<REMatch>& match);
 
   /// True when the expression matches the string from its first character to its end. Raises
   /// OnMatching then.
   bool MatchAll();
+  bool MatchAll(std::vector<REMatch>& match);
 
   /// True when there is a match anywhere. Raises OnSearching with the leftmost one.
   bool Search();
+  bool Search(std::vector<REMatch>& match);
 
   /// Walks through the string from match to match, raises OnGrepping for each, and gives the
   /// number of matches, 0 on every failure.
@@ -400,6 +507,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// that it started with, whatever a notification sets, and whatever other operations it starts
   /// on the object.
   unsigned int Grep();
+  unsigned int Grep(std::vector<std::vector<REMatch>>& matches);
 
   /// Replaces the content of `out` by what the format string makes of the match that is being
   /// reported: inside OnMatching, OnSearching, OnGrepping and OnMerging. Leaves it empty at any
@@ -544,9 +652,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   // ---------------------------------------------------------------------------- notifications
   //
   // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
-  // setting a null function or an empty closure leaves the other kind alone. A closure that holds
-  // an empty std::function isn't empty: it counts as a subscriber, and throws when it is called.
-  // Grep and Merge call a clone of the closure, so that what a mutable one changes in itself is
+  // setting a null function or an empty closure leaves the other kind alone; nullptr and an empty
+  // std::function are empty closures. A closure whose last parameter is a bool where a bool&
+  // belongs doesn't compile, since it couldn't stop anything. Grep and Merge call a clone of the closure, so that what a mutable one changes in itself is
   // gone with the operation. A closure that replaces or removes itself while it runs stays alive
   // until it has returned. Slots are copied with the object and take no part in comparison.
   //
@@ -590,50 +698,81 @@ class REGEXCLASS_EXPORT RegularExpression {
   void SetOnMatching(MatchFunction function);
   MatchFunction GetOnMatching() const;
   void SetOnMatchingClosure(MatchClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnMatchingClosure(Callable callable) {
+    SetOnMatchingClosure(detail::ToClosure<MatchClosure>(std::move(callable)));
+  }
   MatchClosure GetOnMatchingClosure() const;
 
   /// OnSearching: Search has found a match.
   void SetOnSearching(MatchFunction function);
   MatchFunction GetOnSearching() const;
   void SetOnSearchingClosure(MatchClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnSearchingClosure(Callable callable) {
+    SetOnSearchingClosure(detail::ToClosure<MatchClosure>(std::move(callable)));
+  }
   MatchClosure GetOnSearchingClosure() const;
 
   /// OnGrepping: each match of a walk over the string.
   void SetOnGrepping(WalkFunction function);
   WalkFunction GetOnGrepping() const;
   void SetOnGreppingClosure(WalkClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnGreppingClosure(Callable callable) {
+    SetOnGreppingClosure(detail::ToClosure<WalkClosure>(std::move(callable)));
+  }
   WalkClosure GetOnGreppingClosure() const;
 
   /// OnGreppingFiles: each match in each file of a walk over files.
   void SetOnGreppingFiles(FileMatchFunction function);
   FileMatchFunction GetOnGreppingFiles() const;
   void SetOnGreppingFilesClosure(FileMatchClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnGreppingFilesClosure(Callable callable) {
+    SetOnGreppingFilesClosure(detail::ToClosure<FileMatchClosure>(std::move(callable)));
+  }
   FileMatchClosure GetOnGreppingFilesClosure() const;
 
   /// OnFindFiles: each file that holds a match.
   void SetOnFindFiles(FileFunction function);
   FileFunction GetOnFindFiles() const;
   void SetOnFindFilesClosure(FileClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnFindFilesClosure(Callable callable) {
+    SetOnFindFilesClosure(detail::ToClosure<FileClosure>(std::move(callable)));
+  }
   FileClosure GetOnFindFilesClosure() const;
 
   /// OnMerging: each match about to be replaced in the string.
   void SetOnMerging(WalkFunction function);
   WalkFunction GetOnMerging() const;
   void SetOnMergingClosure(WalkClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnMergingClosure(Callable callable) {
+    SetOnMergingClosure(detail::ToClosure<WalkClosure>(std::move(callable)));
+  }
   WalkClosure GetOnMergingClosure() const;
 
   /// OnChangingFiles: each match about to be replaced in a file.
   void SetOnChangingFiles(FileMatchFunction function);
   FileMatchFunction GetOnChangingFiles() const;
   void SetOnChangingFilesClosure(FileMatchClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnChangingFilesClosure(Callable callable) {
+    SetOnChangingFilesClosure(detail::ToClosure<FileMatchClosure>(std::move(callable)));
+  }
   FileMatchClosure GetOnChangingFilesClosure() const;
 
  private:
-  friend REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, RegularExpression& object);
+  friend REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out,
+                                                    const RegularExpression& object);
   friend REGEXCLASS_EXPORT std::istream& operator>>(std::istream& in, RegularExpression& object);
 
   const std::unique_ptr<ExpressionState> state;
 };
+
+inline void swap(RegularExpression& a, RegularExpression& b) noexcept { a.Swap(b); }
 
 // ---------------------------------------------------------------------- settings on a stream
 //
@@ -650,7 +789,7 @@ class REGEXCLASS_EXPORT RegularExpression {
 /// of a failure. Whoever writes anything behind a record puts white space between the two. Of the
 /// maximum number of splits the low 32 bits travel. A string of 4 GiB or more sets failbit and ends
 /// the writing.
-REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, RegularExpression& object);
+REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, const RegularExpression& object);
 
 /// Reads one record, of version 1 or 2, into the object, and leaves what follows it in the stream.
 /// Version 1 has fewer settings; the object keeps the others. Every value is stored as it is read,

@@ -19,9 +19,6 @@
 
 namespace RegexClass {
 
-inline bool operator==(const REMatch& a, const REMatch& b) {
-  return a.text == b.text && a.position == b.position;
-}
 inline std::ostream& operator<<(std::ostream& out, const REMatch& match) {
   return out << '(' << match.text << ", " << match.position << ')';
 }

@@ -1,5 +1,7 @@
 // The slots of the events: who is in them, and what a closure sees of itself.
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
@@ -78,6 +80,9 @@ TEST(Notifications, KeepWhatAClosureChangesInItselfUnlessAWalkClonesIt) {
   EXPECT_EQ(closure.target<Counter>()->calls, 2);
   RE::WalkClosure walkClosure = re.GetOnGreppingClosure();
   EXPECT_EQ(walkClosure.target<Counter>()->calls, 0);
+  re.SetOnMatchingClosure(nullptr);
+  re.SetOnGreppingClosure(std::function<void(RE*, const std::vector<REMatch>&, int, int, bool&)>());
+  EXPECT_TRUE(re.GetOnMatchingClosure().empty() && re.GetOnGreppingClosure().empty());
 }
 
 TEST(Notifications, MayReplaceThemselvesWhileTheyRun) {

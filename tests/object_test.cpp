@@ -41,7 +41,16 @@ TEST(Object, CompilesOnceUntilSomethingThatMattersChanges) {
       {[](RE& re) { re.SetLocaleDll(""); }, false},
       {[](RE& re) { re.SetStringToMatch("b"), re.ClearMatchOptions(); }, false},
       {[](RE& re) { re.SetLocaleModel(RE::CLocale), re.SetLocaleModel(RE::CppLocale); }, false},
-      {[](RE& re) { re = RE(re); }, true},
+      {[](RE& re) {
+         const RE copy = re;
+         re = copy;
+       },
+       true},
+      {[](RE& re) {
+         RE other;
+         swap(re, other), re = std::move(other);
+       },
+       false},
       {[](RE& re) { re = static_cast<const RE&>(re); }, false},
   };
   int number = 0;
@@ -60,6 +69,63 @@ TEST(Object, CompilesOnceUntilSomethingThatMattersChanges) {
     EXPECT_EQ(re.ParseExpression(), RE::NoError);
     EXPECT_EQ(asked > 0, matters);
     EXPECT_EQ(KnownGroups(re), 1U);
+  }
+}
+
+TEST(Object, MovesWithAllThatItHas) {
+  const std::locale own("C.UTF-8");
+  std::vector<RE> objects(1);
+  objects[0] = Make("(a)(b)", "ab");
+  objects[0].SetLocale(own);
+  objects[0].SetOnSearchingClosure([](auto&&...) {});
+  EXPECT_TRUE(objects[0].Search());
+  const RE copy = objects[0];
+  objects.resize(9);
+  EXPECT_EQ(KnownGroups(objects[0]), 2U);
+  EXPECT_EQ(objects[0].GetLocale(), own);
+  EXPECT_FALSE(objects[0].GetOnSearchingClosure().empty());
+  const RE taken = std::move(objects[0]);
+  EXPECT_TRUE(taken == copy && taken != objects[0]);
+  EXPECT_TRUE(objects[0] == RE() && objects[0].GetOnSearchingClosure().empty());
+  EXPECT_NE(objects[0].GetLocale(), own);
+
+  RE re = Make("x", "xx");  // moved from and into while it runs
+  unsigned int runs = 0;
+  re.SetOnGreppingClosure([&](RE* running, auto&&...) {
+    if (++runs == 1)
+      *running = RE();
+    else
+      RE().Swap(*running);
+  });
+  EXPECT_EQ(re.Grep(), 2U);
+  EXPECT_EQ(re, RE());
+}
+
+TEST(Object, GivesItsMatchesBack) {
+  const std::vector<REMatch> first = {{"ab", 1}, {"a", 1}, {"", -1}},
+                             second = {{"b", 4}, {"", -1}, {"", -1}};
+  for (const bool told : {false, true}) {
+    RE re;
+    re.SetExpression(std::string_view("(a)?(x)?b"));
+    std::string text = "-ab-b";
+    re.SetStringToMatch(std::move(text));
+    const auto spoil = [](RE* running, auto&&...) { running->SetStringToMatch("spoilt"); };
+    if (told)
+      re.SetOnSearchingClosure(spoil), re.SetOnMatchingClosure(spoil),
+          re.SetOnGreppingClosure(spoil);
+    std::vector<REMatch> match = second;
+    std::vector<std::vector<REMatch>> matches(7);
+    EXPECT_FALSE(re.Match(match) || re.MatchAll(match) || !match.empty());
+    EXPECT_EQ(re.Grep(matches), 2U);
+    EXPECT_EQ(matches, (std::vector<std::vector<REMatch>>{first, second}));
+    re.SetStringToMatch("-ab-b");
+    EXPECT_TRUE(re.Search(match) && match == first);
+    re.SetStringToMatch("b");
+    EXPECT_TRUE(re.MatchAll(match) && match[0] == (REMatch{"b", 0}));
+    re.SetOnGreppingClosure([](auto&&...) { throw 1; });
+    re.SetStringToMatch("b");
+    EXPECT_THROW(re.Grep(matches), int);
+    EXPECT_TRUE(matches.empty());
   }
 }
 

@@ -119,13 +119,6 @@ unsigned int FileWalker::Find(const Report& report) {
   });
 }
 
-std::vector<REMatch> FileWalker::Marks() const {
-  std::vector<REMatch> marks;
-  marks.reserve(match_->size());
-  for (const boost::csub_match& mark : *match_) {
-    marks.push_back({mark.str(), mark.matched ? static_cast<std::int32_t>(PositionOf(mark)) : -1});
-  }
-  return marks;
-}
+std::vector<REMatch> FileWalker::Marks() const { return MarksOf(*match_, reader_.Text().data()); }
 
 }  // namespace RegexClass

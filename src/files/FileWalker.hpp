@@ -51,7 +51,9 @@ class FileWalker {
   /// The marks, as a notification gets them: without the text before and behind.
   std::vector<REMatch> Marks() const;
   /// The offset of the match from the start of the file.
-  std::uint32_t Position() const { return PositionOf((*match_)[0]); }
+  std::uint32_t Position() const {
+    return static_cast<std::uint32_t>((*match_)[0].first - reader_.Text().data());
+  }
   /// The bytes of the match.
   std::string Text() const { return (*match_)[0].str(); }
   /// The line on which the match begins, from 1.
@@ -65,9 +67,6 @@ class FileWalker {
   unsigned int Visit(Search search);
   bool RaiseReport(const Report& report);
   bool Fail(const std::string& file, RegularExpression::SearchProblemKind kind, int number);
-  std::uint32_t PositionOf(const boost::csub_match& mark) const {
-    return static_cast<std::uint32_t>(mark.first - reader_.Text().data());
-  }
 
   engine::AnyExpression expression_;
   const std::string patterns_;

@@ -18,23 +18,41 @@ unsigned int GrepText(ExpressionState& state, const std::string& text, Report re
   });
 }
 
+using Matches = std::vector<std::vector<REMatch>>;
+
+/// Walks, and keeps each match in `matches` unless that is null.
+unsigned int GrepInto(ExpressionState& state, Matches* matches) {
+  if (matches != nullptr) matches->clear();
+  if (state.ParseExpression() != RegularExpression::NoError) return 0;
+
+  Matches found;
+  const auto keep = [&](const boost::cmatch& results, const std::string& text) {
+    if (matches != nullptr) found.push_back(MarksOf(results, text.data()));
+    return true;
+  };
+  unsigned int count = 0;
+  if (const auto subscriber = state.notifications.onGrepping.Clone()) {
+    // A copy, because the subscriber may set another string.
+    const std::string text = state.settings.stringToMatch;
+    WalkReporter reporter(state, subscriber, text.data());
+    count = GrepText(state, text, [&](const boost::cmatch& results) {
+      const CurrentResultsScope current(state, results);
+      return keep(results, text) && reporter(results);
+    });
+  } else {
+    const std::string& text = state.settings.stringToMatch;
+    count =
+        GrepText(state, text, [&](const boost::cmatch& results) { return keep(results, text); });
+  }
+  if (matches != nullptr) matches->swap(found);
+  return count;
+}
+
 }  // namespace
 
-unsigned int RegularExpression::Grep() {
-  if (state->ParseExpression() != NoError) return 0;
-
-  const auto subscriber = state->notifications.onGrepping.Clone();
-  if (!subscriber) {
-    return GrepText(*state, state->settings.stringToMatch,
-                    [](const boost::cmatch&) { return true; });
-  }
-  // A copy, because the subscriber may set another string.
-  const std::string text = state->settings.stringToMatch;
-  WalkReporter reporter(*state, subscriber, text.data());
-  return GrepText(*state, text, [&](const boost::cmatch& results) {
-    const CurrentResultsScope current(*state, results);
-    return reporter(results);
-  });
+unsigned int RegularExpression::Grep() { return GrepInto(*state, nullptr); }
+unsigned int RegularExpression::Grep(std::vector<std::vector<REMatch>>& matches) {
+  return GrepInto(*state, &matches);
 }
 
 }  // namespace RegexClass

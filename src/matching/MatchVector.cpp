@@ -24,6 +24,15 @@ void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMat
   }
 }
 
+std::vector<REMatch> MarksOf(const boost::cmatch& results, const char* text) {
+  std::vector<REMatch> marks;
+  marks.reserve(results.size());
+  for (const boost::csub_match& mark : results) {
+    marks.push_back({mark.str(), mark.matched ? static_cast<std::int32_t>(mark.first - text) : -1});
+  }
+  return marks;
+}
+
 Line LineCounter::At(const char* position) {
   while (position_ < position) {
     const auto rest = static_cast<std::size_t>(position - position_);

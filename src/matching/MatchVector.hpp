@@ -14,6 +14,10 @@ namespace RegexClass {
 /// suffix, which are empty without `context`. Reuses the memory that the vector and its texts have.
 void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches);
 
+/// The whole match and the groups of `results`, as those see them who get no prefix and no suffix.
+/// `text` is the start of what was searched.
+std::vector<REMatch> MarksOf(const boost::cmatch& results, const char* text);
+
 /// The line on which a match begins.
 struct Line {
   unsigned int number;  // from 1

@@ -19,6 +19,17 @@ ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   return *this;
 }
 
+void ExpressionState::Swap(ExpressionState& other) noexcept {
+  std::swap(SettingsToChangeString(), other.SettingsToChangeString());
+  std::swap(texts, other.texts);
+  std::swap(notifications, other.notifications);
+  std::swap(locale, other.locale);
+  std::swap(models, other.models);
+  grepFilesErrors.swap(other.grepFilesErrors);
+  findFilesErrors.swap(other.findFilesErrors);
+  changeFilesErrors.swap(other.changeFilesErrors);
+}
+
 void ExpressionState::MarkNotCompiled() {
   models.ForEach([](auto& model) { model.record.compiled = false; });
 }
@@ -28,12 +39,24 @@ RegularExpression::RegularExpression() : state(std::make_unique<ExpressionState>
 RegularExpression::RegularExpression(const RegularExpression& source)
     : state(std::make_unique<ExpressionState>(this, *source.state)) {}
 
+RegularExpression::RegularExpression(RegularExpression&& source) noexcept : RegularExpression() {
+  Swap(source);
+}
+
 RegularExpression::~RegularExpression() { ThreadRecord::Release(); }
 
 RegularExpression& RegularExpression::operator=(const RegularExpression& source) {
   *state = *source.state;
   return *this;
 }
+
+RegularExpression& RegularExpression::operator=(RegularExpression&& source) noexcept {
+  RegularExpression taken(std::move(source));
+  Swap(taken);
+  return *this;
+}
+
+void RegularExpression::Swap(RegularExpression& other) noexcept { state->Swap(*other.state); }
 
 bool RegularExpression::operator==(const RegularExpression& other) const {
   return state->settings == other.state->settings;

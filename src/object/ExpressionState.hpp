@@ -21,6 +21,8 @@ class ExpressionState {
   ExpressionState(RegularExpression* object, const ExpressionState& source);
   ExpressionState(const ExpressionState&) = delete;
   ExpressionState& operator=(const ExpressionState& source);
+  /// Exchanges all but what belongs to running operations.
+  void Swap(ExpressionState& other) noexcept;
 
   /// Calls `callable` with the Model of the locale model that is set, and gives its result.
   template <class Callable>

@@ -1,6 +1,8 @@
 // The settings that have no meaning but their own: what is set is stored, unchecked, and given
 // back. The two sets of options follow the rules that keep them consistent.
 
+#include <utility>
+
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -11,10 +13,18 @@ void RegularExpression::SetExpression(const std::string& expression) {
   state->settings.expression = expression;
   state->MarkNotCompiled();
 }
+void RegularExpression::SetExpression(std::string&& expression) {
+  if (expression == state->settings.expression) return;
+  state->settings.expression = std::move(expression);
+  state->MarkNotCompiled();
+}
 
 std::string RegularExpression::GetStringToMatch() const { return state->settings.stringToMatch; }
 void RegularExpression::SetStringToMatch(const std::string& text) {
   state->SettingsToChangeString().stringToMatch = text;
+}
+void RegularExpression::SetStringToMatch(std::string&& text) {
+  state->SettingsToChangeString().stringToMatch = std::move(text);
 }
 
 std::string RegularExpression::GetFilesToMatch() const { return state->settings.filesToMatch; }

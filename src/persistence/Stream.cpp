@@ -134,7 +134,7 @@ class Reader {
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, RegularExpression& object) {
+std::ostream& operator<<(std::ostream& out, const RegularExpression& object) {
   Writer(out).Number(kStreamVersion);
   TransferSettings(object.state->settings, kStreamVersion, Writer(out));
   return out;
