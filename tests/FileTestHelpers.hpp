@@ -16,7 +16,9 @@ namespace RegexClass::test {
 
 namespace fs = std::filesystem;
 
+/// The content; empty when there is no file of that name.
 inline std::string ReadFile(const std::string& name) {
+  if (fs::is_directory(name)) return "";
   std::ifstream in(name, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
@@ -31,7 +33,7 @@ inline void WriteFile(const std::string& name, const std::string& content) {
 /// all that is in it; in memory if the system has that.
 struct Scratch {
   Scratch() {
-    for (const auto& parent : {fs::path("/dev/shm"), fs::temp_directory_path()}) {
+    for (const fs::path parent : {"/dev/shm", "/tmp"}) {
       path = parent / "regexclass-test-XXXXXX";
       if (mkdtemp(path.data()) == nullptr) continue;
       fs::permissions(path, fs::perms(0755));

@@ -6,8 +6,6 @@
 #include <fcntl.h>
 #include <sstream>
 #include <sys/file.h>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -33,6 +31,9 @@ struct Changer : Scratch {
     re.SetFormatString(format);
     re.SetFilesToMatch("*");
     for (const auto& [name, text] : files) WriteFile(name, text);
+    fs::create_directory("../tmp");
+    fs::permissions("../tmp", fs::perms(0777));
+    setenv("TMPDIR", (path + "/tmp").c_str(), 1);
   }
   std::vector<Problem> Problems() const {
     const auto* const problems = re.GetChangeFilesErrors();
@@ -55,25 +56,6 @@ TEST(ChangeFiles, ChangesFileAfterFile) {
   EXPECT_EQ((Files{{"a", "<x>\n.<x>"}, {"b", "..yz"}, {"c", "nothing"}}), Contents());
   EXPECT_TRUE(c.Problems().empty());
   EXPECT_EQ(RE::CLocale, c.re.GetLocaleModel());
-}
-
-TEST(ChangeFiles, MakesTheReplacementOfTheMatchAlone) {
-  const std::tuple<const char*, const char*, const char*, const char*, unsigned> cases[] = {
-      {"b", "", "abbc", "ac", 2},
-      {"(a)|b", "(?1A:B)", "ab", "AB", 2},  // whatever the format type
-      {"(\\w+) (\\w+)", "$2 $1\\n", "one two", "two one\n", 1},
-      {"x*", "-", "axb", "-a--b-", 4},
-      {"\\bb|aa\\B", "!", "b aab", "! aab", 2},
-      {R"((?<=\Kx)x)", "<$0>", "xxxx", "<xx>xx", 1},  // the second would overlap the first
-  };
-  for (const auto& [expression, format, before, after, count] : cases) {
-    Changer c(expression, format, {{"file", before}});
-    c.re.SetFormatType(RE::FormatSed);
-    c.re.SetMergeOnlyFirst(true);
-    c.re.AddMatchOption(RE::MatchPartial);
-    EXPECT_EQ(count, c.re.ChangeFiles()) << expression;
-    EXPECT_EQ((Files{{"file", after}}), Contents());
-  }
 }
 
 TEST(ChangeFiles, PassesOverWhatIsNotToBeChanged) {
@@ -346,7 +328,7 @@ TEST(ChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root, to give files to others";
   // What the user 1234 may do, and 5678 by name.
   const std::uint16_t list[] = {2,      0,      1,  7, 0xFFFF, 0xFFFF, 2,  4, 5678,   0,     4, 0,
-                                0xFFFF, 0xFFFF, 16, 4, 0xFFFF, 0xFFFF, 32, 0, 0xFFFF, 0xFFFF};
+                                0xFFFF, 0xFFFF, 16, 4, 0xFFFF, 0xFFFF, 32, 4, 0xFFFF, 0xFFFF};
   const char capability[20] = {1, 0, 0, 2, 0, 4};  // to bind a port of the system's services
   for (int variant = 0; variant < 16; ++variant) {
     SCOPED_TRACE(variant);
@@ -355,7 +337,7 @@ TEST(ChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
     Changer c("x", "y", {{"file", "x"}});
     if (linked) fs::create_hard_link("file", "../link");
     ASSERT_EQ(0, chown("file", 1234, 4321));
-    fs::permissions("file", fs::perms(owner ? 0755 : 06755));
+    fs::permissions("file", fs::perms(owner ? 0750 : 06750));
     const char* const lists[] = {"system.posix_acl_access", "system.posix_acl_default"};
     ASSERT_EQ(0, hasList ? setxattr("file", lists[0], list, sizeof list, 0) : 0);
     ASSERT_EQ(0, defaults ? setxattr(".", lists[1], list, sizeof list, 0) : 0);
@@ -369,8 +351,8 @@ TEST(ChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
     EXPECT_EQ("y", ReadFile("file"));
     EXPECT_EQ(before, Attributes("file"));
     const std::string text = hasList ? std::string(reinterpret_cast<const char*>(list), 44) : "";
-    EXPECT_EQ(owner ? (hasList ? "700 1234 999 1  " : "755 1234 999 1  ")
-                    : (hasList ? "740" : "755") + std::string(" 1234 4321 1 ") + text + ' ',
+    EXPECT_EQ(owner ? "700 1234 999 1  "
+                    : (hasList ? "744" : "750") + std::string(" 1234 4321 1 ") + text + ' ',
               Attributes("file.bak"));
   }
 }
@@ -388,98 +370,97 @@ TEST(ChangeFiles, ReplacesWhatHasTheNameOfTheCopy) {
   }
 }
 
-// ------------------------------------------------------------------------------- real faults
+// ------------------------------------------------------------------------------------ faults
 
-/// What brings a fault about when the match in file.txt is reported, and what is told of it.
-struct RealFault {
-  void (*provoke)();
-  Problem told;
+/// What fails.
+struct Failing {
+  std::string_view call = "";
+  int error = 0;
+  int from = 0, to = 9;  // of the calls of that name, from 0
 };
 
-void BecomeNobodyWith(int permissions) {
-  fs::permissions("file.txt", fs::perms(permissions));
-  if (setgid(65534) != 0 || setuid(65534) != 0) _exit(3);
-}
-/// Makes the file system full but for `rest` bytes.
-void Fill(std::size_t rest) {
-  std::ofstream("filler") << std::string(1 << 20, 'f') << std::flush;
-  fs::resize_file("filler", fs::file_size("filler") - rest);
-}
-void LimitFileSize() {
-  const rlimit limit = {40100, 40100};
-  signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &limit);
-}
-/// Locks the file to the end of the process.
-void Lock(int lock) { flock(open("file.txt", O_RDONLY), lock); }
-
-const std::string kOld = std::string(40000, 'o') + "match" + std::string(5000, 'p');
-const RealFault kFaults[] = {
-    {[] { BecomeNobodyWith(0600); }, {"file.txt", RE::OpenFileFailed, 0, "", EACCES}},
-    {[] { Lock(LOCK_EX); }, {"file.txt", RE::OpenFileFailed, 0, "", EWOULDBLOCK}},
-    {[] { Lock(LOCK_SH); }, {"file.txt", RE::OpenFileFailed, 0, "", EWOULDBLOCK}},
-    {[] { fs::copy("file.txt", "new"), fs::rename("new", "file.txt"); },
-     {"file.txt", RE::OpenFileFailed, 0, "", ESTALE}},
-    {[] { EXPECT_EQ(0, chroot(".")); }, {"NoName", RE::CreateTemporaryFailed, 0, "", ENOENT}},
-    {[] { fs::resize_file("file.txt", 40002); }, {"file.txt", RE::ReadFileFailed, 40002, "", 0}},
-    {LimitFileSize, {"/tmp/Regex", RE::WriteTemporaryFailed, 40100, "", EFBIG}},
-    {[] { std::fstream("file.txt").seekp(40001) << "edit"; },
+/// What is done and what fails once the match in file.txt is reported, and what is told of it. With
+/// a call and no error, the command runs at the call.
+struct Fault {
+  const char* command;
+  Failing failing;
+  Problem told;  // without a file when all goes well
+};
+const Fault kFaults[] = {
+    {"", {"openat", EACCES}, {"file.txt", RE::OpenFileFailed, 0, "", EACCES}},
+    {"", {"flock", EWOULDBLOCK}, {"file.txt", RE::OpenFileFailed, 0, "", EWOULDBLOCK}},
+    {"cp file.txt new; mv new file.txt", {}, {"file.txt", RE::OpenFileFailed, 0, "", ESTALE}},
+    {"rm file.txt; mkdir file.txt", {}, {"file.txt", RE::OpenFileFailed, 0, "", EISDIR}},
+    {"", {"mkostemp", ENOENT}, {"NoName", RE::CreateTemporaryFailed, 0, "", ENOENT}},
+    {"", {"mkostemp", ENOENT, 0, 2}, {}},
+    {"truncate -s 40002 file.txt", {}, {"file.txt", RE::ReadFileFailed, 40002, "", 0}},
+    {"", {"write", EFBIG}, {"temporary", RE::WriteTemporaryFailed, 20000, "", EFBIG}},
+    {"", {"write", ENOSPC, 0, 1}, {}},
+    {"printf edit | dd of=file.txt bs=1 seek=40001 conv=notrunc status=none",
+     {},
      {"file.txt", RE::TextChanged, 40000, "match", 0}},
-    {[] { fs::create_directory("file.bak"); }, {"file.bak", RE::SaveCopyFailed, 0, "", EISDIR}},
-    {[] { fs::create_hard_link("file.txt", "file.bak"); },
-     {"file.bak", RE::SaveCopyFailed, 0, "", EEXIST}},
-    {[] { Fill(20000); }, {"file.bak", RE::SaveCopyFailed, 0, "", ENOSPC}},
-    {[] { Fill(60000); }, {"file.txt", RE::ReplaceFileFailed, 0, "", ENOSPC}},
-    {[] { BecomeNobodyWith(0644); }, {"file.txt", RE::ReplaceFileFailed, 0, "", EACCES}},
-    {[] { BecomeNobodyWith(06777); }, {"file.txt", RE::RestoreAttributesFailed, 0, "", EPERM}},
+    {"mkdir file.bak", {}, {"file.bak", RE::SaveCopyFailed, 0, "", EISDIR}},
+    {"ln file.txt file.bak", {}, {"file.bak", RE::SaveCopyFailed, 0, "", EEXIST}},
+    {"", {"fallocate", ENOSPC}, {"file.bak", RE::SaveCopyFailed, 0, "", ENOSPC}},
+    {"", {"fallocate", ENOSPC, 1}, {"file.txt", RE::ReplaceFileFailed, 0, "", ENOSPC}},
+    {"", {"fallocate", EOPNOTSUPP}, {}},
+    {"mv file.txt aside; cp aside file.txt",
+     {"renameat", 0, 0, 1},
+     {"file.txt", RE::ReplaceFileFailed, 0, "", ESTALE}},
 };
 
-/// Of the name only what isn't random.
+/// Of a temporary file's name only what isn't random.
 std::string Line(const Problem& p) {
-  return p.file.substr(0, 10) + " kind " + std::to_string(p.kind) + " at " +
-         std::to_string(p.position) + ' ' + p.text + " error " + std::to_string(p.lastError);
+  const std::string temporary = std::getenv("TMPDIR") + std::string("/Regex");
+  return (p.file.rfind(temporary, 0) == 0 ? "temporary" : p.file) + " kind " +
+         std::to_string(p.kind) + " at " + std::to_string(p.position) + ' ' + p.text + " error " +
+         std::to_string(p.lastError);
 }
 
-/// The size, the blocks and the times of a file.
-std::string Extent(const char* name) {
-  struct stat s = {};
-  stat(name, &s);
-  std::ostringstream text;
-  text << s.st_size << ' ' << s.st_blocks << ' ' << s.st_mtim.tv_sec << ' ' << s.st_mtim.tv_nsec;
-  return text.str();
-}
-
-TEST(ChangeFiles, TellsOfRealFaults) {
-  for (const auto& [provoke, told] : kFaults) {
+TEST(ChangeFiles, TellsWhatWentWrong) {
+  const std::string begin(40000, 'o'), end(5000, 'p'), hole((1 << 20) - 45005, '\0');
+  const auto extent = [] {
+    struct stat s = {};
+    stat("file.txt", &s);
+    return std::tuple(s.st_size, s.st_blocks, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
+  };
+  for (const auto& [command, failing, told] : kFaults) {
+    Changer c("match", std::string(40000, 'n'), {{"file.txt", begin + "match" + end}});
+    fs::resize_file("file.txt", 1 << 20);
     SCOPED_TRACE(Line(told));
-    Changer c("match", std::string(40000, 'n'), {});
-    if (mount("tmpfs", ".", "tmpfs", 0, "size=192k,mode=0777") != 0) {
-      GTEST_SKIP() << "needs root, to take permissions away and to mount a file system";
-    }
-    fs::current_path(c.path + "/here");
-    WriteFile("file.txt", kOld);
     c.re.SetFilesToMatch("file.txt");
     c.re.SetSaveExtension("bak");
-    std::string extent;
-    c.re.SetOnChangingFilesClosure([&, provoke = provoke](auto&&...) {
-      provoke();
-      extent = Extent("file.txt");
-    });
-    const bool isNew = told.kind == RE::RestoreAttributesFailed;
-    const std::string outcome = InChild([&] {
-      const unsigned changes = c.re.ChangeFiles();
-      std::string text = changes == (isNew ? 1 : 0) ? "" : "changes ";
-      for (const Problem& problem : c.Problems()) text += Line(problem);
-      return text + (isNew || extent == Extent("file.txt") ? "" : " " + extent);
-    });
-    EXPECT_EQ(Line(told), outcome);
-    const std::string after =
-        isNew ? std::string(kOld).replace(40000, 5, std::string(40000, 'n')) : kOld;
-    EXPECT_TRUE(told.position != 0 || ReadFile("file.txt") == after);
-    const bool saved = told.kind >= RE::ReplaceFileFailed || told.lastError == EEXIST;
-    EXPECT_EQ(saved ? kOld : "", fs::is_directory("file.bak") ? "" : ReadFile("file.bak"));
-    fs::current_path("/");
-    EXPECT_EQ(0, umount((c.path + "/here").c_str())) << strerror(errno);
+    auto before = extent();
+    const auto run = [&, command = command] {
+      EXPECT_EQ(0, std::system(command));
+      before = extent();
+      return 0;
+    };
+    int calls = -1;  // none counts before the report
+    const auto hook = [&, fails = failing](std::string_view name, Words& w) {
+      EXPECT_TRUE(name != "flock" || w[1] == (LOCK_EX | LOCK_NB));
+      const bool punches = name == "fallocate" && (w[1] & FALLOC_FL_PUNCH_HOLE) != 0;
+      if (calls < 0 || name != fails.call || punches) return 0;
+      if (calls++ < fails.from || calls > fails.to) return 0;
+      if (name == "write") Halve(w);
+      // Out of space when all is reserved, which is to be given back then.
+      if (name == "fallocate") CallSystem(name, w);
+      return fails.error != 0 ? fails.error : run();
+    };
+    c.re.SetOnChangingFilesClosure(
+        [&, fails = failing](auto&&...) { calls = fails.call.empty() ? run() : 0; });
+    const bool fine = told.file.empty();
+    {
+      const HookedSystemCalls hooked(hook);
+      EXPECT_EQ(fine ? 1U : 0U, c.re.ChangeFiles());
+    }
+    EXPECT_EQ(fine ? "" : Line(told), c.Problems().empty() ? "" : Line(c.Problems()[0]));
+    EXPECT_TRUE(fine || extent() == before);
+    const std::string now = begin + (fine ? std::string(40000, 'n') : "match") + end + hole;
+    EXPECT_TRUE(ReadFile("file.txt") == now || *command != '\0');
+    EXPECT_EQ(fine || told.kind == RE::ReplaceFileFailed,
+              fs::is_regular_file("file.bak") && told.lastError != EEXIST);
+    EXPECT_TRUE(fs::is_empty("../tmp"));
   }
 }
 

@@ -1,7 +1,6 @@
 // Searching in files: which are found, in which order, what is reported of them.
 
 #include <algorithm>
-#include <clocale>
 #include <cstring>
 #include <fcntl.h>
 #include <glob.h>
@@ -91,29 +90,6 @@ TEST_F(Files, AreSelectedAsGlobSelectsThem) {
     ::globfree(&all);
     EXPECT_EQ(Found(Walker("x", pattern)), Texts(expected.begin(), expected.end())) << pattern;
   }
-}
-
-TEST_F(Files, ComeInOrderAndOnce) {
-  Write({"b", "a/z", "a/b/c", "a/b/.h", "a-/z", ".d/c", "B", "a b", "a\nb", "\xff\xfe", "s;t"});
-  fs::create_symlink("b", "to-b");
-  fs::create_hard_link("a/z", "hard");
-  fs::create_directory_symlink("..", "a/up");
-  fs::create_symlink("nowhere", "dangling");
-  fs::create_symlink("loop", "loop");
-  ASSERT_EQ(::mkfifo("pipe", 0600), 0);
-  std::setlocale(LC_CTYPE, "C.UTF-8");
-  const std::tuple<const char*, bool, Texts> cases[] = {
-      {"*", false, {"B", "a\nb", "a b", "b", "hard", "s;t", "\xff\xfe"}},
-      {"[!hs]*", true, {"B", "a\nb", "a b", "b", "\xff\xfe", ".d/c", "a/z", "a/b/c", "a-/z"}},
-      {"*/c;c", true, {"a/b/c", ".d/c"}},
-      {".*;./*b", true, {"a/b/.h", "./a\nb", "./a b", "./b"}},
-      {"a/*/b;b;;a/../b;to-b;B;?", false, {"a/up/b", "B"}},
-      {"to-b;b;s\\;?;a\\ b", false, {"to-b", "s;t", "a b"}},
-      {"pipe;dangling;loop/*;loop;b/x;a;a/;/dev/zero", false, {}}};
-  for (const auto& [pattern, recursion, files] : cases) {
-    EXPECT_EQ(Found(Walker("x", pattern, recursion)), files) << pattern;
-  }
-  std::setlocale(LC_CTYPE, "C");
 }
 
 TEST_F(Files, AreReadToTheirEndOrListed) {

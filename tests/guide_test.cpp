@@ -1,6 +1,7 @@
 // The tables of examples in docs/, row by row, against the library.
 
 #include <algorithm>
+#include <clocale>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -202,6 +203,12 @@ TEST(Guide, ExpressionErrors) {
   }
 }
 
+TEST(Guide, ExpressionErrorHasTheTextOfItsCode) {
+  RE re = Make("[b-a]", "");
+  re.ParseExpression();
+  EXPECT_EQ(re.GetExpressionError().rfind("Invalid range end", 0), 0U);
+}
+
 TEST(Guide, Records) {
   for (const Texts& row : Table("records", "stream-format.md")) {
     RE re;
@@ -219,11 +226,13 @@ TEST(Guide, Records) {
 
 TEST(Guide, FilePatterns) {
   const Scratch scratch;
-  for (const char* const file :
-       {".hidden.txt", "a.txt", "b.txt", "c;d.txt", "e.log", "sub/f.txt", "sub/deep/g.txt"}) {
+  for (const char* const file : {".hidden.txt", "a.txt", "b.txt", "c;d.txt", "e.log", "Ä.txt",
+                                 "sub/f.txt", "sub/deep/.x/g.txt", "sub/deep/g.txt"}) {
     WriteFile(file, "x");
   }
-  fs::create_symlink("a.txt", "link.txt");
+  ASSERT_EQ(0, std::system("ln -s a.txt link.txt; ln -s .. up; ln -s loop loop; ln -s no nowhere; "
+                           "mkfifo pipe"));
+  std::setlocale(LC_CTYPE, "C.UTF-8");
   for (const Texts& row : Table("patterns")) {
     RE re = Make("x", "");
     re.SetFilesToMatch(Quoted(row[0])[0]);
@@ -233,6 +242,22 @@ TEST(Guide, FilePatterns) {
     re.FindFiles();
     EXPECT_EQ(files, Quoted(row[2])) << row[0];
     EXPECT_EQ(re.GetFindFilesErrors(), nullptr);
+  }
+  std::setlocale(LC_CTYPE, "C");
+}
+
+TEST(Guide, ChangesOfFiles) {
+  for (const Texts& row : Table("changes")) {
+    const Scratch scratch;
+    WriteFile("file", Quoted(row[2])[0]);
+    RE re = Make(Quoted(row[0])[0], "");
+    re.SetFormatString(Quoted(row[1])[0]);
+    re.SetFilesToMatch("file");
+    re.SetFormatType(RE::FormatSed);  // which, as these, has no say
+    re.SetMergeOnlyFirst(true);
+    re.AddMatchOption(RE::MatchPartial);
+    EXPECT_EQ(re.ChangeFiles(), std::stoul(row[4])) << row[0];
+    EXPECT_EQ(Texts{ReadFile("file")}, Quoted(row[3]));
   }
 }
 

@@ -98,7 +98,7 @@ std::string Loaded(const std::string& localeDll, RE::LocaleModels model) {
   RE re = Under(model, "no such catalogue");  // so that the name isn't in force yet
   Parse(re, "a");
   re.SetLocaleDll(localeDll);
-  Parse(re, "a");
+  EXPECT_EQ(Parse(re, "a"), RE::NoError);
   return Told(re, "");
 }
 
@@ -215,6 +215,9 @@ TEST_P(Locale, KeepsItsTextsUntilAnotherCatalogueLoads) {
       re.SetLocaleDll(name);
       check("a", "nothing there");
     }
+    re.SetLocaleModel(RE::CLocale);  // has no letter, whatever the object has read
+    EXPECT_EQ(Pieces(re).at(0), "a1b");
+    re.SetLocaleModel(model);
     re.SetLocaleDll("A.cat");  // has no letter
     check("a", "A");
     check("a1b", "A");
@@ -335,6 +338,8 @@ TEST_P(Locale, FailsWithACatalogueThatVanishesAfterItWasFound) {
     // It is in force nevertheless, and fails others until it can be read.
     EXPECT_EQ(Told(another, "a"), text + ".");
     EXPECT_EQ(another.ParseExpression(), RE::LocaleDllFailure);
+    another.SetFilesToMatch("none");
+    EXPECT_THROW(another.ChangeFiles(), std::runtime_error);
   }
   for (RE* const each : {&another, &re}) EXPECT_EQ(Told(*each), "A parenthesis");
 }

@@ -151,7 +151,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     const std::size_t veto = random.Below(4);
     Recorder recorder(re, [&](RE&) { return calls++ != veto; });
     re.SetReportContext(context);
-    re.SetFormatString("<$0$1>");
+    re.SetFormatString("(<$0$1>)");  // of which only FormatAll drops the parentheses
     re.SetMergeCopy(random.Flip());
     re.SetMergeOnlyFirst(random.Flip());
 

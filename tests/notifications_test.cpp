@@ -44,6 +44,7 @@ void CheckSlots(void (RE::*setFunction)(F), F (RE::*getFunction)() const, void (
   assigned = re;
   holds(assigned, &Function, false, 0);
   (re.*setClosure)(Counter());
+  holds(re, nullptr, true, 1);
   (re.*setFunction)(nullptr);  // nor does a null function
   holds(re, nullptr, true, 1);
   re.SetReportContext(!RE().GetReportContext());

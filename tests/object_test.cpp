@@ -145,7 +145,10 @@ TEST(Object, KeepsARecordForEachModel) {
     EXPECT_EQ(re.NumberOfSubexpressions(), 2U);
     EXPECT_EQ(re.GetExpressionError(), "");
   }
+  re.SetExpression("(");
+  EXPECT_EQ(re.NumberOfSubexpressions(), 0U);
   // A number that is no model works with what belongs to CppLocale, and tells nothing of it.
+  re.SetExpression("(a)(b)");
   re.SetLocaleModel(static_cast<RE::LocaleModels>(9));
   re.SetStringToMatch("ab");
   EXPECT_TRUE(re.Match());
@@ -158,6 +161,7 @@ TEST(Object, KeepsARecordForEachModel) {
   const RE other = Make("(x)", "");
   for (const auto model : {RE::CppLocale, RE::W32Locale, RE::CLocale}) {
     re.SetLocaleModel(model);
+    re.SetExpression("(");
     re.ParseExpression();
     re = other;
     re.SetLocaleModel(model);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -44,6 +45,14 @@ TEST(ExpressionOptions, NameAtMostOneSyntaxAndHaveItsSwitches) {
       ASSERT_TRUE(std::includes(after.begin(), after.end(), members.begin(), members.end()));
     }
   }
+}
+
+TEST(ExpressionOptions, MeanASyntaxThatARecordNamesAlone) {
+  RE re;
+  std::istringstream("2 2 13 20 0 0 0 0 0 1 0 0 0 5 \\(a\\) 0 0 0 0 0") >> re;
+  EXPECT_EQ(re.NumberOfSubexpressions(), 1U);
+  re.DeleteExpressionOption(RE::BasicSyntax);  // goes with its other name
+  EXPECT_EQ(OptionsOf(re), Set());
 }
 
 TEST(MatchOptions, KeepTheDefaultApartFromTheRestrictions) {

@@ -22,7 +22,7 @@ using Text = std::optional<std::string>;
 // back reference, a capital for a bracket list, and with its high bit set an operator's character
 // for a literal.
 const std::string kOperators = "\\.[]*^$(){}+?|\n";
-const char* const kLists[] = {"ab", "^a", "]a", "a\\", "b:[", "[:alpha:]", "(|)"};
+const char* const kLists[] = {"ab", "^a", "](a", "a\\", "b:[", "[:alpha:]", "(|)"};
 
 /// Prints in the dialect of a word; nothing when the dialect can't say it.
 class Dialect {
@@ -163,6 +163,13 @@ TEST(Syntax, EverySwitchKeepsItsMeaningInEveryCombination) {
         << "word " << std::hex << word << ", expression " << *text << ", translated "
         << translation.text << ", in the extended notation " << extended;
   }
+}
+
+TEST(Syntax, LeavesAloneWhatNoSwitchGoverns) {
+  for (const char* const text : {"a{x}", "(a)\\g{1}", "[[.].](]", "\\Qa+(b)"}) {
+    EXPECT_EQ(Translate(text, kNormal | kBkVbar).text, text);
+  }
+  EXPECT_EQ(Translate("", kBkRefs).error, boost::regex_constants::error_empty);
 }
 
 TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
