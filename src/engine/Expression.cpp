@@ -72,7 +72,7 @@ class Expression<Traits>::Walk {
   Walk(const Expression& expression, const char* first, const char* last, std::size_t ahead,
        Flags flags, boost::cmatch& results)
       : finder_(*expression.finder_),
-        matcher_(first, last, results, expression.regex_, flags, first),
+        regex_(expression.regex_),
         first_(first),
         last_(last),
         flags_(flags),
@@ -102,29 +102,29 @@ class Expression<Traits>::Walk {
   }
 
  private:
+  using Matcher = boost::BOOST_REGEX_DETAIL_NS::perl_matcher<const char*,
+                                                             boost::cmatch::allocator_type, Traits>;
+
   bool NextOfEngine() {
-    if (!std::exchange(begun_, true)) return matcher_.find();
+    if (!matcher_) return Begin().find();
     if (!insisted_) {
       if (results_[0].second == last_) return false;
       if (results_.length() == 0) {
         // Behind an empty match, one that isn't empty is tried for in the same place.
         const boost::cmatch former(results_);
-        insisted_ = FindAt();
+        insisted_ = FindHere();
         if (insisted_) return true;
         results_ = former;
       }
     }
     insisted_ = false;
-    return matcher_.find();
+    return matcher_->find();
   }
 
   /// No candidate's match is empty.
   bool NextOfCandidates() {
-    // The engine's first attempt is always at the start of the text.
-    if (!std::exchange(begun_, true) && FindAt()) return true;
     for (const char* at = candidates_->Next(from_); at != nullptr; at = candidates_->Next(at + 1)) {
-      GoTo(at);
-      if (!FindAt()) continue;
+      if (!WouldBeTried(at) || !FindAt(at)) continue;
       // The engine takes the text before the match from where it was sent.
       auto& before = const_cast<boost::csub_match&>(results_.prefix());
       before.first = from_;
@@ -134,31 +134,60 @@ class Expression<Traits>::Walk {
     gaveUp_ = candidates_->GaveUp();
     if (!gaveUp_) return false;
     candidates_.reset();
-    GoTo(from_);
-    return matcher_.find();
+    if (matcher_) GoTo(from_);
+    return matcher_ ? matcher_->find() : Begin().find();
+  }
+
+  /// Whether the engine alone would try a match at `at`. Its map of first bytes leaves out a byte
+  /// too many for some expressions that change the case, and isn't asked where a search begins in
+  /// some.
+  bool WouldBeTried(const char* at) const {
+    constexpr unsigned int kAny = boost::BOOST_REGEX_DETAIL_NS::mask_any;
+    if ((regex_.get_map()[static_cast<unsigned char>(*at)] & kAny) != 0) return true;
+    switch (regex_.get_restart_type()) {
+      case boost::regbase::restart_any:
+        return false;
+      case boost::regbase::restart_line:
+        return at == from_;
+      default:
+        return at == first_;
+    }
+  }
+
+  /// Whether a match begins at `at`.
+  bool FindAt(const char* at) {
+    if (!matcher_) {
+      // The engine's first attempt is always at the start of the text.
+      Begin();
+      const bool found = FindHere();
+      if (at == first_) return found;
+    }
+    GoTo(at);
+    return FindHere();
+  }
+
+  /// Whether a match that isn't empty begins where the engine is.
+  bool FindHere() {
+    const Flags here = boost::match_not_null | boost::match_continuous;
+    matcher_->setf(here);
+    const bool found = matcher_->find();
+    matcher_->unsetf(here & ~flags_);
+    return found;
   }
 
   /// Makes the engine go on at `place`, as if the last match had ended there.
   void GoTo(const char* place) { results_.set_second(place); }
 
-  /// Whether a match that isn't empty begins where the engine is.
-  bool FindAt() {
-    const Flags kHere = boost::match_not_null | boost::match_continuous;
-    matcher_.setf(kHere);
-    const bool found = matcher_.find();
-    matcher_.unsetf(kHere & ~flags_);
-    return found;
-  }
+  Matcher& Begin() { return matcher_.emplace(first_, last_, results_, regex_, flags_, first_); }
 
   EarnedFinder& finder_;
-  boost::BOOST_REGEX_DETAIL_NS::perl_matcher<const char*, boost::cmatch::allocator_type, Traits>
-      matcher_;
+  const boost::basic_regex<char, Traits>& regex_;
+  std::optional<Matcher> matcher_;
   const char* const first_;
   const char* const last_;
   const char* from_ = first_;  // the end of the match before
   const Flags flags_;
   boost::cmatch& results_;
-  bool begun_ = false;
   bool insisted_ = false;  // the last match was found in the place of an empty one
   std::optional<Candidates> candidates_;
   bool gaveUp_ = false;
