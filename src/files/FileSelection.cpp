@@ -65,7 +65,8 @@ class Selection {
       if (end == std::string_view::npos) {
         if (component.empty()) return true;
         if (recursion_ || HasWildcard(component)) return VisitNames(directory, pattern);
-        return VisitFile(directory, platform::WithoutEscapes(component), links, true);
+        return VisitFile(directory, platform::WithoutEscapes(component), links,
+                         DirectoryEntry::kLink);
       }
       pattern.remove_prefix(end);
       const std::size_t next =
@@ -85,7 +86,7 @@ class Selection {
     std::vector<DirectoryEntry> entries;
     if (!List(directory, entries)) return false;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-      if (entry->kind == DirectoryEntry::kOther || !platform::NameMatches(wanted, entry->name)) {
+      if (entry->kind > DirectoryEntry::kLink || !platform::NameMatches(wanted, entry->name)) {
         continue;
       }
       pending_.push_back({directory, entry->name + separators, Links::kFollowed, rest});
@@ -105,8 +106,7 @@ class Selection {
           pending_.push_back(
               {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
       } else if (platform::NameMatches(wanted, entry.name)) {
-        if (!VisitFile(directory, entry.name, Links::kFollowed,
-                       entry.kind == DirectoryEntry::kLink)) {
+        if (!VisitFile(directory, entry.name, Links::kFollowed, entry.kind)) {
           return false;
         }
       }
@@ -115,15 +115,16 @@ class Selection {
     return true;
   }
 
-  /// Visits a file, unless it was visited before.
+  /// Visits a file, unless it was visited before. `kind` is kLink for what may be one.
   bool VisitFile(const DirectoryPointer& directory, const std::string& name, Links links,
-                 bool mayBeLink) {
-    DirectoryPointer place = directory;
-    std::string nameThere = name;
-    const bool found = !mayBeLink || directory->Resolve(place, nameThere) == 0;
-    const std::string file = path_ + name;
-    return !IsNew(found ? *place : *directory, nameThere, file) ||
-           visitor_.file({file, directory, links, {}});
+                 DirectoryEntry::Kind kind) {
+    std::string file = path_ + name;
+    DirectoryPointer place;
+    std::string nameThere;
+    const bool resolved =
+        kind == DirectoryEntry::kLink && directory->Resolve(place, nameThere = name) == 0;
+    if (!IsNew(resolved ? *place : *directory, resolved ? nameThere : name, file)) return true;
+    return visitor_.file({std::move(file), directory, links, {}, kind == DirectoryEntry::kFile});
   }
 
   /// Reports a directory, unless it was reported before.
@@ -139,9 +140,10 @@ class Selection {
   bool IsNew(Directory& directory, const std::string& name, const std::string& path) {
     platform::FileIdentity identity;
     if (directory.Identify(identity) != 0) return seen_.insert(path + '\0').second;
-    std::string key(sizeof identity, '\0');
+    std::string key(sizeof identity + name.size(), '\0');
     std::memcpy(key.data(), &identity, sizeof identity);
-    return seen_.insert(key + name).second;
+    name.copy(&key[sizeof identity], name.size());
+    return seen_.insert(std::move(key)).second;
   }
 
   /// The entries of `directory` in the byte order of their names, as many as can be told.

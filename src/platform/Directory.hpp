@@ -33,7 +33,7 @@ enum class Links {
 
 /// Something in a directory.
 struct DirectoryEntry {
-  enum Kind { kDirectory, kLink, kOther };
+  enum Kind { kDirectory, kLink, kFile, kOther };
   std::string name;
   Kind kind;
 };

@@ -13,6 +13,7 @@ struct FoundFile {
   DirectoryPointer directory;  ///< Which it is in, and whose path begins the name.
   Links links = Links::kMeant;
   FileIdentity identity;  ///< Of the file that was read by that name.
+  bool isFile = false;    ///< The directory has called it a regular file.
 
   /// The name that it has in its directory.
   std::string Entry() const { return name.substr(directory->PathLength()); }

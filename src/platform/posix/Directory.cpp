@@ -32,6 +32,7 @@ DirectoryEntry::Kind KindOf(int directory, const dirent& entry) {
   }
   if (entry.d_type == DT_DIR || S_ISDIR(status.st_mode)) return DirectoryEntry::kDirectory;
   if (entry.d_type == DT_LNK || S_ISLNK(status.st_mode)) return DirectoryEntry::kLink;
+  if (entry.d_type == DT_REG || S_ISREG(status.st_mode)) return DirectoryEntry::kFile;
   return DirectoryEntry::kOther;
 }
 

@@ -14,14 +14,17 @@ namespace RegexClass::platform {
 namespace {
 
 /// Opens a regular file for reading by its name in an open directory, and tells its status; 0 and
-/// no descriptor when something else has the name.
-Error OpenRegular(int directory, const char* name, Descriptor& file, struct stat& status) {
+/// no descriptor when something else has the name. `isFile` is what the directory has told.
+Error OpenRegular(int directory, const char* name, bool isFile, Descriptor& file,
+                  struct stat& status) {
   // Opening alone can do something to a pipe or a device, so that the type is asked for first; and
   // again below, of the file that was opened.
-  if (::fstatat(directory, name, &status, 0) != 0) return errno;
-  if (!S_ISREG(status.st_mode)) return 0;
-  file = Descriptor(Uninterrupted(
-      [&] { return ::openat(directory, name, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY); }));
+  if (!isFile) {
+    if (::fstatat(directory, name, &status, 0) != 0) return errno;
+    if (!S_ISREG(status.st_mode)) return 0;
+  }
+  const int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | (isFile ? O_NOFOLLOW : 0);
+  file = Descriptor(Uninterrupted([&] { return ::openat(directory, name, flags); }));
   if (file.Number() < 0 || ::fstat(file.Number(), &status) != 0) return errno;
   if (!S_ISREG(status.st_mode)) file = Descriptor();
   return 0;
@@ -39,10 +42,10 @@ FileReader::Outcome FileReader::Read(const FoundFile& found) {
   if (const platform::Error error = found.directory->ForPlatform().Open(directory)) {
     return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
   }
-  const std::string name = found.Entry();
+  const char* const name = found.name.c_str() + found.directory->PathLength();
   Descriptor file;
   struct stat status = {};
-  if (const platform::Error error = OpenRegular(directory, name.c_str(), file, status)) {
+  if (const platform::Error error = OpenRegular(directory, name, found.isFile, file, status)) {
     return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
   }
   if (file.Number() < 0) return Outcome::kNotAFile;
@@ -64,6 +67,7 @@ FileReader::Outcome FileReader::Read(const FoundFile& found) {
     if (count == 0) break;
     size += static_cast<std::size_t>(count);
     if (size > largest_) return Outcome::kTooLarge;
+    if (size == told) break;
   }
   size_ = size;
   return Outcome::kRead;
