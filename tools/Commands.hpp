@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "FileList.hpp"
+#include "LineWriter.hpp"
 #include "Names.hpp"
 #include "Output.hpp"
 #include "Problems.hpp"
@@ -19,11 +21,18 @@ struct Request {
   SetUp setUp;
   Style style;
   std::vector<std::string> inputs;  ///< Files, or patterns of files, behind the expression.
+  FileChoice choice;                ///< But for the arguments, which are the inputs.
+  LineChoice lines;
   std::optional<std::string> writeTo;
   std::optional<std::uint64_t> maximumCount;
+  std::optional<std::string> undo;
+  unsigned int jobs = 1;
   bool wholeInput = false;
   bool wholeText = false;
+  bool wholeLines = false;
+  bool wholeWords = false;
   bool dryRun = false;
+  bool diff = false;
 };
 
 ExitStatus RunMatch(const Request& request);
@@ -41,6 +50,10 @@ ExitStatus RunSettings(const Request& request);
 
 /// Throws Failure, with the reason, when the expression can't be used.
 void CheckExpression(RE& object, bool mayBeEmpty);
+
+/// Makes an expression that is good match whole words or whole lines alone, where the request asks
+/// for that. Throws Failure when it can't.
+void NarrowExpression(RE& object, const Request& request);
 
 }  // namespace tool
 

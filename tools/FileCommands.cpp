@@ -1,13 +1,19 @@
 // grep-files and find-files.
 
 #include <RegularExpression.hpp>
+#include <algorithm>
+#include <atomic>
+#include <iostream>
+#include <limits>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Commands.hpp"
 #include "FileJob.hpp"
-#include "FileLines.hpp"
+#include "LineWriter.hpp"
 
 namespace tool {
 
@@ -15,106 +21,176 @@ namespace {
 
 using RegexClass::REMatch;
 
-/// Ends a walk from a notification, which has no other way to.
-struct Enough {};
-
-/// The matches of the file that the walk is in.
-class FileReport {
+/// A run of either command by several workers.
+class SearchRun {
  public:
-  explicit FileReport(FileJob& job) : job_(job) {}
-
-  /// Gives whether more matches of the file are wanted.
-  bool Add(const std::string& file, const std::vector<REMatch>& match, unsigned int line) {
-    if (file != file_) Begin(file);
-    ++count_;
-    job_.progress.Match(file);
-    if (job_.style.quiet) throw Enough();
-    if (job_.style.count) {
-      // that is all
-    } else if (job_.style.json) {
-      Json json = Printer::Place(file, line);
-      AddMatch(json, match, match.size(), 0);
-      job_.printer.Json(json);
-    } else if (job_.style.onlyMatching) {
-      job_.printer.Record(file, line, match[0].text, Printer::kMatchColor);
-    } else {
-      lines_->Add(match[0], line);
-    }
-    return count_ < job_.request.maximumCount.value_or(count_ + 1);
+  explicit SearchRun(const Request& request)
+      : job_(request),
+        lines_(request.lines),
+        most_(request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max())),
+        output_(Separator(), job_.files.size()) {
+    lines_.most = most_;
+    lines_.silent = job_.style.Silent();
   }
 
-  void End() {
-    lines_.reset();
-    if (count_ == 0 || !job_.style.count) return;
-    job_.progress.Clear();
-    if (job_.style.json) {
-      Json json = Printer::File(file_);
-      json["count"] = count_;
-      job_.printer.Json(json);
-    } else {
-      job_.printer.Count(file_, count_);
+  ExitStatus GrepFiles() {
+    if (most_ == 0) return job_.problems.Status(false);
+    const bool namesAlone = job_.style.NamesOnly() && !lines_.inverted;
+    Run([this, namesAlone](Worker& worker, const Part& part) {
+      namesAlone ? FindPart(worker, part) : GrepPart(worker, part);
+    });
+    return Finish();
+  }
+
+  ExitStatus FindFiles() {
+    Run([this](Worker& worker, const Part& part) { FindPart(worker, part); });
+    if (job_.style.count && !job_.style.quiet) {
+      std::cout << (job_.style.json ? Json{{"count", named_.load()}}.dump()
+                                    : std::to_string(named_))
+                << '\n';
     }
+    return Finish();
   }
 
  private:
-  void Begin(const std::string& file) {
-    End();
-    file_ = file;
-    count_ = 0;
-    const bool whole = !job_.style.count && !job_.style.json && !job_.style.onlyMatching;
-    if (whole) lines_ = std::make_unique<FileLines>(job_.printer, file);
+  /// The lines of a file that are selected, and what is printed of it.
+  class FileReport;
+
+  std::string Separator() const {
+    if (job_.style.Silent()) return "";
+    if (Printer::OfFiles(job_.style, std::cout).Headings()) return "\n";
+    return lines_.before > 0 || lines_.after > 0 ? "--\n" : "";
   }
 
-  FileJob& job_;
-  std::string file_;
-  std::uint64_t count_ = 0;
-  std::unique_ptr<FileLines> lines_;
+  template <typename Function>
+  void Run(const Function& onPart) {
+    const std::size_t size = PartSize(job_);
+    RunWorkers(output_, job_.files.size(), size, job_.request.jobs, [&]() -> Work {
+      const auto worker = std::make_shared<Worker>(job_);
+      return [worker, &onPart](const Part& part) { onPart(*worker, part); };
+    });
+  }
+
+  ExitStatus Finish() {
+    if (job_.style.quiet && found_ > 0) return kMatch;
+    job_.Tell(messages_);
+    return job_.problems.Status(found_ > 0);
+  }
+
+  /// Counts a file with something that was looked for.
+  void Found() {
+    ++found_;
+    if (!job_.style.quiet) return;
+    output_.Stop();
+    throw Enough();
+  }
+
+  void PrintName(Worker& worker, const Part& part, const ListedFile& file) {
+    ++named_;
+    if (!job_.style.count) {
+      job_.style.json ? worker.printer.Json(Printer::File(file.name))
+                      : worker.printer.FileName(file.name);
+    }
+    output_.Put(part.number, {worker.TakeOutput(), false});
+  }
+
+  void EndPart(const Part& part, const PartSearch& search) {
+    if (search.Stopped()) output_.StopBehind(part.number);
+    const std::lock_guard<std::mutex> lock(messagesMutex_);
+    messages_[part.number] = search.Failures();
+  }
+
+  void FindPart(Worker& worker, const Part& part) {
+    PartSearch search(job_, part);
+    const bool without = job_.style.filesWithout;
+    const PartSearch::OnFile tell = [&](const ListedFile& file) { PrintName(worker, part, file); };
+    const auto found = [&](const ListedFile& file) {
+      Found();
+      if (!without) tell(file);
+    };
+    search.Find(worker.object, found, without ? tell : nullptr);
+    EndPart(part, search);
+  }
+
+  void GrepPart(Worker& worker, const Part& part);
+
+  FileJob job_;
+  LineChoice lines_;
+  const std::uint64_t most_;
+  OrderedOutput output_;
+  std::atomic<std::uint64_t> found_{0};  // files with a match
+  std::atomic<std::uint64_t> named_{0};  // files whose names were asked for
+  std::mutex messagesMutex_;
+  PartMessages messages_;
 };
+
+void SearchRun::GrepPart(Worker& worker, const Part& part) {
+  const Style& style = job_.style;
+  std::uint64_t count = 0;
+  std::optional<FileLines> lines;
+  bool begins = true;
+  const auto begin = [&](const ListedFile& file) {
+    count = 0;
+    begins = true;
+    const bool matchesAlone = style.Silent() || style.json || style.onlyMatching;
+    if (lines_.inverted || !matchesAlone) lines.emplace(worker.printer, lines_, file.name);
+  };
+  const auto put = [&] {
+    std::string text = worker.TakeOutput();
+    if (text.empty()) return;
+    output_.Put(part.number, {std::move(text), begins});
+    begins = false;
+  };
+  const auto done = [&](const ListedFile& file) {
+    if (lines) lines->End();
+    if (lines_.inverted) count = lines->Selected();
+    lines.reset();
+    const bool selected = count > 0;
+    if (selected) Found();
+    if (style.NamesOnly()) {
+      if (selected != style.filesWithout) PrintName(worker, part, file);
+    } else if (style.count && selected && style.json) {
+      Json json = Printer::File(file.name);
+      json["count"] = count;
+      worker.printer.Json(json);
+    } else if (style.count && selected) {
+      worker.printer.Count(file.name, count);
+    }
+    put();
+    count = 0;
+  };
+  const auto match = [&](const ListedFile& file, const std::vector<REMatch>& marks,
+                         unsigned int line) {
+    if (count == 0) begin(file);
+    ++count;
+    if (style.quiet && !lines_.inverted) Found();
+    if (lines) {
+      lines->Add(marks[0], line);
+    } else if (style.json && !style.Silent()) {
+      Json json = Printer::Place(file.name, line);
+      AddMatch(json, marks, marks.size(), 0);
+      worker.printer.Json(json);
+    } else if (style.onlyMatching && !style.Silent()) {
+      worker.printer.Record(file.name, line, marks[0].text, Printer::kMatchColor);
+    }
+    if (worker.out.tellp() > (1 << 16)) put();
+    return lines_.inverted || count < most_;
+  };
+  PartSearch::OnFile without;
+  if (lines_.inverted) {
+    without = [&](const ListedFile& file) {
+      begin(file);
+      done(file);
+    };
+  }
+  PartSearch search(job_, part);
+  search.Grep(worker.object, match, done, without);
+  EndPart(part, search);
+}
 
 }  // namespace
 
-ExitStatus RunGrepFiles(const Request& request) {
-  FileJob job(request);
-  FileReport report(job);
-  job.object.SetOnGreppingFilesClosure(
-      [&report](RE*, const std::string& file, const std::vector<REMatch>& match, unsigned int line,
-                bool& goOn) { goOn = report.Add(file, match, line); });
-  unsigned int matches = 0;
-  try {
-    matches = job.object.GrepFiles();
-  } catch (const Enough&) {
-    return kMatch;
-  }
-  report.End();
-  job.TellSearchProblems(job.object.GetGrepFilesErrors());
-  return job.problems.Status(matches > 0);
-}
-
-ExitStatus RunFindFiles(const Request& request) {
-  FileJob job(request);
-  job.object.SetOnFindFilesClosure([&job](RE*, const std::string& file, bool&) {
-    job.progress.Match(file);
-    if (job.style.quiet) throw Enough();
-    if (job.style.count) return;
-    if (job.style.json) {
-      job.printer.Json(Printer::File(file));
-    } else {
-      job.printer.FileName(file);
-    }
-  });
-  unsigned int files = 0;
-  try {
-    files = job.object.FindFiles();
-  } catch (const Enough&) {
-    return kMatch;
-  }
-  if (job.style.count && job.style.json) {
-    job.printer.Json({{"count", files}});
-  } else if (job.style.count) {
-    job.printer.Raw(std::to_string(files) + '\n');
-  }
-  job.TellSearchProblems(job.object.GetFindFilesErrors());
-  return job.problems.Status(files > 0);
-}
+ExitStatus RunGrepFiles(const Request& request) { return SearchRun(request).GrepFiles(); }
+ExitStatus RunFindFiles(const Request& request) { return SearchRun(request).FindFiles(); }
 
 }  // namespace tool

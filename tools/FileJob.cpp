@@ -1,10 +1,13 @@
 #include "FileJob.hpp"
 
-#include "FilePatterns.hpp"
+#include <algorithm>
+#include <utility>
 
 namespace tool {
 
 namespace {
+
+using RegexClass::REMatch;
 
 /// Gives the object the options that the walk goes by, so that what is checked here is what runs,
 /// and a replacement is made by the same expression.
@@ -30,28 +33,131 @@ const char* Words(RE::SearchProblemKind kind) {
   return "failed";
 }
 
+std::string InWords(const RE::FileSearchProblem& problem) {
+  return problem.file + ": " + Words(problem.kind) + ": " +
+         (problem.code != 0 ? SystemWords(static_cast<int>(problem.code))
+                            : "the expression is too complex for it");
+}
+
 }  // namespace
 
-FileJob::FileJob(const Request& r)
-    : request(r), style(r.style), printer(r.style, true, true), progress(r.style.Silent()) {
+FileJob::FileJob(const Request& r, FilesAlone) : request(r), style(r.style) {
   Apply(r.setUp, object);
-  if (!r.inputs.empty()) {
-    object.SetFilesToMatch(PatternOf(r.inputs, object.GetDirectoryRecursion(), problems));
-  } else if (object.GetFilesToMatch().empty()) {
-    throw Failure("no files are named");
-  }
-  UsePerlSyntax(object);
-  CheckExpression(object, false);
+  FileChoice choice = r.choice;
+  choice.arguments = r.inputs;
+  choice.patterns = r.inputs.empty() && !choice.listFile ? object.GetFilesToMatch() : "";
+  choice.nullNames = r.style.null;
+  choice.recursive = object.GetDirectoryRecursion();
+  object.SetDirectoryRecursion(false);
+  files = ListFiles(choice, problems);
 }
 
-void FileJob::TellSearchProblems(const std::vector<RE::FileSearchProblem>* list) {
-  progress.Clear();
-  if (list == nullptr) return;
-  for (const RE::FileSearchProblem& problem : *list) {
-    const std::string reason = problem.code != 0 ? SystemWords(static_cast<int>(problem.code))
-                                                 : "the expression is too complex for it";
-    problems.Tell(problem.file, Words(problem.kind) + (": " + reason));
+FileJob::FileJob(const Request& r) : FileJob(r, FilesAlone()) {
+  UsePerlSyntax(object);
+  CheckExpression(object, false);
+  NarrowExpression(object, r);
+}
+
+void FileJob::Tell(const PartMessages& messages) {
+  for (const auto& [part, texts] : messages) {
+    for (const std::string& text : texts) problems.Tell(text);
+    if (!texts.empty() && !object.GetContinueFiles()) break;  // the others weren't wanted
   }
 }
+
+std::size_t PartSize(const FileJob& job) {
+  // A few parts for each worker, so that none waits long for another at the end; and not too small,
+  // since an object gets faster on many files.
+  const std::size_t parts = std::size_t{job.request.jobs} * 8;
+  return job.request.jobs == 1 ? 1024 : std::clamp<std::size_t>(job.files.size() / parts, 1, 1024);
+}
+
+std::string Worker::TakeOutput() {
+  std::string text = out.str();
+  out.str("");
+  return text;
+}
+
+void PartSearch::Prepare(RE& object) const {
+  std::string pattern;
+  for (std::size_t i = part_.begin; i < part_.end; ++i) {
+    if (i > part_.begin) pattern += ';';
+    pattern += Escaped(job_.files[i].name);
+  }
+  object.SetFilesToMatch(pattern);
+}
+
+bool PartSearch::IsUnwanted(const ListedFile& file) const {
+  return file.found && !job_.request.choice.binary && LooksBinary(file.name);
+}
+
+void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
+  if (problems == nullptr) return;
+  std::size_t at = part_.begin;
+  for (const RE::FileSearchProblem& problem : *problems) {
+    while (at < part_.end && job_.files[at].name != problem.file) ++at;
+    if (at == part_.end) break;
+    if (IsUnwanted(job_.files[at])) continue;
+    failed_.insert(at);
+    failures_.push_back(InWords(problem));
+  }
+}
+
+void PartSearch::PassTo(std::size_t file, const OnFile& without) {
+  for (; next_ < file; ++next_) {
+    const ListedFile& passed = job_.files[next_];
+    if (without && failed_.count(next_) == 0 && !IsUnwanted(passed)) without(passed);
+  }
+}
+
+void PartSearch::Grep(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without) {
+  const ListedFile* current = nullptr;
+  const auto end = [&] {
+    if (current != nullptr) done(*current);
+    current = nullptr;
+  };
+  Prepare(object);
+  object.SetOnGreppingFilesClosure([&](RE*, const std::string& name,
+                                       const std::vector<REMatch>& marks, unsigned int line,
+                                       bool& more) {
+    if (current == nullptr || name != current->name) {
+      end();
+      std::size_t at = next_;
+      while (job_.files[at].name != name) ++at;
+      PassTo(at, without);
+      ++next_;
+      more = !IsUnwanted(job_.files[at]);
+      if (!more) return;
+      current = &job_.files[at];
+    }
+    more = match(*current, marks, line);
+  });
+  object.GrepFiles();
+  end();
+  Take(object.GetGrepFilesErrors());
+  PassTo(End(), without);
+}
+
+void PartSearch::Find(RE& object, const OnFile& with, const OnFile& without) {
+  Prepare(object);
+  std::size_t at = part_.begin;
+  std::set<std::size_t> found;
+  object.SetOnFindFilesClosure([&](RE*, const std::string& name, bool&) {
+    while (job_.files[at].name != name) ++at;
+    found.insert(at);
+    if (with && !IsUnwanted(job_.files[at])) with(job_.files[at]);
+  });
+  object.FindFiles();
+  Take(object.GetFindFilesErrors());
+  if (!without) return;
+  for (std::size_t i : found) {
+    PassTo(i, without);
+    ++next_;
+  }
+  PassTo(End(), without);
+}
+
+/// Behind the last file that was searched.
+std::size_t PartSearch::End() const { return Stopped() ? *failed_.begin() : part_.end; }
 
 }  // namespace tool

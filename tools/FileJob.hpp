@@ -3,26 +3,88 @@
 #define REGEXCLASS_TOOLS_FILEJOB_HPP
 
 #include <RegularExpression.hpp>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "Commands.hpp"
+#include "FileList.hpp"
+#include "Workers.hpp"
 
 namespace tool {
 
-/// One run of a command: the object, ready to walk, and what its notifications need. Throws Failure
-/// when the walk has no expression or no files.
-struct FileJob {
-  explicit FileJob(const Request& r);
+/// What went wrong in the parts of a run, in words.
+using PartMessages = std::map<std::size_t, std::vector<std::string>>;
 
-  /// Tells what a walk has failed on; null for nothing.
-  void TellSearchProblems(const std::vector<RE::FileSearchProblem>* list);
+/// One run of a command: the files, and the object that each worker gets a copy of.
+struct FileJob {
+  struct FilesAlone {};
+  /// Throws Failure when no file is named and, but for a run on files alone, when the expression
+  /// can't be used.
+  explicit FileJob(const Request& r);
+  FileJob(const Request& r, FilesAlone);
+
+  void Tell(const PartMessages& messages);
 
   const Request& request;
   const Style& style;
-  Printer printer;
   Problems problems;
-  Progress progress;
   RE object;
+  std::vector<ListedFile> files;
+};
+
+/// How many files a worker gets at a time.
+std::size_t PartSize(const FileJob& job);
+
+/// A worker's own object and output.
+struct Worker {
+  explicit Worker(const FileJob& job)
+      : object(job.object), printer(Printer::OfFiles(job.style, out)) {}
+  /// What has been printed since the last call.
+  std::string TakeOutput();
+
+  RE object;
+  std::ostringstream out;
+  Printer printer;
+};
+
+/// The search through one part of the files.
+class PartSearch {
+ public:
+  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part), next_(part.begin) {}
+
+  /// Answers whether more matches of the file are wanted.
+  using OnMatch = std::function<bool(
+      const ListedFile& file, const std::vector<RegexClass::REMatch>& match, unsigned int line)>;
+  using OnFile = std::function<void(const ListedFile& file)>;
+
+  /// Reports each match. `done` is told of each file behind its matches and `without`, if it isn't
+  /// empty, of each that has none, in the order of the list.
+  void Grep(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
+  /// Reports each file with a match, and then those without. Either function may be empty.
+  void Find(RE& object, const OnFile& with, const OnFile& without);
+
+  /// What failed, in words.
+  const std::vector<std::string>& Failures() const { return failures_; }
+  /// Whether a failure has ended the search.
+  bool Stopped() const { return !failed_.empty() && !job_.object.GetContinueFiles(); }
+
+ private:
+  void Prepare(RE& object) const;
+  void PassTo(std::size_t file, const OnFile& without);
+  void Take(const std::vector<RE::FileSearchProblem>* problems);
+  bool IsUnwanted(const ListedFile& file) const;
+  std::size_t End() const;
+
+  const FileJob& job_;
+  const Part& part_;
+  std::size_t next_;  // the first file that nothing has been told of
+  std::set<std::size_t> failed_;
+  std::vector<std::string> failures_;
 };
 
 }  // namespace tool

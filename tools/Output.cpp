@@ -21,87 +21,95 @@ bool WantsColor(const std::string& color) {
   if (color != "auto") return color == "always";
   const char* const terminal = std::getenv("TERM");
   const bool dumb = terminal != nullptr && std::string(terminal) == "dumb";
-  return isatty(STDOUT_FILENO) != 0 && !dumb && !IsSet("NO_COLOR");
+  return OutputIsTerminal() && !dumb && !IsSet("NO_COLOR");
 }
 
 std::string Label(const std::string& file) { return file == "-" ? "(standard input)" : file; }
 
 }  // namespace
 
-Printer::Printer(const Style& style, bool fileNames, bool lineNumbers)
-    : fileNames_(style.fileNames.value_or(fileNames)),
+bool OutputIsTerminal() {
+  static const bool terminal = isatty(STDOUT_FILENO) != 0;
+  return terminal;
+}
+
+Printer::Printer(const Style& style, std::ostream& out, bool fileNames, bool lineNumbers,
+                 bool headings)
+    : out_(out),
+      fileNames_(style.fileNames.value_or(fileNames)),
       lineNumbers_(style.lineNumbers.value_or(lineNumbers)),
+      headings_(style.heading.value_or(headings) && fileNames_ && !style.Silent() && !style.json),
       colored_(WantsColor(style.color)),
-      end_(style.null ? '\0' : '\n') {
-  // Somebody who looks on sees each line when it is there.
-  if (isatty(STDOUT_FILENO) != 0) std::cout << std::unitbuf;
+      end_(style.null && !style.NamesOnly() ? '\0' : '\n'),
+      nameEnd_(style.null ? '\0' : '\n') {}
+
+Printer Printer::OfTexts(const Style& style, std::ostream& out, bool several) {
+  return Printer(style, out, several, false, false);
+}
+
+Printer Printer::OfFiles(const Style& style, std::ostream& out) {
+  Printer printer(style, out, true, true, OutputIsTerminal());
+  printer.end_ = '\n';  // a zero byte ends names alone
+  return printer;
 }
 
 void Printer::Colored(const char* color, const std::string& text) const {
   if (colored_ && *color != '\0' && !text.empty()) {
-    std::cout << "\033[" << color << 'm' << text << "\033[m";
+    out_ << "\033[" << color << 'm' << text << "\033[m";
   } else {
-    std::cout << text;
+    out_ << text;
   }
 }
 
-void Printer::Prefix(const std::string& file, std::uint64_t line) const {
-  if (fileNames_) {
+void Printer::Prefix(const std::string& file, std::uint64_t line, char sign) {
+  if (headings_) {
+    if (file != headed_) FileName(file);
+    headed_ = file;
+  } else if (fileNames_) {
     Colored("35", Label(file));
-    Colored("36", ":");
+    Colored("36", std::string(1, sign));
   }
   if (lineNumbers_) {
     Colored("32", std::to_string(line));
-    Colored("36", ":");
+    Colored("36", std::string(1, sign));
   }
 }
 
 void Printer::Line(const std::string& file, std::uint64_t line, const std::string& text, Span part,
-                   const Span* match, const Span* lastMatch) const {
-  Prefix(file, line);
+                   const Span* match, const Span* lastMatch, char sign) {
+  Prefix(file, line, sign);
   std::size_t at = part.begin;
   for (; match != lastMatch && match->begin <= part.end; ++match) {
     const std::size_t begin = std::max(match->begin, at);
     const std::size_t end = std::max(std::min(match->end, part.end), begin);
-    std::cout.write(text.data() + at, static_cast<std::streamsize>(begin - at));
+    out_.write(text.data() + at, static_cast<std::streamsize>(begin - at));
     Colored(kMatchColor, text.substr(begin, end - begin));
     at = end;
   }
-  std::cout.write(text.data() + at, static_cast<std::streamsize>(part.end - at));
-  std::cout << '\n';
+  out_.write(text.data() + at, static_cast<std::streamsize>(part.end - at));
+  out_ << '\n';
 }
 
-void Printer::Lines(const std::string& file, const Text& text,
-                    const std::vector<Span>& matches) const {
-  const Span* match = matches.data();
-  const Span* const last = match + matches.size();
-  std::uint64_t line = text.line;
-  for (std::size_t begin = 0; begin <= text.bytes.size(); ++line) {
-    // A match belongs to the line on which it begins and to those that it has bytes of.
-    while (match != last && match->begin < begin && match->end <= begin) ++match;
-    if (match == last) break;
-    const std::size_t end = std::min(text.bytes.find('\n', begin), text.bytes.size());
-    if (match->begin <= end) Line(file, line, text.bytes, {begin, end}, match, last);
-    begin = end + 1;
-  }
+void Printer::Gap() {
+  Colored("36", "--");
+  out_ << '\n';
 }
 
 void Printer::Record(const std::string& file, std::uint64_t line, const std::string& text,
-                     const char* color) const {
-  Prefix(file, line);
+                     const char* color) {
+  Prefix(file, line, ':');
   Colored(color, text);
-  std::cout << end_;
+  out_ << end_;
 }
 
 void Printer::Change(const std::string& file, std::uint64_t line, const std::string& before,
-                     const std::string& after) const {
+                     const std::string& after) {
   const auto print = [&](char sign, const std::string& text, const char* color) {
     std::size_t begin = 0;
     do {
       const std::size_t end = std::min(text.find('\n', begin), text.size());
-      Prefix(file, line);
-      Colored(color, sign + text.substr(begin, end - begin));
-      std::cout << '\n';
+      Prefix(file, line, ':');
+      Plain(color, sign + text.substr(begin, end - begin));
       begin = end + 1;
     } while (begin < text.size());
   };
@@ -114,16 +122,21 @@ void Printer::Count(const std::string& file, std::uint64_t count) const {
     Colored("35", Label(file));
     Colored("36", ":");
   }
-  std::cout << std::to_string(count) << '\n';
+  out_ << std::to_string(count) << '\n';
 }
 
 void Printer::FileName(const std::string& file) const {
-  Colored("35", file);
-  std::cout << end_;
+  Colored("35", Label(file));
+  out_ << nameEnd_;
+}
+
+void Printer::Plain(const char* color, const std::string& text) const {
+  Colored(color, text);
+  out_ << '\n';
 }
 
 void Printer::Raw(const std::string& bytes) const {
-  std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 tool::Json Printer::File(const std::string& file) {
@@ -142,22 +155,13 @@ void FinishOutput() {
   if (!std::cout) throw Failure("standard output: " + SystemWords(errno != 0 ? errno : EIO));
 }
 
-Progress::Progress(bool silentOutput)
-    : shown_(isatty(STDERR_FILENO) != 0 && (silentOutput || isatty(STDOUT_FILENO) == 0)) {}
+Progress::Progress(std::size_t files)
+    : shown_(isatty(STDERR_FILENO) != 0), files_(files), start_(std::chrono::steady_clock::now()) {}
 
-void Progress::Match(const std::string& file) {
-  if (!shown_) return;
-  ++matches_;
-  if (file != file_) {
-    ++files_;
-    file_ = file;
-  }
-  const auto now = std::chrono::steady_clock::now();
-  if (now < next_) return;
-  next_ = now + std::chrono::milliseconds(100);
+void Progress::Show() {
+  if (!shown_ || std::chrono::steady_clock::now() - start_ < std::chrono::seconds(2)) return;
   anythingShown_ = true;
-  std::cerr << '\r' << matches_ << " matches in " << files_ << " files: " << file_ << "\033[K"
-            << std::flush;
+  std::cerr << '\r' << done_ << " of " << files_ << " files\033[K" << std::flush;
 }
 
 void Progress::Clear() {

@@ -1,4 +1,4 @@
-// Standard output: lines, matches and counts as grep prints them, or lines of JSON; and the
+// What is printed: lines, matches and counts as grep prints them, or lines of JSON; and the
 // progress of long walks on standard error.
 #ifndef REGEXCLASS_TOOLS_OUTPUT_HPP
 #define REGEXCLASS_TOOLS_OUTPUT_HPP
@@ -6,11 +6,10 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
-#include <vector>
 
 #include "Json.hpp"
-#include "Texts.hpp"
 
 namespace tool {
 
@@ -21,12 +20,17 @@ struct Style {
   bool count = false;
   bool quiet = false;
   bool null = false;
+  bool filesWith = false;
+  bool filesWithout = false;
   std::string color = "auto";
   std::optional<bool> fileNames;
   std::optional<bool> lineNumbers;
+  std::optional<bool> heading;
 
+  /// Whether names of files are all that is wanted.
+  bool NamesOnly() const { return filesWith || filesWithout; }
   /// Whether nobody needs to see the matches themselves.
-  bool Silent() const { return quiet || count; }
+  bool Silent() const { return quiet || count || NamesOnly(); }
 };
 
 /// A match in a text: offsets of its first byte and of the one behind its last.
@@ -37,21 +41,28 @@ struct Span {
 
 class Printer {
  public:
-  /// `fileNames` and `lineNumbers` count where the style says nothing.
-  Printer(const Style& style, bool fileNames, bool lineNumbers);
+  /// For a command on texts: file names stand in front of lines when there are several.
+  static Printer OfTexts(const Style& style, std::ostream& out, bool several);
+  /// For a command on files: with names and line numbers, for a terminal as headings.
+  static Printer OfFiles(const Style& style, std::ostream& out);
 
-  /// Prints the lines of `text` that the matches, in ascending order, touch.
-  void Lines(const std::string& file, const Text& text, const std::vector<Span>& matches) const;
-
+  /// Prints the part of `text` that is a line, with the matches in it marked, which come in
+  /// ascending order and may begin before it or end behind it. `sign` stands behind the number.
+  void Line(const std::string& file, std::uint64_t line, const std::string& text, Span part,
+            const Span* match, const Span* lastMatch, char sign = ':');
+  /// Prints what stands between lines that don't follow each other.
+  void Gap();
   /// Prints one text with the file and line in front of it: a match, a piece, a result.
   void Record(const std::string& file, std::uint64_t line, const std::string& text,
-              const char* color = "") const;
+              const char* color = "");
   /// A match and its replacement, each of their lines with - or + in front.
   void Change(const std::string& file, std::uint64_t line, const std::string& before,
-              const std::string& after) const;
+              const std::string& after);
   void Count(const std::string& file, std::uint64_t count) const;
   /// A file name by itself.
   void FileName(const std::string& file) const;
+  /// A line of text in a colour.
+  void Plain(const char* color, const std::string& text) const;
   /// Bytes as they are.
   void Raw(const std::string& bytes) const;
 
@@ -60,41 +71,51 @@ class Printer {
   static tool::Json File(const std::string& file);
   void Json(const tool::Json& object) const { Raw(object.dump() + '\n'); }
 
+  /// Whether each file has its name as a heading.
+  bool Headings() const { return headings_; }
+
   static constexpr const char* kMatchColor = "1;31";
 
  private:
-  void Line(const std::string& file, std::uint64_t line, const std::string& text, Span part,
-            const Span* match, const Span* lastMatch) const;
-  void Prefix(const std::string& file, std::uint64_t line) const;
+  Printer(const Style& style, std::ostream& out, bool fileNames, bool lineNumbers, bool headings);
+  void Prefix(const std::string& file, std::uint64_t line, char sign);
   void Colored(const char* color, const std::string& text) const;
+
+  std::ostream& out_;
   bool fileNames_;
   bool lineNumbers_;
+  bool headings_;
   bool colored_;
   char end_;
+  char nameEnd_;
+  std::string headed_;  // the file whose heading was the last
 };
+
+/// Whether standard output is a terminal.
+bool OutputIsTerminal();
 
 /// Throws Failure when standard output hasn't taken everything.
 void FinishOutput();
 
-/// Shows on standard error how far a walk has come, when that is a terminal and standard output
-/// doesn't show it already.
+/// Shows on standard error how many files are done, when that is a terminal and the run takes more
+/// than two seconds.
 class Progress {
  public:
-  explicit Progress(bool silentOutput);
+  explicit Progress(std::size_t files);
   ~Progress() { Clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void Match(const std::string& file);
+  void Advance(std::size_t files) { done_ += files; }
+  void Show();
   void Clear();
 
  private:
-  bool shown_;
+  const bool shown_;
   bool anythingShown_ = false;
-  std::uint64_t files_ = 0;
-  std::uint64_t matches_ = 0;
-  std::string file_;
-  std::chrono::steady_clock::time_point next_;
+  std::size_t done_ = 0;
+  const std::size_t files_;
+  const std::chrono::steady_clock::time_point start_;
 };
 
 }  // namespace tool

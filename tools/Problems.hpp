@@ -2,6 +2,7 @@
 #ifndef REGEXCLASS_TOOLS_PROBLEMS_HPP
 #define REGEXCLASS_TOOLS_PROBLEMS_HPP
 
+#include <csignal>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -9,7 +10,12 @@
 
 namespace tool {
 
-enum ExitStatus : int { kMatch = 0, kNoMatch = 1, kError = 2 };
+enum ExitStatus : int {
+  kMatch = 0,
+  kNoMatch = 1,
+  kError = 2,
+  kInterrupted = 128,  ///< And the number of the signal.
+};
 
 /// Ends the program with kError; its text goes to standard error.
 class Failure : public std::runtime_error {

@@ -228,8 +228,7 @@ void AddSplitOptions(CLI::App& command, SetUp& setUp) {
 }
 
 void AddWalkOptions(CLI::App& command, SetUp& setUp) {
-  AddYesNo(command, setUp.recursive,
-           {"-r,--recursive", "Apply the patterns in the directories below too"},
+  AddYesNo(command, setUp.recursive, {"-r,--recursive", "Work on the directories below too"},
            {"--no-recursive", "Stay in the directories of the patterns"});
   AddYesNo(command, setUp.stopOnError,
            {"--stop-on-error", "End the walk at the first file that fails"},

@@ -1,6 +1,7 @@
 // settings: shows a set-up, or keeps it in a file.
 
 #include <RegularExpression.hpp>
+#include <iostream>
 
 #include "Commands.hpp"
 
@@ -9,11 +10,10 @@ namespace tool {
 ExitStatus RunSettings(const Request& request) {
   RE object;
   Apply(request.setUp, object);
-  const Printer printer(request.style, false, false);
   if (request.writeTo) {
     WriteSettings(object, *request.writeTo);
   } else {
-    printer.Raw(request.style.json ? InJson(object) : InWords(object));
+    std::cout << (request.style.json ? InJson(object) : InWords(object));
   }
   return kMatch;
 }

@@ -4,12 +4,15 @@
 #include <RegularExpression.hpp>
 #include <algorithm>
 #include <functional>
+#include <iostream>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "Commands.hpp"
+#include "LineWriter.hpp"
 #include "Texts.hpp"
 
 namespace tool {
@@ -21,19 +24,26 @@ using RegexClass::REMatch;
 /// One run of a command: the object and what its notifications need.
 struct Job {
   explicit Job(const Request& r)
-      : request(r), style(r.style), printer(r.style, r.inputs.size() > 1, false) {
+      : request(r),
+        style(r.style),
+        lines(r.lines),
+        printer(Printer::OfTexts(r.style, std::cout, r.inputs.size() > 1)) {
     Apply(r.setUp, object);
+    lines.most = r.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max());
+    lines.silent = style.Silent();
   }
 
   const Request& request;
   const Style& style;
+  LineChoice lines;
   Printer printer;
   Problems problems;
   RE object;
   std::string file;
   Text text;
-  std::uint64_t left = 0;   // how many more matches of this file are wanted
-  std::vector<Span> spans;  // the matches of this text whose lines are still to be printed
+  std::uint64_t left = 0;            // how many more matches of this file are wanted
+  std::vector<Span> spans;           // the matches of this text whose lines are still to be printed
+  std::optional<LineWriter> writer;  // of this file
 
   std::uint64_t Line(unsigned int line) const { return text.line + line - 1; }
 
@@ -70,7 +80,7 @@ struct Job {
   }
 
   void PrintLines() {
-    if (!spans.empty()) printer.Lines(file, text, spans);
+    if (!spans.empty() || lines.All()) writer->Add(text, spans);
     spans.clear();
   }
 };
@@ -90,23 +100,31 @@ std::uint64_t RunOnText(Job& job, const Operation& operation) {
 }
 
 std::uint64_t RunOnFile(Job& job, const Operation& operation) {
-  const Request& request = job.request;
-  const std::uint64_t wanted =
-      request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max());
+  const std::uint64_t wanted = job.lines.most;
   std::uint64_t matches = 0;
-  TextReader reader(job.file, request.wholeInput);
+  TextReader reader(job.file, job.request.wholeInput);
+  const bool follows = job.writer && job.writer->Printed();
+  job.writer.emplace(job.printer, job.lines, job.file, follows);
   while (matches < wanted && reader.Next(job.text)) {
     job.left = wanted - matches;
     job.object.SetStringToMatch(job.text.bytes);
     matches += RunOnText(job, operation);
-    if (job.style.quiet && matches > 0) break;
+    if (job.lines.inverted) matches = job.writer->Selected();
+    if ((job.style.quiet || job.style.NamesOnly()) && matches > 0) break;
   }
+  while (job.writer->WantsMore() && reader.Next(job.text)) job.PrintLines();
   if (reader.Error() != 0) job.problems.Tell(job.file, SystemWords(reader.Error()));
   return matches;
 }
 
 void PrintCount(const Job& job, std::uint64_t matches) {
-  if (!job.style.count || job.style.quiet) return;
+  if (job.style.quiet) return;
+  if (job.style.NamesOnly()) {
+    if ((matches > 0) == job.style.filesWithout) return;
+    job.style.json ? job.printer.Json(Printer::File(job.file)) : job.printer.FileName(job.file);
+    return;
+  }
+  if (!job.style.count) return;
   if (job.style.json) {
     Json json = Printer::File(job.file);
     json["count"] = matches;
@@ -129,8 +147,10 @@ ExitStatus Run(Job& job, const Operation& operation) {
     job.file = "-";
     job.text.bytes = job.object.GetStringToMatch();
     job.text.ended = true;
-    job.left = job.request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max());
-    const std::uint64_t matches = job.left > 0 ? RunOnText(job, operation) : 0;
+    job.left = job.lines.most;
+    job.writer.emplace(job.printer, job.lines, job.file, false);
+    std::uint64_t matches = job.left > 0 ? RunOnText(job, operation) : 0;
+    if (job.lines.inverted) matches = job.writer->Selected();
     PrintCount(job, matches);
     return job.problems.Status(matches > 0);
   }
@@ -150,17 +170,34 @@ ExitStatus Run(Job& job, const Operation& operation) {
 /// Walks over the text from match to match; `report` is called for each.
 std::uint64_t Walk(Job& job,
                    const std::function<void(const std::vector<REMatch>&, unsigned int)>& report) {
-  if (job.style.quiet) return job.object.Search() ? 1 : 0;
   // With nobody to report to, the walk costs no copy of the text for each match.
-  if (job.style.count) return std::min<std::uint64_t>(job.object.Grep(), job.left);
+  if (!job.lines.inverted && job.style.Silent()) {
+    const bool all = job.style.count && !job.style.quiet && !job.style.NamesOnly();
+    return all ? std::min<std::uint64_t>(job.object.Grep(), job.left) : job.object.Search() ? 1 : 0;
+  }
   std::uint64_t seen = 0;
   job.object.SetOnGreppingClosure(
       [&](RE*, const std::vector<REMatch>& match, unsigned int line, unsigned int, bool& goOn) {
         report(match, line);
-        goOn = ++seen < job.left;
+        goOn = ++seen < job.left || job.lines.inverted;
       });
   job.object.Grep();
   return seen;
+}
+
+}  // namespace
+
+namespace {
+
+/// An expression in the syntax perl for exactly this text.
+std::string Quoted(const std::string& text) {
+  static const std::string kSpecial = "\\^$.|?*+()[]{}";
+  std::string quoted;
+  for (const char c : text) {
+    if (kSpecial.find(c) != std::string::npos) quoted += '\\';
+    quoted += c;
+  }
+  return quoted;
 }
 
 }  // namespace
@@ -171,6 +208,24 @@ void CheckExpression(RE& object, bool mayBeEmpty) {
   std::string words = object.GetExpressionError();
   if (words.empty()) words = "error " + std::to_string(code);
   throw Failure("expression '" + object.GetExpression() + "': " + words);
+}
+
+void NarrowExpression(RE& object, const Request& request) {
+  if (!request.wholeLines && !request.wholeWords) return;
+  const bool literal = object.IsExpressionOption(RE::Literal);
+  std::string expression = object.GetExpression();
+  if (literal) {
+    object.DeleteExpressionOption(RE::Literal);
+    expression = Quoted(expression);
+  }
+  // A group that isn't counted keeps the numbers of the expression's own.
+  expression = "(?:" + expression + ')';
+  if (request.wholeWords) expression = "(?<!\\w)" + expression + "(?!\\w)";
+  if (request.wholeLines) expression = '^' + expression + '$';
+  object.SetExpression(expression);
+  if (!object.IsExpressionOption(RE::NormalSyntax) || object.ParseExpression() != RE::NoError) {
+    throw Failure("whole words and lines can't be had of this expression or syntax");
+  }
 }
 
 ExitStatus RunMatch(const Request& request) {
@@ -200,6 +255,7 @@ ExitStatus RunSearch(const Request& request) {
 ExitStatus RunGrep(const Request& request) {
   Job job(request);
   CheckExpression(job.object, false);
+  NarrowExpression(job.object, request);
   return Run(job, [](Job& j) {
     return Walk(j, [&j](const auto& match, unsigned int line) { j.Report(match, line); });
   });

@@ -1,11 +1,15 @@
 // regexclass: the library's operations as commands. This file has the command line; what a command
 // does is in the files named after them.
 
+#include <algorithm>
 #include <clocale>
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -38,9 +42,13 @@ enum Part : unsigned int {
   kDryRun = 1U << 16U,
   kWrite = 1U << 17U,
   kInputs = 1U << 18U,
+  kLines = 1U << 19U,
+  kNames = 1U << 20U,
+  kNarrow = 1U << 21U,
+  kFiles = 1U << 22U,
 
   kOnString = kExpression | kSyntax | kText | kCount | kPlace | kInputs,
-  kOnFiles = kExpression | kWalk | kInputs,
+  kOnFiles = kExpression | kWalk | kInputs | kNull | kNarrow | kFiles,
 };
 
 struct Command {
@@ -57,7 +65,7 @@ const Command kCommands[] = {
     {"search", "[EXPRESSION] [FILE...]", "Print the lines with a match, and of a line the first",
      kOnString | kOnlyMatching, RunSearch},
     {"grep", "[EXPRESSION] [FILE...]", "Print the lines with matches, and all of a line",
-     kOnString | kOnlyMatching | kMaximum, RunGrep},
+     kOnString | kOnlyMatching | kMaximum | kLines | kNames | kNarrow, RunGrep},
     {"format", "[EXPRESSION] [FORMAT] [FILE...]", "Print what the format makes of each match",
      kOnString | kFormatArgument | kFormatType | kMaximum | kNull, RunFormat},
     {"merge", "[EXPRESSION] [FORMAT] [FILE...]", "Print the input with its matches replaced",
@@ -65,9 +73,9 @@ const Command kCommands[] = {
     {"split", "[EXPRESSION] [FILE...]", "Print the pieces of each line, cut at the matches",
      kOnString | kSplitOptions | kNull, RunSplit},
     {"grep-files", "[EXPRESSION] [PATTERN...]", "Print the matching lines of files",
-     kOnFiles | kPlace | kOnlyMatching | kCount | kMaximum, RunGrepFiles},
+     kOnFiles | kPlace | kOnlyMatching | kCount | kMaximum | kLines | kNames, RunGrepFiles},
     {"find-files", "[EXPRESSION] [PATTERN...]", "Print the names of files with a match",
-     kOnFiles | kCount | kNull, RunFindFiles},
+     kOnFiles | kCount | kNames, RunFindFiles},
     {"change-files", "[EXPRESSION] [FORMAT] [PATTERN...]", "Replace the matches in files",
      kOnFiles | kFormatArgument | kSave | kDryRun, RunChangeFiles},
     {"settings", "", "Show a set-up in words, or keep it in a file",
@@ -110,11 +118,58 @@ void AddOutputOptions(CLI::App& app, Request& request, unsigned int parts) {
     AddYesNo(app, style.lineNumbers, {"-n,--line-number", "Print line numbers"},
              {"-N,--no-line-number", "Print no line numbers"});
   }
-  if (has(kNull)) app.add_flag("-0,--null", style.null, "End what is printed with a zero byte");
+  if (has(kPlace) && has(kFiles)) {
+    AddYesNo(app, style.heading, {"--heading", "Print each file's name once, above its lines"},
+             {"--no-heading", "Print it in front of each"});
+  }
+  if (has(kNames)) {
+    app.add_flag("-l,--files-with-matches", style.filesWith, "Print the names of files alone");
+    app.add_flag("-L,--files-without-match", style.filesWithout, "Print the names of the others");
+  }
+  if (has(kNull)) {
+    app.add_flag("-0,--null", style.null,
+                 has(kFiles) ? "Names end with a zero byte, those of --files-from too"
+                             : "End what is printed with a zero byte");
+  }
   if (!has(kWrite)) {
     app.add_option("--color", style.color, "Use colours")
         ->check(CLI::IsMember({"auto", "always", "never"}));
   }
+}
+
+void AddLineOptions(CLI::App& app, Request& request) {
+  LineChoice& lines = request.lines;
+  std::vector<CLI::Option*> options = {
+      app.add_flag("-v,--invert-match", lines.inverted, "Print the lines without a match")};
+  const auto both = [&lines](std::uint64_t number) { lines.before = lines.after = number; };
+  options.push_back(app.add_option("-A,--after-context", lines.after, "Lines behind each too"));
+  options.push_back(app.add_option("-B,--before-context", lines.before, "Lines in front too"));
+  options.push_back(app.add_option_function<std::uint64_t>("-C,--context", both, "Both"));
+  for (CLI::Option* const option : options) {
+    option->excludes(app.get_option("--json"))->excludes(app.get_option("--only-matching"));
+  }
+}
+
+void AddFileOptions(CLI::App& app, Request& request) {
+  FileChoice& choice = request.choice;
+  AddRaw(app, "--files-from", choice.listFile, "Read names of files from a file, - for input")
+      ->type_name("FILE");
+  app.add_option("--exclude", choice.excluded, "Pass over what has such a name")
+      ->type_name("PATTERN")
+      ->allow_extra_args(false);
+  app.add_flag("--ignore-files", choice.ignoreFiles, "Pass over what git ignores");
+  app.add_flag("--hidden", choice.hidden, "Take names that begin with a dot too");
+  app.add_flag("--binary", choice.binary, "Take files with zero bytes too");
+  app.add_option("-j,--jobs", request.jobs, "The number of threads")->check(CLI::PositiveNumber);
+}
+
+void AddChangeOptions(CLI::App& app, Request& request) {
+  CLI::Option* const dryRun =
+      app.add_flag("--dry-run", request.dryRun, "Print the changes, make none");
+  app.add_flag("--diff", request.diff, "Print the changes for patch, make none")
+      ->excludes(dryRun)
+      ->excludes(app.get_option("--json"));
+  AddRaw(app, "--undo", request.undo, "Put saved copies with this end back")->type_name("EXT");
 }
 
 void AddOperationOptions(CLI::App& app, Request& request, unsigned int parts) {
@@ -136,7 +191,11 @@ void AddOperationOptions(CLI::App& app, Request& request, unsigned int parts) {
   if (has(kWalk)) AddWalkOptions(app, setUp);
   if (has(kFilesOption)) AddFilesOption(app, setUp);
   if (has(kSave)) AddSaveOption(app, setUp);
-  if (has(kDryRun)) app.add_flag("--dry-run", request.dryRun, "Print the changes, make none");
+  if (has(kNarrow)) {
+    app.add_flag("-w,--word-regexp", request.wholeWords, "Matches are whole words");
+    app.add_flag("-x,--line-regexp", request.wholeLines, "Matches are whole lines");
+  }
+  if (has(kFiles)) AddFileOptions(app, request);
   if (has(kWrite)) {
     AddRaw(app, "-w,--write", request.writeTo, "Write the set-up to a file")->type_name("FILE");
   }
@@ -164,12 +223,42 @@ void TakeArguments(Request& request, std::vector<std::string> arguments, unsigne
     arguments.erase(arguments.begin());
   };
   if ((parts & kInputs) == 0) return;
+  if (request.undo) {
+    request.inputs = std::move(arguments);
+    return;
+  }
   take(setUp.expression);
   if ((parts & kFormatArgument) != 0) {
     take(setUp.format);
     if (!setUp.format && !setUp.settingsFile) throw Failure("no format is given");
   }
   request.inputs = std::move(arguments);
+}
+
+/// How many characters must be put in, taken out or exchanged to make one word of another.
+std::size_t Distance(const std::string& from, const std::string& to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t exchanged = diagonal + (from[i] == to[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({exchanged, row[j] + 1, diagonal + 1});
+    }
+  }
+  return row.back();
+}
+
+void CheckCommand(const std::string& name) {
+  if (name.empty()) throw Failure("no command is given; regexclass --help names them");
+  if (name[0] == '-') return;
+  const auto distance = [&name](const Command& command) { return Distance(name, command.name); };
+  const auto* const nearest = std::min_element(
+      std::begin(kCommands), std::end(kCommands),
+      [&](const Command& a, const Command& b) { return distance(a) < distance(b); });
+  if (name == nearest->name) return;
+  throw Failure("there is no command '" + name + "'; the nearest is '" + nearest->name + "'");
 }
 
 ExitStatus Main(int argc, char** argv) {
@@ -180,6 +269,7 @@ ExitStatus Main(int argc, char** argv) {
   app.require_subcommand(1);
 
   Request request;
+  request.jobs = std::max(1U, std::thread::hardware_concurrency());
   std::vector<std::string> arguments;
   for (const Command& command : kCommands) {
     CLI::App* const sub = app.add_subcommand(command.name, command.description);
@@ -187,10 +277,14 @@ ExitStatus Main(int argc, char** argv) {
     if ((command.parts & kInputs) != 0) AddArguments(*sub, arguments);
     AddOperationOptions(*sub, request, command.parts);
     AddOutputOptions(*sub, request, command.parts);
+    if ((command.parts & kLines) != 0) AddLineOptions(*sub, request);
+    if ((command.parts & kDryRun) != 0) AddChangeOptions(*sub, request);
   }
   try {
+    CheckCommand(argc > 1 ? argv[1] : "");
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) throw Failure(error.what());
     return app.exit(error) == 0 ? kMatch : kError;
   }
   for (const Command& command : kCommands) {

@@ -1,0 +1,50 @@
+// From arguments to the files that a command works on.
+#ifndef REGEXCLASS_TOOLS_FILELIST_HPP
+#define REGEXCLASS_TOOLS_FILELIST_HPP
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Problems.hpp"
+
+namespace tool {
+
+/// What the command line says about the files to take.
+struct FileChoice {
+  std::vector<std::string> arguments;  ///< Names of files and directories, and patterns.
+  std::string patterns;                ///< Of a settings file, with ; between them.
+  std::optional<std::string> listFile;
+  std::vector<std::string> excluded;
+  bool nullNames = false;
+  bool recursive = false;
+  bool hidden = false;
+  bool binary = false;
+  bool ignoreFiles = false;
+};
+
+struct ListedFile {
+  std::string name;       ///< As it is printed.
+  std::size_t named = 0;  ///< How much of the name, from its start, the user has spelled out.
+  bool found = false;     ///< In a directory below, so that it isn't wanted if it is binary.
+};
+
+/// Lists regular files, and links to them, each once: argument by argument, in the byte order of
+/// names, a directory's own files before those below it.
+///
+/// An argument that names something that exists stands for itself, whatever characters are in it,
+/// so that the names that a shell makes of its patterns mean what they say; a directory stands for
+/// its files. Everything else is a pattern by the rules of glob(7), whose last component is applied
+/// in all directories below too when the choice says so.
+std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems);
+
+/// Whether there is a zero byte in the file's first 8 KiB; false for what can't be read.
+bool LooksBinary(const std::string& file);
+
+/// What the library takes for exactly this name.
+std::string Escaped(const std::string& name);
+
+}  // namespace tool
+
+#endif  // REGEXCLASS_TOOLS_FILELIST_HPP
