@@ -101,34 +101,6 @@ TEST(Object, MovesWithAllThatItHas) {
   EXPECT_EQ(re, RE());
 }
 
-TEST(Object, GivesItsMatchesBack) {
-  const std::vector<REMatch> first = {{"ab", 1}, {"a", 1}, {"", -1}},
-                             second = {{"b", 4}, {"", -1}, {"", -1}};
-  for (const bool told : {false, true}) {
-    RE re;
-    re.SetExpression(std::string_view("(a)?(x)?b"));
-    std::string text = "-ab-b";
-    re.SetStringToMatch(std::move(text));
-    const auto spoil = [](RE* running, auto&&...) { running->SetStringToMatch("spoilt"); };
-    if (told)
-      re.SetOnSearchingClosure(spoil), re.SetOnMatchingClosure(spoil),
-          re.SetOnGreppingClosure(spoil);
-    std::vector<REMatch> match = second;
-    std::vector<std::vector<REMatch>> matches(7);
-    EXPECT_FALSE(re.Match(match) || re.MatchAll(match) || !match.empty());
-    EXPECT_EQ(re.Grep(matches), 2U);
-    EXPECT_EQ(matches, (std::vector<std::vector<REMatch>>{first, second}));
-    re.SetStringToMatch("-ab-b");
-    EXPECT_TRUE(re.Search(match) && match == first);
-    re.SetStringToMatch("b");
-    EXPECT_TRUE(re.MatchAll(match) && match[0] == (REMatch{"b", 0}));
-    re.SetOnGreppingClosure([](auto&&...) { throw 1; });
-    re.SetStringToMatch("b");
-    EXPECT_THROW(re.Grep(matches), int);
-    EXPECT_TRUE(matches.empty());
-  }
-}
-
 TEST(Object, KeepsARecordForEachModel) {
   RE re = Make("(", "");
   re.SetLocaleModel(RE::W32Locale);
