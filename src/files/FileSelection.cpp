@@ -17,6 +17,8 @@ using platform::DirectoryPointer;
 using platform::Error;
 using platform::Links;
 
+constexpr std::size_t kLongestName = 1024;
+
 bool HasWildcard(std::string_view component) {
   return platform::FindUnescaped(component, "*?[") < component.size();
 }
@@ -29,7 +31,7 @@ class Selection {
 
   bool Select(std::string_view pattern) {
     path_.clear();
-    DirectoryPointer start = Directory::Current();
+    DirectoryPointer start = current_;
     if (const std::size_t root = platform::RootLength(pattern); root != 0) {
       path_ = pattern.substr(0, root);
       pattern.remove_prefix(root);
@@ -59,24 +61,40 @@ class Selection {
   /// Visits what the rest of a pattern selects in `directory`, which has the path `path_`, and
   /// leaves what is below it pending. `links` goes for the names that the pattern spells out.
   bool Enter(DirectoryPointer directory, std::string_view pattern, Links links) {
+    // What the caller has spelled out is opened in one go, as long as it is no longer than a system
+    // takes.
+    std::string spelledOut;
+    const auto descend = [&] {
+      if (spelledOut.empty()) return;
+      const bool meant = links == Links::kMeant;
+      const bool known = meant && spelledOut_ != nullptr && path_ == spelledOutPath_;
+      directory = known ? spelledOut_ : directory->Below(spelledOut, links);
+      if (meant) spelledOut_ = directory, spelledOutPath_ = path_;
+      spelledOut.clear();
+    };
     for (;;) {
       const std::size_t end = pattern.find_first_of(platform::Separators());
       const std::string component(pattern.substr(0, end));
       if (end == std::string_view::npos) {
         if (component.empty()) return true;
+        descend();
         if (recursion_ || HasWildcard(component)) return VisitNames(directory, pattern);
-        return VisitFile(directory, platform::WithoutEscapes(component), links,
-                         DirectoryEntry::kLink);
+        const std::string name = platform::WithoutEscapes(component);
+        return VisitFile(directory, name, links, directory->KindOf(name));
       }
       pattern.remove_prefix(end);
       const std::size_t next =
           std::min(pattern.find_first_not_of(platform::Separators()), pattern.size());
       const std::string separators(pattern.substr(0, next));
       pattern.remove_prefix(next);
-      if (HasWildcard(component)) return FindBelow(directory, component, separators, pattern);
+      if (HasWildcard(component)) {
+        descend();
+        return FindBelow(directory, component, separators, pattern);
+      }
       const std::string name = platform::WithoutEscapes(component) + separators;
+      if (links != Links::kMeant || spelledOut.size() + name.size() > kLongestName) descend();
       path_ += name;
-      directory = directory->Below(name, links);
+      spelledOut += name;
     }
   }
 
@@ -158,6 +176,9 @@ class Selection {
 
   const bool recursion_;
   const FileVisitor& visitor_;
+  const DirectoryPointer current_ = Directory::Current();
+  DirectoryPointer spelledOut_;           // the last one that a pattern has spelled out, since
+  std::string spelledOutPath_;            // patterns often name file after file; and its path
   std::string path_;                      // of the directory in hand, as it stands before a name
   std::vector<Pending> pending_;          // the next one at the back
   std::unordered_set<std::string> seen_;  // files that were visited, directories that failed

@@ -58,10 +58,11 @@ class Directory : public std::enable_shared_from_this<Directory> {
   ~Directory();
 
   /// The directory with that name in this one, or wherever an absolute name leads. Its path is that
-  /// of this one and `component`, which may have separators at its end. Touches nothing yet.
+  /// of this one and `component`, which may have separators at its end, and inside where links are
+  /// meant. Touches nothing yet.
   DirectoryPointer Below(const std::string& component, Links links);
-  /// The one of the directories above, or this one, whose path has `length` characters; null when
-  /// none has.
+  /// The one of the directories above, or this one, whose path has `length` characters, with a
+  /// separator at its end; null when there is none.
   DirectoryPointer Above(std::size_t length);
   std::size_t PathLength() const;
 
@@ -71,6 +72,8 @@ class Directory : public std::enable_shared_from_this<Directory> {
   /// The entries without the directory itself and the one above, in no order, and as many as can
   /// be told before an error. `opened` tells whether the directory could be opened.
   Error List(std::vector<DirectoryEntry>& entries, bool& opened);
+  /// What has that name in the directory; kOther also for what can't be told.
+  DirectoryEntry::Kind KindOf(const std::string& name);
   /// Follows the link that `name` may be to where a file has its own name: `name` in `directory`.
   /// A name that isn't there is its own.
   Error Resolve(DirectoryPointer& directory, std::string& name);

@@ -23,17 +23,18 @@ std::string WithoutSlashesBehind(std::string component) {
   return component;
 }
 
+DirectoryEntry::Kind KindByMode(mode_t mode) {
+  if (S_ISDIR(mode)) return DirectoryEntry::kDirectory;
+  if (S_ISLNK(mode)) return DirectoryEntry::kLink;
+  return S_ISREG(mode) ? DirectoryEntry::kFile : DirectoryEntry::kOther;
+}
+
 /// What an entry is, as far as the directory tells it; asked for where it doesn't.
 DirectoryEntry::Kind KindOf(int directory, const dirent& entry) {
+  if (entry.d_type != DT_UNKNOWN) return KindByMode(DTTOIF(entry.d_type));
   struct stat status = {};
-  if (entry.d_type == DT_UNKNOWN &&
-      ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return DirectoryEntry::kOther;
-  }
-  if (entry.d_type == DT_DIR || S_ISDIR(status.st_mode)) return DirectoryEntry::kDirectory;
-  if (entry.d_type == DT_LNK || S_ISLNK(status.st_mode)) return DirectoryEntry::kLink;
-  if (entry.d_type == DT_REG || S_ISREG(status.st_mode)) return DirectoryEntry::kFile;
-  return DirectoryEntry::kOther;
+  const bool told = ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  return told ? KindByMode(status.st_mode) : DirectoryEntry::kOther;
 }
 
 }  // namespace
@@ -157,10 +158,16 @@ DirectoryPointer Directory::Below(const std::string& component, Links links) {
 
 DirectoryPointer Directory::Above(std::size_t length) {
   DirectoryPointer directory = shared_from_this();
-  while (directory != nullptr && directory->PathLength() > length) {
-    directory = DirectoryPointer(directory->system_->parent);
+  while (directory->PathLength() > length) {
+    const System& system = *directory->system_;
+    if (system.parent == nullptr) return nullptr;
+    const std::size_t above = system.parent->PathLength();
+    if (above < length) {  // inside of a name that the caller has spelled out
+      return system.parent->Below(system.name.substr(0, length - above), system.links);
+    }
+    directory = DirectoryPointer(system.parent);
   }
-  return directory != nullptr && directory->PathLength() == length ? directory : nullptr;
+  return directory->PathLength() == length ? directory : nullptr;
 }
 
 std::size_t Directory::PathLength() const { return system_->pathLength; }
@@ -190,8 +197,18 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
     const dirent* const entry = ::readdir(directory.get());
     if (entry == nullptr) return errno;
     if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
-    entries.push_back({entry->d_name, KindOf(number, *entry)});
+    entries.push_back({entry->d_name, RegexClass::platform::KindOf(number, *entry)});
   }
+}
+
+DirectoryEntry::Kind Directory::KindOf(const std::string& name) {
+  int descriptor = -1;
+  struct stat status = {};
+  if (system_->Open(descriptor) != 0 ||
+      ::fstatat(descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return DirectoryEntry::kOther;
+  }
+  return KindByMode(status.st_mode);
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {
