@@ -184,17 +184,18 @@ INSTANTIATE_TEST_SUITE_P(Of, EachCall,
 
 TEST_P(EachCall, LeavesTheOldContentOrTheNew) {
   const Act act = GetParam();
-  const std::string before = "x" + std::string(80000, '\0') + "x\n", file = "tree/sub/file.txt";
+  const std::size_t gap = act <= kIsTheLast ? 80000 : 10;
+  const std::string before = "x" + std::string(gap, '\0') + "x\n", file = "tree/sub/file.txt";
   const uid_t user = geteuid();  // root may keep special mode bits when he writes
-  for (int variant = 0; variant < 3; ++variant) {
+  for (int variant = act == kIsTheLast ? 2 : 0; variant < 3; ++variant) {
     bool more = true;
     for (int number = 1; more; ++number) {
       SCOPED_TRACE(testing::Message() << "variant " << variant << " call " << number);
-      const std::string text(std::vector<std::size_t>{0, 1, 90000}[variant], 'y');
+      const std::string text(std::vector<std::size_t>{0, 1, gap + 5}[variant], 'y');
       const int undone = number + std::vector<int>{1, 3, 1000}[variant];
       const std::string older = variant == 1 ? "" : "older",
                         swapped = act == kFileIsSwapped ? file : "tree/sub";
-      Changer c("x", text, {{file, before}, {"other/file.txt", before}});
+      Changer c("x", text, {{file, before}, {"other/file.txt", "x"}});
       if (!older.empty()) WriteFile("tree/sub/file.bak", older);
       if (act == kFailsOverwriting) fs::create_hard_link(file, "../link");
       for (const auto& entry : fs::recursive_directory_iterator(".")) {
@@ -238,9 +239,9 @@ TEST_P(EachCall, LeavesTheOldContentOrTheNew) {
 
       const std::string now = ReadFile(file), copy = ReadFile("tree/sub/file.bak");
       const bool isNew = now != before;
-      EXPECT_TRUE(!isNew || now == text + before.substr(1, 80000) + text + "\n");
+      EXPECT_TRUE(!isNew || now == text + before.substr(1, gap) + text + "\n");
       EXPECT_TRUE(copy == before || (!isNew && copy == older));
-      EXPECT_EQ(before, ReadFile("other/file.txt"));
+      EXPECT_EQ("x", ReadFile("other/file.txt"));
       EXPECT_EQ(fs::perms(0600), fs::status("other/file.txt").permissions());
       EXPECT_EQ(1, std::distance(fs::directory_iterator("other"), {}));
       ASSERT_EQ(0, seteuid(user));
