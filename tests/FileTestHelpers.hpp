@@ -82,7 +82,7 @@ std::string InChild(Run run) {
     _exit(write(outcome, text.data(), text.size()) < 0 ? 1 : 0);
   }
   waitpid(child, nullptr, 0);
-  const std::string text = ReadFile("/proc/self/fd/" + std::to_string(outcome));
+  std::string text = ReadFile("/proc/self/fd/" + std::to_string(outcome));
   close(outcome);
   return text;
 }

@@ -171,6 +171,11 @@ TEST(ChangeFiles, ChangesARealTreeAsPerlDoes) {
 /// Makes a transfer half as long; the size is the third argument of the calls that have one.
 void Halve(Words& arguments) { arguments[2] -= arguments[2] / 2; }
 
+/// A file with the text at its start and at its end.
+std::string Around(std::size_t gap, const std::string& text) {
+  return text + std::string(gap, '\0') + text + '\n';
+}
+
 /// What happens at a call.
 enum Act { kFails, kFailsOverwriting, kIsTheLast, kFileIsSwapped, kDirectoryIsSwapped };
 
@@ -185,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(Of, EachCall,
 TEST_P(EachCall, LeavesTheOldContentOrTheNew) {
   const Act act = GetParam();
   const std::size_t gap = act <= kIsTheLast ? 80000 : 10;
-  const std::string before = "x" + std::string(gap, '\0') + "x\n", file = "tree/sub/file.txt";
+  const std::string before = Around(gap, "x"), file = "tree/sub/file.txt";
   const uid_t user = geteuid();  // root may keep special mode bits when he writes
   for (int variant = act == kIsTheLast ? 2 : 0; variant < 3; ++variant) {
     bool more = true;
@@ -239,7 +244,7 @@ TEST_P(EachCall, LeavesTheOldContentOrTheNew) {
 
       const std::string now = ReadFile(file), copy = ReadFile("tree/sub/file.bak");
       const bool isNew = now != before;
-      EXPECT_TRUE(!isNew || now == text + before.substr(1, gap) + text + "\n");
+      EXPECT_TRUE(!isNew || now == Around(gap, text));
       EXPECT_TRUE(copy == before || (!isNew && copy == older));
       EXPECT_EQ("x", ReadFile("other/file.txt"));
       EXPECT_EQ(fs::perms(0600), fs::status("other/file.txt").permissions());
@@ -390,13 +395,14 @@ std::string Line(const Problem& p) {
 
 TEST(ChangeFiles, TellsWhatWentWrong) {
   const std::string begin(40000, 'o'), end(5000, 'p'), hole((1 << 20) - 45005, '\0');
+  const auto content = [&](const std::string& middle) { return begin + middle + end; };
   const auto extent = [] {
     struct stat s = {};
     stat("file.txt", &s);
     return std::tuple(s.st_size, s.st_blocks, s.st_mtim.tv_sec, s.st_mtim.tv_nsec);
   };
   for (const auto& [command, failing, told] : kFaults) {
-    Changer c("match", std::string(40000, 'n'), {{"file.txt", begin + "match" + end}});
+    Changer c("match", std::string(40000, 'n'), {{"file.txt", content("match")}});
     fs::resize_file("file.txt", 1 << 20);
     SCOPED_TRACE(Line(told));
     c.re.SetFilesToMatch("file.txt");
@@ -427,8 +433,8 @@ TEST(ChangeFiles, TellsWhatWentWrong) {
     }
     EXPECT_EQ(fine ? "" : Line(told), c.Problems().empty() ? "" : Line(c.Problems()[0]));
     EXPECT_TRUE(fine || extent() == before);
-    const std::string now = begin + (fine ? std::string(40000, 'n') : "match") + end + hole;
-    EXPECT_TRUE(ReadFile("file.txt") == now || *command != '\0');
+    const std::string now = content(fine ? std::string(40000, 'n') : "match");
+    EXPECT_TRUE(ReadFile("file.txt") == now + hole || *command != '\0');
     EXPECT_EQ(fine || told.kind == RE::ReplaceFileFailed,
               fs::is_regular_file("file.bak") && told.lastError != EEXIST);
     EXPECT_TRUE(fs::is_empty("../tmp"));

@@ -51,8 +51,8 @@ std::vector<Texts> Table(const std::string& name, const std::string& page = "gui
 
 /// The number of an enumerator, in a list of their names by number.
 template <class Enumeration>
-Enumeration Named(const std::string& name, std::string names) {
-  RE re = Make("", std::move(names));
+Enumeration Named(const std::string& name, const std::string& names) {
+  RE re = Make("", names);
   const Texts all = Pieces(re);
   const auto found = std::find(all.begin(), all.end(), name);
   EXPECT_NE(found, all.end()) << name;

@@ -53,7 +53,7 @@ class Dialect {
   Text Piece(char token, bool first, bool start, bool last) const {
     if ((token & 0x80) != 0) return Literal(static_cast<char>(token & 0x7F), first, start, last);
     if (token >= 'A' && token <= 'G') return List(kLists[token - 'A']);
-    const Text op = Operator(token);
+    Text op = Operator(token);
     switch (token) {
       case '1':
         return Has(kBkRefs) ? Text("\\1") : std::nullopt;
@@ -75,7 +75,7 @@ class Dialect {
   }
 
   Text Operator(char op) const {
-    const Text plain({op}), escaped({'\\', op});
+    Text plain({op}), escaped({'\\', op});
     switch (op) {
       case '(':
       case ')':
@@ -94,7 +94,7 @@ class Dialect {
   }
 
   Text Literal(char c, bool first, bool start, bool last) const {
-    const Text plain({c}), escaped({'\\', c}), either = random_.Flip() ? plain : escaped;
+    Text plain({c}), escaped({'\\', c}), either = random_.Flip() ? plain : escaped;
     const Text op = Operator(c);
     if (c == '\n') return Has(kNewlineAlt) ? escaped : plain;
     if (c == '}' && !IsPerl()) return either;
