@@ -23,6 +23,22 @@ bool HasWildcard(std::string_view component) {
   return platform::FindUnescaped(component, "*?[") < component.size();
 }
 
+/// The one name that a component can stand for whose only wildcards are sets of one letter, as in
+/// [a]b, or that has none; empty when there are others. No directory needs to be read for it.
+std::string OnlyName(std::string_view component) {
+  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  std::string spelledOut;
+  for (std::size_t at = 0;;) {
+    const std::size_t next = at + platform::FindUnescaped(component.substr(at), "*?[");
+    spelledOut += component.substr(at, next - at);
+    if (next == component.size()) return platform::WithoutEscapes(spelledOut);
+    const std::string_view set = component.substr(next, 3);
+    if (set.size() < 3 || set[0] != '[' || !isLetter(set[1]) || set[2] != ']') return "";
+    spelledOut += set[1];
+    at = next + set.size();
+  }
+}
+
 /// One pattern's walk. Every member answers whether to go on.
 class Selection {
  public:
@@ -78,8 +94,9 @@ class Selection {
       if (end == std::string_view::npos) {
         if (component.empty()) return true;
         descend();
-        if (recursion_ || HasWildcard(component)) return VisitNames(directory, pattern);
-        const std::string name = platform::WithoutEscapes(component);
+        const std::string name = OnlyName(component);
+        if (recursion_ || name.empty()) return VisitNames(directory, pattern);
+        if (HasWildcard(component)) links = Links::kFollowed;
         return VisitFile(directory, name, links, directory->KindOf(name));
       }
       pattern.remove_prefix(end);
