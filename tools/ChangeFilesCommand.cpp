@@ -127,7 +127,7 @@ class Preview {
       output_.Put(part.number, {worker.TakeOutput(), true, ""});
     };
     PartSearch search(job_, part);
-    search.Grep(worker.object, match, done, nullptr);
+    search.GrepFiles(worker.object, match, done, nullptr);
     if (search.Stopped()) output_.StopBehind(part.number);
     std::string words;
     for (const std::string& note : notes) words += "regexclass: " + note + '\n';

@@ -108,7 +108,7 @@ class SearchRun {
       Found();
       if (!without) tell(file);
     };
-    search.Find(worker.object, found, without ? tell : nullptr);
+    search.FindFiles(worker.object, found, without ? tell : nullptr);
     EndPart(part, search);
   }
 
@@ -184,7 +184,7 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
     };
   }
   PartSearch search(job_, part);
-  search.Grep(worker.object, match, done, without);
+  search.GrepFiles(worker.object, match, done, without);
   EndPart(part, search);
 }
 

@@ -80,9 +80,13 @@ std::string Worker::TakeOutput() {
 
 void PartSearch::Prepare(RE& object) const {
   std::string pattern;
-  for (std::size_t i = part_.begin; i < part_.end; ++i) {
+  for (std::size_t i = part_.begin; i < part_.end;) {
+    const ListedFile& file = job_.files[i];
     if (i > part_.begin) pattern += ';';
-    pattern += Escaped(job_.files[i].name);
+    const bool directory = file.together > 0 && i + file.together <= part_.end;
+    pattern += directory ? Escaped(file.name.substr(0, file.name.rfind('/') + 1)) + '*'
+                         : Escaped(file.name);
+    i += directory ? file.together : 1;
   }
   object.SetFilesToMatch(pattern);
 }
@@ -91,12 +95,18 @@ bool PartSearch::IsUnwanted(const ListedFile& file) const {
   return file.found && !job_.request.choice.binary && LooksBinary(file.name);
 }
 
+std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
+  while (from < part_.end && job_.files[from].name != name) ++from;
+  return from;
+}
+
 void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
   if (problems == nullptr) return;
   std::size_t at = part_.begin;
   for (const RE::FileSearchProblem& problem : *problems) {
-    while (at < part_.end && job_.files[at].name != problem.file) ++at;
-    if (at == part_.end) break;
+    const std::size_t found = Find(problem.file, at);
+    if (found == part_.end) continue;
+    at = found;
     if (IsUnwanted(job_.files[at])) continue;
     failed_.insert(at);
     failures_.push_back(InWords(problem));
@@ -110,7 +120,8 @@ void PartSearch::PassTo(std::size_t file, const OnFile& without) {
   }
 }
 
-void PartSearch::Grep(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without) {
+void PartSearch::GrepFiles(RE& object, const OnMatch& match, const OnFile& done,
+                           const OnFile& without) {
   const ListedFile* current = nullptr;
   const auto end = [&] {
     if (current != nullptr) done(*current);
@@ -122,8 +133,9 @@ void PartSearch::Grep(RE& object, const OnMatch& match, const OnFile& done, cons
                                        bool& more) {
     if (current == nullptr || name != current->name) {
       end();
-      std::size_t at = next_;
-      while (job_.files[at].name != name) ++at;
+      const std::size_t at = Find(name, next_);
+      more = at < part_.end;
+      if (!more) return;  // it has come since the files were listed
       PassTo(at, without);
       ++next_;
       more = !IsUnwanted(job_.files[at]);
@@ -138,12 +150,14 @@ void PartSearch::Grep(RE& object, const OnMatch& match, const OnFile& done, cons
   PassTo(End(), without);
 }
 
-void PartSearch::Find(RE& object, const OnFile& with, const OnFile& without) {
+void PartSearch::FindFiles(RE& object, const OnFile& with, const OnFile& without) {
   Prepare(object);
   std::size_t at = part_.begin;
   std::set<std::size_t> found;
   object.SetOnFindFilesClosure([&](RE*, const std::string& name, bool&) {
-    while (job_.files[at].name != name) ++at;
+    const std::size_t next = Find(name, at);
+    if (next == part_.end) return;
+    at = next;
     found.insert(at);
     if (with && !IsUnwanted(job_.files[at])) with(job_.files[at]);
   });

@@ -64,9 +64,9 @@ class PartSearch {
 
   /// Reports each match. `done` is told of each file behind its matches and `without`, if it isn't
   /// empty, of each that has none, in the order of the list.
-  void Grep(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
+  void GrepFiles(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
   /// Reports each file with a match, and then those without. Either function may be empty.
-  void Find(RE& object, const OnFile& with, const OnFile& without);
+  void FindFiles(RE& object, const OnFile& with, const OnFile& without);
 
   /// What failed, in words.
   const std::vector<std::string>& Failures() const { return failures_; }
@@ -75,6 +75,8 @@ class PartSearch {
 
  private:
   void Prepare(RE& object) const;
+  /// The file of the part with this name, from `from` on; the part's end when there is none.
+  std::size_t Find(const std::string& name, std::size_t from) const;
   void PassTo(std::size_t file, const OnFile& without);
   void Take(const std::vector<RE::FileSearchProblem>* problems);
   bool IsUnwanted(const ListedFile& file) const;

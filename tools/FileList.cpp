@@ -176,20 +176,28 @@ class Lister {
     const bool shown = choice_.hidden || !choice_.recursive;
     const int hiding = choice_.hidden ? 0 : FNM_PERIOD;
     const std::string key = KeyOfDirectory(directory);
+    const std::size_t first = files_.size();
+    bool all = !choice_.ignoreFiles;
     std::vector<std::string> directories;
     for (const fs::directory_entry& entry : Entries(directory)) {
       std::error_code ignored;
       const std::string name = entry.path().filename().string();
       const std::string path = directory + name;
-      if (IsExcluded(name) || IsExcluded(path)) continue;
+      if (IsExcluded(name) || IsExcluded(path)) {
+        all = false;
+        continue;
+      }
       const bool link = entry.is_symlink(ignored);
       if (!link && entry.is_directory(ignored)) {
         if (choice_.recursive && (shown || name[0] != '.')) directories.push_back(path + '/');
-      } else if (fnmatch(pattern.c_str(), name.c_str(), hiding) == 0 &&
-                 entry.is_regular_file(ignored)) {
-        Add(link ? KeyOf(path) : key + name, {path, named, choice_.recursive});
+      } else if (entry.is_regular_file(ignored)) {
+        const bool wanted = fnmatch(pattern.c_str(), name.c_str(), hiding) == 0;
+        const bool added =
+            wanted && Add(link ? KeyOf(path) : key + name, {path, named, choice_.recursive});
+        if (added == (name[0] == '.')) all = false;
       }
     }
+    if (all && files_.size() > first) files_[first].together = files_.size() - first;
     for (const std::string& next : directories) Directory(next, pattern, named);
   }
 
@@ -218,8 +226,11 @@ class Lister {
     return entries;
   }
 
-  void Add(const std::string& key, ListedFile file) {
-    if (seen_.insert(key).second) files_.push_back(std::move(file));
+  /// False for a file that is in the list already.
+  bool Add(const std::string& key, ListedFile file) {
+    if (!seen_.insert(key).second) return false;
+    files_.push_back(std::move(file));
+    return true;
   }
 
   const FileChoice& choice_;

@@ -27,7 +27,10 @@ struct FileChoice {
 struct ListedFile {
   std::string name;       ///< As it is printed.
   std::size_t named = 0;  ///< How much of the name, from its start, the user has spelled out.
-  bool found = false;     ///< In a directory below, so that it isn't wanted if it is binary.
+  bool found = false;     ///< By recursion, so that it isn't wanted if it is binary.
+  /// With the first file of a directory: how many follow each other, itself included, that are all
+  /// that * stands for there; 0 when others are left out.
+  std::size_t together = 0;
 };
 
 /// Lists regular files, and links to them, each once: argument by argument, in the byte order of
