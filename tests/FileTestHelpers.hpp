@@ -7,11 +7,15 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <random>
 #include <stdexcept>
 #include <string>
+
+#ifndef _WIN32
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 namespace RegexClass::test {
 
@@ -34,9 +38,10 @@ inline void WriteFile(const std::string& name, const std::string& content) {
 /// all that is in it; in memory if the system has that.
 struct Scratch {
   Scratch() {
-    for (const fs::path parent : {"/dev/shm", "/tmp"}) {
-      path = parent / "regexclass-test-XXXXXX";
-      if (mkdtemp(path.data()) == nullptr) continue;
+    for (const auto& parent : {fs::path("/dev/shm"), fs::path("/tmp"), fs::temp_directory_path()}) {
+      path = (parent / ("regexclass-test-" + std::to_string(std::random_device()()))).string();
+      std::error_code error;
+      if (!fs::create_directory(path, error)) continue;
       fs::permissions(path, fs::perms(0755));
       fs::create_directory(path + "/here");
       fs::permissions(path + "/here", fs::perms(0777));
@@ -58,11 +63,12 @@ struct Scratch {
 inline std::map<std::string, std::string> Contents() {
   std::map<std::string, std::string> contents;
   for (const auto& entry : fs::recursive_directory_iterator(".")) {
-    if (entry.is_regular_file()) contents[entry.path().string().substr(2)] = ReadFile(entry.path());
+    if (entry.is_regular_file()) contents[entry.path().generic_string().substr(2)] = ReadFile(entry.path().string());
   }
   return contents;
 }
 
+#ifndef _WIN32
 /// The number of files that this process has open.
 inline std::ptrdiff_t OpenDescriptors() {
   return std::distance(fs::directory_iterator("/proc/self/fd"), {});
@@ -86,6 +92,7 @@ std::string InChild(Run run) {
   close(outcome);
   return text;
 }
+#endif
 
 }  // namespace RegexClass::test
 

@@ -15,6 +15,16 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <windows.h>
+// Behind the one above.
+#include <psapi.h>
+#else
+#include <sys/resource.h>
+#endif
+
 #include "RegularExpression.hpp"
 
 namespace RegexClass {
@@ -114,6 +124,19 @@ inline Texts AllStrings(const std::string& alphabet, std::size_t length) {
     for (const char c : alphabet) all.push_back(all[i] + c);
   }
   return all;
+}
+
+/// The most memory that the process has had so far, in bytes.
+inline std::size_t PeakMemory() {
+#ifdef _WIN32
+  PROCESS_MEMORY_COUNTERS counters = {};
+  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+  return counters.PeakWorkingSetSize;
+#else
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::size_t>(usage.ru_maxrss) << 10;
+#endif
 }
 
 /// How many cases a generator runs: `usual`, or what REGEXCLASS_TEST_CASES says.

@@ -241,6 +241,7 @@ TEST(Guide, Records) {
 }
 
 TEST(Guide, FilePatterns) {
+  if (fs::path::preferred_separator != '/') GTEST_SKIP() << "names have other rules here";
   const Scratch scratch;
   ASSERT_EQ(0, std::system("mkdir -p sub/deep/.x; mkfifo pipe; ln -s a.txt link.txt; ln -s .. up;"
                            "ln -s loop loop; ln -s no nowhere; for f in .hidden a b 'c;d' Ä sub/f "

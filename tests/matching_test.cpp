@@ -178,7 +178,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     re.AddMatchOption(RE::MatchPartial);  // nor has this in what follows
     ASSERT_EQ(Merged(re), MergedByHand(walk, re, walk.size()));
 
-    re.SetMaximumSplits(random.Below(5));
+    re.SetMaximumSplits(static_cast<unsigned long>(random.Below(5)));
     re.SetSplitInputDelete(random.Flip());
     std::string rest = text;
     if (text.empty()) continue;

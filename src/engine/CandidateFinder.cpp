@@ -91,7 +91,7 @@ double Bits(const Pattern& pattern) {
 
 /// Cuts `pattern` where its width begins to vary, if what stands before is rare enough: a fixed
 /// width is much cheaper to look for, and an attempt of the engine costs little when there are few.
-void CutToFixedWidth(Pattern& pattern) {
+[[maybe_unused]] void CutToFixedWidth(Pattern& pattern) {
   constexpr double kRare = 32;  // as four letters are
   if (pattern.kind != Pattern::Kind::kSequence) return;
   double bits = 0;
@@ -116,7 +116,7 @@ ByteSet FirstBytes(const Pattern& pattern) {
 
 /// Whether so few places of `sample` have a byte of `bytes` that the engine, which looks at the
 /// first byte of a match before it makes an attempt, is as fast as a finder for widths that vary.
-bool AreRare(const ByteSet& bytes, std::string_view sample) {
+[[maybe_unused]] bool AreRare(const ByteSet& bytes, std::string_view sample) {
   const auto places = std::count_if(sample.begin(), sample.end(),
                                     [&](char c) { return bytes[static_cast<unsigned char>(c)]; });
   return static_cast<std::size_t>(places) < sample.size() / 32;

@@ -1,0 +1,386 @@
+#include "platform/FileServices.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "platform/FileName.hpp"
+#include "platform/windows/OpenDirectory.hpp"
+
+namespace RegexClass::platform {
+namespace {
+
+/// The error of a call that gives zero when it fails.
+Error Outcome(BOOL result) { return result ? 0 : LastError(); }
+
+class WindowsFile : public File {
+ public:
+  Error Open(const std::string& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+    handle_ =
+        Handle(CreateFileA(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
+    return handle_.IsOpen() ? 0 : LastError();
+  }
+
+  Error Read(char* buffer, std::size_t size, std::size_t& count) override {
+    return Transfer(size, count, [&](std::size_t offset, DWORD rest, DWORD& done) {
+      return ReadFile(handle_.Value(), buffer + offset, rest, &done, nullptr);
+    });
+  }
+
+  Error Write(const char* buffer, std::size_t size) override {
+    std::size_t count = 0;
+    const Error error = Transfer(size, count, [&](std::size_t offset, DWORD rest, DWORD& done) {
+      return WriteFile(handle_.Value(), buffer + offset, rest, &done, nullptr);
+    });
+    return error == 0 && count < size ? ERROR_DISK_FULL : error;
+  }
+
+  std::uint64_t Offset() override {
+    LARGE_INTEGER offset = {};
+    return SetFilePointerEx(handle_.Value(), {}, &offset, FILE_CURRENT)
+               ? static_cast<std::uint64_t>(offset.QuadPart)
+               : 0;
+  }
+
+  Error Rewind() override { return MoveTo(0); }
+
+  Error Size(std::uint64_t& size) override {
+    LARGE_INTEGER told = {};
+    const Error error = Outcome(GetFileSizeEx(handle_.Value(), &told));
+    size = static_cast<std::uint64_t>(told.QuadPart);
+    return error;
+  }
+
+  Error Reserve(std::uint64_t size) override {
+    std::uint64_t present = 0;
+    if (const Error error = Size(present)) return error;
+    if (size <= present) return 0;
+    FILE_ALLOCATION_INFO space = {};
+    space.AllocationSize.QuadPart = static_cast<LONGLONG>(size);
+    const Error error = Outcome(
+        SetFileInformationByHandle(handle_.Value(), FileAllocationInfo, &space, sizeof space));
+    return IsOutOfSpace(error) ? error : 0;  // others are of systems that can't promise
+  }
+
+  Error Truncate(std::uint64_t size) override {
+    const std::uint64_t offset = Offset();
+    Error error = MoveTo(size);
+    if (error == 0) error = Outcome(SetEndOfFile(handle_.Value()));
+    MoveTo(std::min(offset, size));
+    return error;
+  }
+
+  Error Close() override {
+    const HANDLE handle = handle_.Release();
+    return handle == INVALID_HANDLE_VALUE ? 0 : Outcome(CloseHandle(handle));
+  }
+
+  HANDLE Value() const { return handle_.Value(); }
+
+ private:
+  /// Repeats `step`, which transfers bytes from or to an offset of the buffer, until `size` bytes
+  /// are done, none come any more or it fails.
+  template <class Step>
+  static Error Transfer(std::size_t size, std::size_t& done, Step step) {
+    static constexpr std::size_t kAtOnce = std::size_t{1} << 30;
+    for (done = 0; done < size;) {
+      DWORD count = 0;
+      if (!step(done, static_cast<DWORD>(std::min(size - done, kAtOnce)), count)) {
+        return LastError();
+      }
+      if (count == 0) break;
+      done += count;
+    }
+    return 0;
+  }
+
+  Error MoveTo(std::uint64_t offset) {
+    LARGE_INTEGER distance = {};
+    distance.QuadPart = static_cast<LONGLONG>(offset);
+    return Outcome(SetFilePointerEx(handle_.Value(), distance, nullptr, FILE_BEGIN));
+  }
+
+  Handle handle_;
+};
+
+using Status = BY_HANDLE_FILE_INFORMATION;
+
+/// What tells whether a file has been written to.
+bool SameContent(const Status& a, const Status& b) {
+  return IdentityOf(a) == IdentityOf(b) && a.nFileSizeHigh == b.nFileSizeHigh &&
+         a.nFileSizeLow == b.nFileSizeLow &&
+         CompareFileTime(&a.ftLastWriteTime, &b.ftLastWriteTime) == 0;
+}
+
+/// The status of what has a name, no link being followed; nothing when nothing has it.
+std::optional<Status> StatusOf(const std::string& path) {
+  const Handle file(CreateFileA(
+      path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  Status status = {};
+  if (!file.IsOpen() || !GetFileInformationByHandle(file.Value(), &status)) return std::nullopt;
+  return status;
+}
+
+/// Gives `copy` the access list of `original`, where the file system has such.
+void CopyAccessList(const std::string& original, const std::string& copy) {
+  DWORD size = 0;
+  GetFileSecurityA(original.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<char> list(size);
+  if (size != 0 &&
+      GetFileSecurityA(original.c_str(), DACL_SECURITY_INFORMATION, list.data(), size, &size)) {
+    SetFileSecurityA(copy.c_str(), DACL_SECURITY_INFORMATION, list.data());
+  }
+}
+
+/// A new file whose content comes through one handle, which lets no one else in.
+class WindowsNewFile : public NewFile {
+ public:
+  explicit WindowsNewFile(std::string path) : path_(std::move(path)) {}
+  ~WindowsNewFile() override {
+    file_.Close();
+    if (!name_.empty()) DeleteFileA(name_.c_str());
+  }
+
+  /// Makes the file beside the place that it is for; `make` makes one of a name that is free.
+  template <class Make>
+  Error Create(Make make) {
+    std::random_device chance;
+    const std::size_t last = path_.find_last_of(Separators()) + 1;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      const std::string name = path_.substr(0, last) + ".Regex" + std::to_string(chance());
+      const Error error = make(name);
+      if (error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS) continue;
+      if (error != 0) return error;
+      name_ = name;
+      return file_.Open(name, GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+    }
+    return ERROR_FILE_EXISTS;
+  }
+
+  File& Content() override { return file_; }
+
+ protected:
+  Error Finish() {
+    const Error error = Outcome(FlushFileBuffers(file_.Value()));
+    const Error closed = file_.Close();
+    return error != 0 ? error : closed;
+  }
+
+  const std::string path_;
+  std::string name_;  // of chance, while the file has it
+
+ private:
+  WindowsFile file_;
+};
+
+class SavedCopy final : public WindowsNewFile {
+ public:
+  using WindowsNewFile::WindowsNewFile;
+
+  Error Publish() override {
+    Error error = Finish();
+    if (error == 0) {
+      error = Outcome(MoveFileExA(name_.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING));
+    }
+    if (error == 0) name_.clear();
+    return error;
+  }
+};
+
+class WindowsTarget final : public Target {
+ public:
+  Error Open(const FoundFile& file) {
+    DirectoryPointer directory = file.directory;
+    std::string entry = file.Entry();
+    if (file.links == Links::kMeant) {
+      if (const Error error = file.directory->Resolve(directory, entry)) return error;
+    }
+    found_ = file;
+    if (const Error error = directory->ForPlatform().Open(directory_)) return error;
+    if (!directory->IsReachedAsMeant()) return ERROR_CANT_ACCESS_FILE;
+    path_ = directory->ForPlatform().PathOf(entry);
+    // Lets readers in and keeps writers out; the name may be given to a new file meanwhile.
+    if (const Error error = content_.OpenToRead(path_)) return error;
+    if (!GetFileInformationByHandle(content_.Value(), &status_)) return LastError();
+    if (IsLink(content_.Value(), status_)) return ERROR_CANT_ACCESS_FILE;
+    return IdentityOf(status_) == file.identity ? 0 : kErrorStale;
+  }
+
+  File& Content() override { return content_; }
+  Error Unwritable() override {
+    return (status_.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ? ERROR_ACCESS_DENIED : 0;
+  }
+
+  Error CreateReplacement(std::unique_ptr<NewFile>& file) override {
+    if (status_.nNumberOfLinks > 1) return ERROR_TOO_MANY_LINKS;
+    if (const Error error = CheckName()) return error;
+    auto created = std::make_unique<Replacement>(*this);
+    const Error error = created->Create([](const std::string& name) {
+      return WindowsFile().Open(name, GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    });
+    if (error == 0) file = std::move(created);
+    return error;
+  }
+
+  /// The copy has the other streams of the file, too.
+  Error CreateCopy(const std::string& name, std::unique_ptr<NewFile>& file) override {
+    const std::size_t last = name.find_last_of(Separators()) + 1;  // 0 without one
+    const DirectoryPointer above = found_.directory->Above(std::max(last, RootLength(name)));
+    if (above == nullptr) return ERROR_BAD_PATHNAME;
+    Handle opened;
+    if (const Error error = above->ForPlatform().Open(opened)) return error;
+    const std::string path = above->ForPlatform().PathOf(name.substr(above->PathLength()));
+    if (const auto present = StatusOf(path)) {
+      if (IdentityOf(*present) == IdentityOf(status_)) return ERROR_ALREADY_EXISTS;
+      if ((present->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_ACCESS_DENIED;
+    }
+    auto created = std::make_unique<SavedCopy>(path);
+    const Error error = created->Create([&](const std::string& temporary) {
+      const Error copied = Outcome(CopyFileA(path_.c_str(), temporary.c_str(), TRUE));
+      if (copied == 0) CopyAccessList(path_, temporary);
+      return copied;
+    });
+    if (error == 0) file = std::move(created);
+    return error;
+  }
+
+  Error RestoreAttributes() override {
+    const DWORD present = GetFileAttributesA(path_.c_str());
+    return present == status_.dwFileAttributes
+               ? 0
+               : Outcome(SetFileAttributesA(path_.c_str(), status_.dwFileAttributes));
+  }
+
+ private:
+  /// The file itself. It is opened for writing when it is first written to, and must not have been
+  /// written to by anyone else since it was opened for reading.
+  class ContentFile final : public WindowsFile {
+   public:
+    Error OpenToRead(const std::string& path) {
+      path_ = path;
+      return OpenFor(GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
+    }
+    Error Reserve(std::uint64_t size) override {
+      const Error error = OpenToWrite();
+      return error == 0 ? WindowsFile::Reserve(size) : error;
+    }
+
+   private:
+    Error OpenFor(DWORD access, DWORD share) {
+      return Open(path_, access, share, OPEN_EXISTING,
+                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
+    }
+    Error OpenToWrite() {
+      if (std::exchange(isWritten_, true)) return 0;
+      Status before = {};
+      Status now = {};
+      if (!GetFileInformationByHandle(Value(), &before)) return LastError();
+      Close();
+      if (const Error error = OpenFor(GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ)) return error;
+      if (!GetFileInformationByHandle(Value(), &now)) return LastError();
+      return SameContent(before, now) ? 0 : kErrorStale;
+    }
+
+    std::string path_;
+    bool isWritten_ = false;
+  };
+
+  /// The system itself gives it what belongs to the file that it takes the place of: access list,
+  /// times of creation, streams.
+  class Replacement final : public WindowsNewFile {
+   public:
+    explicit Replacement(WindowsTarget& target) : WindowsNewFile(target.path_), target_(target) {}
+
+    Error Publish() override {
+      Error error = Finish();
+      if (error == 0) error = target_.CheckName();
+      if (error != 0) return error;
+      error = Outcome(ReplaceFileA(path_.c_str(), name_.c_str(), nullptr, 0, nullptr, nullptr));
+      if (error != 0) return error;
+      name_.clear();
+      return target_.RestoreAttributes();
+    }
+
+   private:
+    WindowsTarget& target_;  // which outlasts this object
+  };
+
+  /// Whether the name still is the file's.
+  Error CheckName() const {
+    const auto present = StatusOf(path_);
+    return present && IdentityOf(*present) == IdentityOf(status_) ? 0 : kErrorStale;
+  }
+
+  FoundFile found_;
+  Handle directory_;  // keeps the path as it is
+  std::string path_;
+  ContentFile content_;
+  Status status_ = {};
+};
+
+/// A name for a temporary file, by the given way; empty when it has none. `exists` tells whether
+/// the way has made the file.
+std::string TemporaryName(TemporaryNaming naming, bool& exists) {
+  exists = naming == TemporaryNaming::kThird;
+  if (naming == TemporaryNaming::kFirst) {
+    char name[L_tmpnam] = "";
+    return std::tmpnam(name) != nullptr ? name : "";
+  }
+  if (naming == TemporaryNaming::kSecond) {
+    const std::unique_ptr<char, decltype(&std::free)> name(_tempnam(nullptr, "Regex"), &std::free);
+    return name != nullptr ? name.get() : "";
+  }
+  char directory[MAX_PATH] = "";
+  char name[MAX_PATH] = "";
+  const DWORD size = GetTempPathA(MAX_PATH, directory);
+  if (size == 0 || size >= MAX_PATH || GetTempFileNameA(directory, "Regex", 0, name) == 0)
+    return "";
+  return name;
+}
+
+class WindowsFileServices final : public FileServices {
+ public:
+  bool MayRewrite(const FoundFile& file) override {
+    DirectoryPointer directory = file.directory;
+    std::string entry = file.Entry();
+    if (file.links == Links::kMeant && file.directory->Resolve(directory, entry) != 0) return false;
+    if (!directory->IsReachedAsMeant()) return false;
+    const auto status = StatusOf(directory->ForPlatform().PathOf(entry));
+    constexpr DWORD kNot = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY;
+    return status && (status->dwFileAttributes & kNot) == 0;
+  }
+
+  Error Open(const FoundFile& file, std::unique_ptr<Target>& target) override {
+    auto opened = std::make_unique<WindowsTarget>();
+    const Error error = opened->Open(file);
+    if (error == 0) target = std::move(opened);
+    return error;
+  }
+
+  Error CreateTemporary(TemporaryNaming naming, TemporaryFile& temporary) override {
+    bool exists = false;
+    temporary.name = TemporaryName(naming, exists);
+    if (temporary.name.empty()) return LastError();
+    auto file = std::make_unique<WindowsFile>();
+    // Lets no one in, and ends with its handle.
+    const Error error = file->Open(temporary.name, GENERIC_READ | GENERIC_WRITE, 0,
+                                   exists ? OPEN_EXISTING : CREATE_NEW,
+                                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE);
+    if (error == 0) temporary.file = std::move(file);
+    return error;
+  }
+};
+
+}  // namespace
+
+FileServices& FileServices::System() {
+  static WindowsFileServices services;
+  return services;
+}
+
+}  // namespace RegexClass::platform
