@@ -300,8 +300,13 @@ class WindowsTarget final : public Target {
       Error error = Finish();
       if (error == 0) error = target_.CheckName();
       if (error != 0) return error;
-      error = Outcome(ReplaceFileA(path_.c_str(), name_.c_str(), nullptr, 0, nullptr, nullptr));
+      // The old file goes aside and is deleted under a name of its own: who still has it open keeps
+      // it to the end, and doesn't hold up the new one.
+      const std::string old = name_ + ".old";
+      error = Outcome(ReplaceFileA(path_.c_str(), name_.c_str(), old.c_str(), 0, nullptr, nullptr));
+      if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) MoveFileA(old.c_str(), path_.c_str());
       if (error != 0) return error;
+      DeleteFileA(old.c_str());
       name_.clear();
       return target_.RestoreAttributes();
     }
