@@ -20,5 +20,13 @@ foreach(name boost CLI nlohmann)
     file(CREATE_LINK /usr/include/${name} ${headers}/${name} SYMBOLIC)
   endif()
 endforeach()
+# The packages of these headers lead to the folder of all headers.
+foreach(package CLI11 nlohmann_json)
+  file(WRITE ${headers}/cmake/${package}Config.cmake
+    "add_library(${package}::${package} INTERFACE IMPORTED)\n"
+    "target_include_directories(${package}::${package} INTERFACE ${headers})\n")
+  file(WRITE ${headers}/cmake/${package}ConfigVersion.cmake "set(PACKAGE_VERSION_COMPATIBLE TRUE)\n")
+  set(${package}_DIR ${headers}/cmake)
+endforeach()
 set(Boost_NO_BOOST_CMAKE ON)
 set(Boost_INCLUDE_DIR ${headers} CACHE PATH "")

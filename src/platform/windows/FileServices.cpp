@@ -304,7 +304,7 @@ class WindowsTarget final : public Target {
       // it to the end, and doesn't hold up the new one.
       const std::string old = name_ + ".old";
       error = Outcome(ReplaceFileA(path_.c_str(), name_.c_str(), old.c_str(), 0, nullptr, nullptr));
-      if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) MoveFileA(old.c_str(), path_.c_str());
+      if (error != 0) MoveFileA(old.c_str(), path_.c_str());  // if it has gone aside already
       if (error != 0) return error;
       DeleteFileA(old.c_str());
       name_.clear();
