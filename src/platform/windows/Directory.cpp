@@ -43,6 +43,12 @@ bool IsLink(const WIN32_FIND_DATAA& found) {
          IsReparseTagNameSurrogate(found.dwReserved0);
 }
 
+DirectoryEntry::Kind KindOf(const WIN32_FIND_DATAA& found) {
+  if (IsLink(found)) return DirectoryEntry::kLink;
+  const bool isDirectory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return isDirectory ? DirectoryEntry::kDirectory : DirectoryEntry::kFile;
+}
+
 struct FindHandle {
   HANDLE value;
   ~FindHandle() {
@@ -53,16 +59,15 @@ struct FindHandle {
 }  // namespace
 
 Directory::System::System(DirectoryPointer above, const std::string& component, Links ofName)
-    : parent(std::move(above)), links(ofName) {
-  pathLength = component.size();
+    : parent(std::move(above)), name(component), pathLength(component.size()), links(ofName) {
   if (parent == nullptr) {
     path = TextFrom([](char* text, DWORD size) { return GetCurrentDirectoryA(size, text); });
     return;
   }
   const System& upper = parent->ForPlatform();
   pathLength += upper.pathLength;
-  const std::string name = WithoutSeparatorsBehind(component);
-  path = RootLength(name) != 0 ? name : Joined(upper.path, name);
+  const std::string bare = WithoutSeparatorsBehind(component);
+  path = RootLength(bare) != 0 ? bare : Joined(upper.path, bare);
 }
 
 Directory::System::~System() {
@@ -108,7 +113,9 @@ Error Directory::System::Open(Handle& handle) {
   return 0;
 }
 
-std::string Directory::System::PathOf(const std::string& name) const { return Joined(path, name); }
+std::string Directory::System::PathOf(const std::string& entry) const {
+  return Joined(path, entry);
+}
 
 Directory::Directory(std::unique_ptr<System> system) : system_(std::move(system)) {}
 Directory::~Directory() = default;
@@ -125,10 +132,16 @@ DirectoryPointer Directory::Below(const std::string& component, Links links) {
 
 DirectoryPointer Directory::Above(std::size_t length) {
   DirectoryPointer directory = shared_from_this();
-  while (directory != nullptr && directory->PathLength() > length) {
-    directory = DirectoryPointer(directory->system_->parent);
+  while (directory->PathLength() > length) {
+    const System& system = *directory->system_;
+    if (system.parent == nullptr) return nullptr;
+    const std::size_t above = system.parent->PathLength();
+    if (above < length) {  // inside of a name that the caller has spelled out
+      return system.parent->Below(system.name.substr(0, length - above), system.links);
+    }
+    directory = DirectoryPointer(system.parent);
   }
-  return directory != nullptr && directory->PathLength() == length ? directory : nullptr;
+  return directory->PathLength() == length ? directory : nullptr;
 }
 
 std::size_t Directory::PathLength() const { return system_->pathLength; }
@@ -156,13 +169,17 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
   opened = true;
   do {
     const std::string name = entry.cFileName;
-    if (name == "." || name == "..") continue;
-    const bool isDirectory = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    entries.push_back({name, IsLink(entry) ? DirectoryEntry::kLink
-                             : isDirectory ? DirectoryEntry::kDirectory
-                                           : DirectoryEntry::kOther});
+    if (name != "." && name != "..") entries.push_back({name, platform::KindOf(entry)});
   } while (FindNextFileA(found.value, &entry));
   return GetLastError() == ERROR_NO_MORE_FILES ? 0 : LastError();
+}
+
+DirectoryEntry::Kind Directory::KindOf(const std::string& name) {
+  WIN32_FIND_DATAA entry = {};
+  const FindHandle found = {FindFirstFileA(system_->PathOf(name).c_str(), &entry)};
+  if (found.value == INVALID_HANDLE_VALUE) return DirectoryEntry::kOther;
+  // In another case or short form it is to be resolved as a link is.
+  return name == entry.cFileName ? platform::KindOf(entry) : DirectoryEntry::kLink;
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {

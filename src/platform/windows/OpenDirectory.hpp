@@ -15,10 +15,11 @@ struct Directory::System {
   /// Opens the directory. While the handle is open nobody gives its name, or one above it, to
   /// something else, so that what is opened by a path through it lies in it.
   Error Open(Handle& handle);
-  /// The path of what has the name `name` in it.
-  std::string PathOf(const std::string& name) const;
+  /// The path of what has the name `entry` in it.
+  std::string PathOf(const std::string& entry) const;
 
   DirectoryPointer parent;  // null for the current directory
+  std::string name;         // as the caller has written it
   std::string path;         // from the root
   std::size_t pathLength;   // of what the caller has written
   Links links;
