@@ -75,8 +75,12 @@ TEST(ChangeFiles, PassesOverWhatIsNotToBeChanged) {
   c.re.SetExpression("y");
   c.re.SetFormatString("z");
   c.re.SetSaveExtension("");
-  c.re.SetFilesToMatch("../l*");
-  EXPECT_EQ(0U, c.re.ChangeFiles());
+  fs::create_directory_symlink("here", "../to-here");
+  for (const char* const found : {"../l*", "../to*/e"}) {
+    c.re.SetFilesToMatch(found);
+    EXPECT_EQ(1U, c.re.FindFiles());
+    EXPECT_EQ(0U, c.re.ChangeFiles());
+  }
   EXPECT_TRUE(c.Problems().empty());
   c.re.SetFilesToMatch("../link");
   EXPECT_EQ(1U, c.re.ChangeFiles());
@@ -381,7 +385,7 @@ const Fault kFaults[] = {
     {"", {"fallocate", ENOSPC, 1}, {"file.txt", RE::ReplaceFileFailed, 0, "", ENOSPC}},
     {"", {"fallocate", EOPNOTSUPP}, {}},
     {"mv file.txt aside; cp aside file.txt",
-     {"renameat", 0, 0, 1},
+     {"fallocate", 0, 1, 2},
      {"file.txt", RE::ReplaceFileFailed, 0, "", ESTALE}},
 };
 

@@ -326,16 +326,20 @@ TEST(Strings, GiveTheirMatchesBackWhateverASubscriberDoes) {
 }
 
 TEST(Strings, MayChangeUnderAReportOfAMatch) {
-  for (int change = 0; change < 4; ++change) {
+  for (int change = 0; change < 6; ++change) {
     RE re = Make("a+", std::string(1000, 'a'));
     re.SetFormatString("$&");
     const Recorder recorder(re, [&](RE&) {
       std::stringstream record;
       record << re;
-      if (change == 0) re.SetStringToMatch("bbb");
-      if (change == 1) re = RE(re);
+      const std::string other = "bbb";
+      const RE copy(re);
+      if (change == 0) re.SetStringToMatch(other);
+      if (change == 1) re = copy;
       if (change == 2) re.SetSplitInputDelete(true), Pieces(re);
       if (change == 3) record >> re;
+      if (change == 4) re.SetStringToMatch(std::string("bbb"));
+      if (change == 5) re = RE(copy);
       EXPECT_EQ(Formatted(re), "") << change;
       return true;
     });

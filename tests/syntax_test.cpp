@@ -22,7 +22,7 @@ using Text = std::optional<std::string>;
 // back reference, a capital for a bracket list, and with its high bit set an operator's character
 // for a literal.
 const std::string kOperators = "\\.[]*^$(){}+?|\n";
-const char* const kLists[] = {"ab", "^a", "](a", "a\\", "b:[", "[:alpha:]", "(|)"};
+const char* const kLists[] = {"ab", "^a", "]\na", "a\\", "b:[", "[:alpha:]", "(|)"};
 
 /// Prints in the dialect of a word; nothing when the dialect can't say it.
 class Dialect {
@@ -166,8 +166,14 @@ TEST(Syntax, EverySwitchKeepsItsMeaningInEveryCombination) {
 }
 
 TEST(Syntax, LeavesAloneWhatNoSwitchGoverns) {
-  for (const char* const text : {"a{x}", "(a)\\g{1}", "[[.].](]", "\\Qa+(b)"}) {
-    EXPECT_EQ(Translate(text, kNormal | kBkVbar).text, text);
+  const std::pair<const char*, std::uint32_t> cases[] = {{"a{x}", kNormal | kBkVbar},
+                                                         {"(a)\\g{1}", kNormal | kBkBraces},
+                                                         {"\\c(\\Qa+(b)", kBkParens},
+                                                         {"[[.].](]", kBkParens}};
+  for (const auto& [text, word] : cases) {
+    const Translation translation = Translate(text, word);
+    EXPECT_EQ(translation.text, text);
+    EXPECT_EQ(translation.error, boost::regex_constants::error_ok) << text;
   }
   EXPECT_EQ(Translate("", kBkRefs).error, boost::regex_constants::error_empty);
 }

@@ -84,7 +84,7 @@ MUTANTS = {
          'if (@ ? name.size() < kLongestName : name.size() <= kLongestName)'),
     ],
     'object/CatalogueInForce.cpp': [
-        ('installing keeps the old messages', 'messages_.reset();', 'if (!@) OLD'),
+        ('installing keeps the old messages', 'catalogue_.messages_.reset();', 'if (!@) OLD'),
         ('catalogue is never closed',
          'if (number >= 0) facet.close(number);',
          'if (number >= 0 && !@) facet.close(number);'),
@@ -394,7 +394,7 @@ MUTANTS = {
         ('every model walks under CppLocale',
          'std::decay_t<decltype(model.expression)>());',
          '@ ? engine::AnyExpression(engine::Expression<engine::CppTraits>()) : engine::AnyExpression(std::decay_t<decltype(model.expression)>()));'),
-        ('old problems stay', '  grepFilesErrors.clear();', '  if (!@) grepFilesErrors.clear();'),
+        ('old problems stay', 'state.grepFilesErrors.clear();', 'if (!@) OLD'),
         ("object's own parse dropped",
          '    state.ParseExpression();\n',
          '    if (!@) state.ParseExpression();\n'),
