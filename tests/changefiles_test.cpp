@@ -35,6 +35,7 @@ struct Changer : Scratch {
     fs::permissions("../tmp", fs::perms(0777));
     setenv("TMPDIR", (path + "/tmp").c_str(), 1);
   }
+  ~Changer() { unsetenv("TMPDIR"); }
   std::vector<Problem> Problems() const {
     const auto* const problems = re.GetChangeFilesErrors();
     return problems != nullptr ? *problems : std::vector<Problem>();

@@ -358,8 +358,8 @@ MUTANTS = {
     ],
     'files/FileSelection.cpp': [
         ('plain name not searched for below',
-         'if (recursion_ || HasWildcard(component))',
-         'if ((recursion_ && !@) || HasWildcard(component))'),
+         'if (recursion_ || name.empty()) return VisitNames',
+         'if ((recursion_ && !@) || name.empty()) return VisitNames'),
         ('a link and its target both visited',
          'kind == DirectoryEntry::kLink && directory->Resolve',
          'kind == DirectoryEntry::kLink && !@ && directory->Resolve'),
