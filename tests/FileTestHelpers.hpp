@@ -63,7 +63,8 @@ struct Scratch {
 inline std::map<std::string, std::string> Contents() {
   std::map<std::string, std::string> contents;
   for (const auto& entry : fs::recursive_directory_iterator(".")) {
-    if (entry.is_regular_file()) contents[entry.path().generic_string().substr(2)] = ReadFile(entry.path().string());
+    if (entry.is_regular_file())
+      contents[entry.path().generic_string().substr(2)] = ReadFile(entry.path().string());
   }
   return contents;
 }
