@@ -18,11 +18,21 @@ install(EXPORT RegexClassTargets NAMESPACE RegexClass:: DESTINATION ${package_di
 
 # What a static library leaves to the program to link.
 set(static_hyperscan OFF)
+set(static_icu OFF)
+set(static_requires)
 if(REGEXCLASS_HYPERSCAN AND NOT REGEXCLASS_SHARED)
   set(static_hyperscan ON)
-  set(pkgconfig_static_requires "Requires: libhs\n")
+  list(APPEND static_requires libhs)
   install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindHyperscan.cmake
     DESTINATION ${package_dir} COMPONENT development)
+endif()
+if(REGEXCLASS_ICU AND NOT REGEXCLASS_SHARED)
+  set(static_icu ON)
+  list(APPEND static_requires icu-i18n icu-uc)
+endif()
+if(static_requires)
+  list(JOIN static_requires " " static_requires)
+  set(pkgconfig_static_requires "Requires: ${static_requires}\n")
 endif()
 configure_package_config_file(
   ${PROJECT_SOURCE_DIR}/cmake/RegexClassConfig.cmake.in

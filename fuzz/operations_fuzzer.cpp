@@ -70,7 +70,7 @@ void Configure(RE& re, Input& input) {
       re.AddMatchOption(static_cast<RE::Matches>(option));
     }
   }
-  re.SetLocaleModel(static_cast<RE::LocaleModels>(plain & 3U));
+  re.SetLocaleModel(static_cast<RE::LocaleModels>((plain & 3U) + (syntax >> 7U)));
   re.SetFormatType(static_cast<RE::FormatTypes>(plain >> 2U & 3U));
   re.SetMergeCopy((plain & 0x10U) != 0);
   re.SetMergeOnlyFirst((plain & 0x20U) != 0);
@@ -266,7 +266,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const unsigned int how = input.Byte() & 15U;
   Configure(re, input);
   const RE::ExpressionErrorCode code = re.ParseExpression();
-  const bool told = re.GetLocaleModel() <= RE::CLocale;  // an unknown model has no texts
+  const bool told = re.GetLocaleModel() <= RE::UnicodeLocale;  // an unknown model has no texts
   Check(told ? (code == RE::NoError) == re.GetExpressionError().empty()
              : code == RE::NoExpression || re.GetExpressionError().empty(),
         "a failed compile has a reason");

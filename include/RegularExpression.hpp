@@ -213,6 +213,16 @@ class REGEXCLASS_EXPORT RegularExpression {
                     ///< compiles again when setlocale has put another name to LC_CTYPE or
                     ///< LC_COLLATE since; setlocale must not be called while another thread
                     ///< compiles or matches under this model.
+    /// Unicode: the expression, the text and the format are UTF-8, and a character is a code
+    /// point, however many bytes it takes. Offsets, lengths and lines stay those of bytes, and no
+    /// match begins or ends inside a character. Classes and case are Unicode's, of a character for
+    /// a character: ß is not SS. \p{L}, \p{Greek}, \p{Alphabetic}, also inside lists, are the
+    /// properties that ICU names. The order of characters is that of the locale of SetLocale, by
+    /// its name. A byte that isn't part of well-formed UTF-8 is a character that a dot and negated
+    /// lists match and nothing else, and comes through every operation as it is; in an expression
+    /// it stands for U+FFFD. In a build of the library without ICU each expression is an
+    /// UnknownEngineError under this model.
+    UnicodeLocale = 3,
   };
 
   /// What came of a compile. The numbers are fixed.
@@ -418,15 +428,16 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// runs the engine (from a notification of a running walk).
   void SetLocaleModel(LocaleModels model);
 
-  /// The locale of the model CppLocale; at the start, the global one of that moment.
+  /// The locale of the models CppLocale and UnicodeLocale; at the start, the global one of that
+  /// moment.
   std::locale GetLocale() const;
-  /// Makes the model CppLocale compile again, under this locale, also when it is the one that is
+  /// Makes these models compile again, under this locale, also when it is the one that is
   /// already there. A facet of the locale that throws a std::runtime_error when the engine uses it
   /// is a LocaleDllFailure.
   void SetLocale(const std::locale& locale);
 
   /// The name of the message catalogue, empty at the start and for none: texts in the user's
-  /// language for the models CppLocale and W32Locale. CLocale uses none.
+  /// language for the models CppLocale and W32Locale. The others use none.
   std::string GetLocaleDll() const;
   /// Setting the name that is already there keeps the compiled expression; another one makes the
   /// models CppLocale and W32Locale compile again. No file is touched before that.
@@ -654,9 +665,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
   // setting a null function or an empty closure leaves the other kind alone; nullptr and an empty
   // std::function are empty closures. A closure whose last parameter is a bool where a bool&
-  // belongs doesn't compile, since it couldn't stop anything. Grep and Merge call a clone of the closure, so that what a mutable one changes in itself is
-  // gone with the operation. A closure that replaces or removes itself while it runs stays alive
-  // until it has returned. Slots are copied with the object and take no part in comparison.
+  // belongs doesn't compile, since it couldn't stop anything. Grep and Merge call a clone of the
+  // closure, so that what a mutable one changes in itself is gone with the operation. A closure
+  // that replaces or removes itself while it runs stays alive until it has returned. Slots are
+  // copied with the object and take no part in comparison.
   //
   // The vector holds the whole match, each group in order, then the text between the end of the
   // match before (or the start of the string) and this match, and the text behind this match;
@@ -687,10 +699,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   using FileClosure = boost::function3<void, RegularExpression*, std::string, bool&>;
 
   /// Whether a report of a match in a string has the text before and behind the match, which are
-  /// copied for it: a walk with a match in each line of a text copies half of the text at each. When
-  /// false, the last two entries of the vector are there, empty, with position -1, nothing is copied,
-  /// and a walk takes a time in proportion to the text. Format has both texts in any case. True at the
-  /// start; goes with the slots, and holds for an operation as it was when that began.
+  /// copied for it: a walk with a match in each line of a text copies half of the text at each.
+  /// When false, the last two entries of the vector are there, empty, with position -1, nothing is
+  /// copied, and a walk takes a time in proportion to the text. Format has both texts in any case.
+  /// True at the start; goes with the slots, and holds for an operation as it was when that began.
   void SetReportContext(bool context);
   bool GetReportContext() const;
 

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <vector>
 
+#include "engine/Tokens.hpp"
+
 namespace RegexClass::engine {
 namespace {
 
@@ -23,60 +25,6 @@ struct List {
   std::size_t end;  // behind the closing bracket; npos without one
 };
 
-/// Where a list that begins at `at` ends; npos when it doesn't.
-std::size_t EndOfList(std::string_view text, std::size_t at) {
-  ++at;
-  if (text.substr(at, 1) == "^") ++at;
-  for (const std::size_t first = at; at < text.size();) {
-    if (text[at] == ']' && at != first) return at + 1;
-    const char kind = at + 1 < text.size() ? text[at + 1] : '\0';
-    if (text[at] == '\\') {
-      at += 2;
-    } else if (text[at] == '[' && (kind == ':' || kind == '.' || kind == '=')) {
-      const char closing[] = {kind, ']', 0};
-      const std::size_t end = text.find(closing, std::min(at + 3, text.size()));
-      if (end == std::string_view::npos) return end;
-      at = end + 2;
-    } else {
-      ++at;
-    }
-  }
-  return std::string_view::npos;
-}
-
-/// Calls `step` with the offset and the length of each token of the engine's notation: an escape, a
-/// quoted text, a comment, a verb, a list, the opening of a group with its options, or a character.
-/// A list without end reaches to the end.
-template <class Step>
-void ForEachToken(std::string_view text, Step step) {
-  bool extended = false;  // an option says that blanks and comments don't count
-  for (std::size_t at = 0; at < text.size();) {
-    std::size_t end = at + 1;
-    const auto to = [&](std::string_view closing) {
-      const std::size_t found = text.find(closing, at);
-      end = found == std::string_view::npos ? text.size() : found + closing.size();
-    };
-    if (text.substr(at, 2) == "(*") {
-      to(")");
-    } else if (text.substr(at, 2) == "\\Q") {
-      to("\\E");
-    } else if (text[at] == '\\') {
-      end = std::min(at + 2, text.size());
-    } else if (text.substr(at, 3) == "(?#") {
-      to(")");
-    } else if (text.substr(at, 2) == "(?") {
-      end = std::min(text.find_first_not_of("imsx-^", at + 2), text.size() - 1) + 1;
-      extended = extended || text.substr(at, end - at).find('x') != std::string_view::npos;
-    } else if (text[at] == '#' && extended) {
-      to("\n");
-    } else if (text[at] == '[') {
-      end = std::min(EndOfList(text, at), text.size());
-    }
-    step(at, end - at);
-    at = end;
-  }
-}
-
 /// Whether the engine's compiler goes on behind the token in search of the first character.
 bool IsPassedOver(std::string_view token) {
   const char c = token.front();
@@ -94,6 +42,10 @@ std::vector<List> Lists(std::string_view text) {
   });
   return lists;
 }
+
+/// Whether a byte of UTF-8 is one behind the first of a character, so that no quotation is to begin
+/// with it.
+bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
 /// The code and the place that fit an error. The engine takes a range such as [b-a] for a bad class
 /// name, reported behind the list, and what a list without end leaves open for the fault of
@@ -158,8 +110,10 @@ boost::regex_error Told(const boost::regex_error& error, std::string_view source
   std::string text = TextOf(error, code, messages);
   if (!translation.origins.empty()) position = translation.origins[position];
   if (std::string_view(error.what()).find(kSentence) != std::string_view::npos) {
-    const std::size_t begin = position - std::min(position, kQuoted);
-    const std::size_t end = std::min(position + kQuoted, source.size());
+    std::size_t begin = position - std::min(position, kQuoted);
+    std::size_t end = std::min(position + kQuoted, source.size());
+    while (begin > 0 && IsContinuation(source[begin])) --begin;
+    while (end < source.size() && IsContinuation(source[end])) ++end;
     const bool whole = begin == 0 && end == source.size();
     text += messages != nullptr
                 ? (whole ? messages->inExpression : messages->inFragment)

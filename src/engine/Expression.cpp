@@ -4,37 +4,17 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <limits>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "engine/CompileErrors.hpp"
+#include "engine/Limits.hpp"
 #include "engine/ProgramReader.hpp"
 #include "engine/SyntaxTranslation.hpp"
 
 namespace RegexClass::engine {
-namespace {
 
 namespace constants = boost::regex_constants;
-
-/// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
-/// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find
-/// the one for ever, and text of two matches can't be replaced twice.
-void RequireProgress(const boost::cmatch& results, const char* from) {
-  if (results[0].second < results[0].first || results[0].first < from) {
-    throw boost::regex_error(constants::error_complexity);
-  }
-}
-
-/// Positions are told as numbers of 32 bits with a sign.
-void RequireAddressable(const char* first, const char* last) {
-  if (last - first > std::numeric_limits<std::int32_t>::max()) {
-    throw std::length_error("RegexClass: a text of more than 2147483647 bytes");
-  }
-}
-
-}  // namespace
 
 template <class Traits>
 void Expression<Traits>::Imbue(const typename Traits::locale_type& locale) {
@@ -238,13 +218,14 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
   if (copy) out.append(first, last);
 }
 
+template <class Traits>
+std::string Expression<Traits>::Format(const boost::cmatch& results, const char* format,
+                                       Flags flags) {
+  return results.format(format, flags);
+}
+
 template class Expression<CppTraits>;
 template class Expression<W32Traits>;
 template class Expression<CTraits>;
-
-std::string FormatMatch(const boost::cmatch& results, const char* format,
-                        boost::match_flag_type flags) {
-  return results.format(format, flags);
-}
 
 }  // namespace RegexClass::engine

@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "engine/CandidateFinder.hpp"
 #include "engine/Traits.hpp"
@@ -63,6 +62,8 @@ class Expression {
   /// the format, format_no_copy for the replacements alone, format_first_only.
   void Merge(const char* first, const char* last, const char* format, Flags flags,
              std::string& out) const;
+  /// What `format`, a zero-terminated text, makes of a match; `flags` tell its syntax.
+  static std::string Format(const boost::cmatch& results, const char* format, Flags flags);
 
  private:
   class Walk;
@@ -77,14 +78,6 @@ class Expression {
 extern template class Expression<CppTraits>;
 extern template class Expression<W32Traits>;
 extern template class Expression<CTraits>;
-
-/// An expression of whichever model.
-using AnyExpression =
-    std::variant<Expression<CppTraits>, Expression<W32Traits>, Expression<CTraits>>;
-
-/// What `format`, a zero-terminated text, makes of a match; `flags` tell its syntax.
-std::string FormatMatch(const boost::cmatch& results, const char* format,
-                        boost::match_flag_type flags);
 
 }  // namespace RegexClass::engine
 

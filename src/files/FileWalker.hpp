@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/Expression.hpp"
+#include "engine/AnyExpression.hpp"
 #include "matching/MatchVector.hpp"
 #include "object/Settings.hpp"
 #include "platform/FileReader.hpp"

@@ -127,6 +127,11 @@ Code CompileUnder(CatalogueInForce& shared, ExpressionState& state, Model<Traits
 Code CompileModel(ExpressionState& state, Model<engine::CTraits>& model) {
   return Compile(state.settings, model);
 }
+Code CompileModel(ExpressionState& state, Model<engine::Unicode>& model) {
+  if (model.localeChanged || !model.expression.Locale()) model.expression.Imbue(state.locale);
+  model.localeChanged = false;
+  return Compile(state.settings, model);
+}
 template <class Traits>
 Code CompileModel(ExpressionState& state, Model<Traits>& model) {
   return CompileUnder(*Catalogue<Traits>(), state, model);

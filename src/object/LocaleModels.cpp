@@ -16,8 +16,12 @@ void RegularExpression::SetLocaleModel(LocaleModels model) {
 std::locale RegularExpression::GetLocale() const { return state->locale; }
 void RegularExpression::SetLocale(const std::locale& locale) {
   state->locale = locale;
-  state->models.cpp.record.compiled = false;
-  state->models.cpp.localeChanged = true;
+  const auto changed = [](auto& model) {
+    model.record.compiled = false;
+    model.localeChanged = true;
+  };
+  changed(state->models.cpp);
+  changed(state->models.unicode);
 }
 
 std::string RegularExpression::GetLocaleDll() const { return state->settings.localeDll; }

@@ -7,6 +7,7 @@
 
 #include "RegularExpression.hpp"
 #include "engine/Expression.hpp"
+#include "engine/UnicodeExpression.hpp"
 #include "object/CatalogueInForce.hpp"
 
 namespace RegexClass {
@@ -45,6 +46,10 @@ template <>
 inline CatalogueInForce* Catalogue<engine::CTraits>() {
   return nullptr;
 }
+template <>
+inline CatalogueInForce* Catalogue<engine::Unicode>() {
+  return nullptr;
+}
 
 /// What an object keeps for one model.
 template <class ModelTraits>
@@ -65,6 +70,7 @@ class Models {
       case RegularExpression::CppLocale:
       case RegularExpression::W32Locale:
       case RegularExpression::CLocale:
+      case RegularExpression::UnicodeLocale:
         return true;
     }
     return false;
@@ -86,9 +92,11 @@ class Models {
     callable(cpp);
     callable(w32);
     callable(c);
+    callable(unicode);
   }
 
   Model<engine::CppTraits> cpp;
+  Model<engine::Unicode> unicode;
 
  private:
   template <class Self, class Callable>
@@ -101,6 +109,8 @@ class Models {
         return callable(self.w32);
       case RegularExpression::CLocale:
         return callable(self.c);
+      case RegularExpression::UnicodeLocale:
+        return callable(self.unicode);
     }
     return callable(self.cpp);
   }

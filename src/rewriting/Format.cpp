@@ -18,15 +18,17 @@ boost::match_flag_type EngineFormatFlag(RegularExpression::FormatTypes type) {
 
 }  // namespace
 
-std::string FormatMatch(const boost::cmatch& results, const Settings& settings) {
-  return engine::FormatMatch(results, settings.formatString.c_str(),
-                             EngineFormatFlag(settings.formatType));
+std::string FormatMatch(const boost::cmatch& results, const ExpressionState& state) {
+  return state.WithModel([&](const auto& model) {
+    return model.expression.Format(results, state.settings.formatString.c_str(),
+                                   EngineFormatFlag(state.settings.formatType));
+  });
 }
 
 void RegularExpression::Format(std::string& out) const {
   out.clear();
   if (const boost::cmatch* const results = state->CurrentResults()) {
-    out = FormatMatch(*results, state->settings);
+    out = FormatMatch(*results, *state);
   }
 }
 

@@ -8,8 +8,8 @@
 
 namespace RegexClass {
 
-/// What the format string in `settings`, in the syntax of its format type, makes of a match.
-std::string FormatMatch(const boost::cmatch& results, const Settings& settings);
+/// What the format string that is set, in the syntax of its format type, makes of a match.
+std::string FormatMatch(const boost::cmatch& results, const ExpressionState& state);
 
 }  // namespace RegexClass
 

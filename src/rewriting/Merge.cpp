@@ -46,7 +46,7 @@ std::string MergeBySubscriber(ExpressionState& state,
       done = results[0].first;
     }
     if (!reporter(results)) return false;
-    merged += FormatMatch(results, settings);
+    merged += FormatMatch(results, state);
     if (settings.mergeCopy) done += results[0].length();
     return !onlyFirst;
   };

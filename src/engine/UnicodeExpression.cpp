@@ -1,0 +1,296 @@
+#include "engine/UnicodeExpression.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <set>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engine/CompileErrors.hpp"
+#include "engine/Limits.hpp"
+#include "engine/Tokens.hpp"
+#include "engine/UnicodeNotation.hpp"
+#include "engine/UnicodeTraits.hpp"
+
+namespace RegexClass::engine {
+namespace {
+
+using WideMatch = boost::match_results<Utf8Iterator>;
+using WideSub = boost::sub_match<Utf8Iterator>;
+using WideMatcher =
+    boost::BOOST_REGEX_DETAIL_NS::perl_matcher<Utf8Iterator, WideMatch::allocator_type,
+                                               UnicodeTraits>;
+
+}  // namespace
+}  // namespace RegexClass::engine
+
+namespace boost::BOOST_REGEX_DETAIL_NS {
+
+/// The engine limits the states of a match by the length of the text, which it knows of iterators
+/// with random access alone. Here it may be counted.
+template <>
+void RegexClass::engine::WideMatcher::estimate_max_state_count(void*) {
+  estimate_max_state_count(static_cast<std::random_access_iterator_tag*>(nullptr));
+}
+
+}  // namespace boost::BOOST_REGEX_DETAIL_NS
+
+namespace RegexClass::engine {
+namespace {
+
+/// The ICU locale for the order of a locale.
+std::string OrderOf(const std::locale& locale) {
+  static constexpr std::string_view kCategory = "LC_COLLATE=";
+  std::string name = locale.name();
+  const std::size_t found = name.find(kCategory);
+  if (found != std::string::npos) {
+    name.erase(0, found + kCategory.size());
+    name.erase(std::min(name.find(';'), name.size()));
+  }
+  const std::string language = name.substr(0, name.find_first_of(".@"));
+  if (name == "*") return "root";
+  return language == "C" || language == "POSIX" ? "en_US_POSIX" : name;
+}
+
+using GroupNames = boost::BOOST_REGEX_DETAIL_NS::named_subexpressions;
+
+/// The names of groups, in bytes: the engine keeps their hashes, which are those of characters.
+/// `compiled` holds the groups, `text` their names.
+std::shared_ptr<GroupNames> NamesInBytes(const GroupNames& compiled, std::string_view text) {
+  const auto names = std::make_shared<GroupNames>();
+  std::set<std::string_view> known;
+  ForEachToken(text, [&](std::size_t at, std::size_t size) {
+    const std::string_view token = text.substr(at, size);
+    if (token != "(?<" && token != "(?'") return;
+    const std::size_t begin = at + size;
+    const std::size_t end = text.find(token.back() == '<' ? '>' : '\'', begin);
+    const std::string_view name = text.substr(begin, std::min(end, text.size()) - begin);
+    if (!known.insert(name).second) return;
+    const Utf8Text bytes = {name.data(), name.data() + name.size()};
+    std::vector<EngineChar> characters(Utf8Iterator(bytes, bytes.first),
+                                       Utf8Iterator(bytes, bytes.last));
+    std::transform(characters.begin(), characters.end(), characters.begin(), ToCodePoint);
+    const EngineChar* const first = characters.data();
+    const auto groups = compiled.equal_range(first, first + characters.size());
+    for (auto group = groups.first; group != groups.second; ++group) {
+      names->set_name(bytes.first, bytes.last, group->index);
+    }
+  });
+  return names;
+}
+
+/// Makes `narrow` the results of `wide` in bytes.
+void ToBytes(const WideMatch& wide, const std::shared_ptr<GroupNames>& names,
+             boost::cmatch& narrow) {
+  narrow.set_named_subs(names);
+  narrow.set_size(wide.size(), wide.prefix().first.Position(), wide.suffix().second.Position());
+  narrow.set_base(wide.base().Position());
+  narrow.set_first(wide[0].first.Position());
+  const auto set = [&](std::size_t mark) {
+    const WideSub& part = wide[static_cast<int>(mark)];
+    if (mark != 0) narrow.set_first(part.first.Position(), mark);
+    narrow.set_second(part.second.Position(), mark, part.matched);
+  };
+  std::size_t closedLast = 0;
+  for (std::size_t mark = 0; mark < wide.size(); ++mark) {
+    const WideSub& part = wide[static_cast<int>(mark)];
+    if (mark == 0 || part.matched) set(mark);
+    if (&wide.get_last_closed_paren() == &part) closedLast = mark;
+  }
+  if (closedLast != 0) set(closedLast);
+}
+
+/// A match for the engine's formatter: the results in bytes, read as characters.
+class CharacterResults {
+ public:
+  using value_type = WideSub;
+
+  explicit CharacterResults(const boost::cmatch& results)
+      : results_(results), text_{results.prefix().first, results.suffix().second} {
+    for (int mark = -2; mark < static_cast<int>(results.size()); ++mark) {
+      parts_.push_back(Part(results[mark]));
+    }
+    none_.matched = false;
+  }
+  CharacterResults(const CharacterResults&) = delete;
+  CharacterResults& operator=(const CharacterResults&) = delete;
+
+  std::size_t size() const { return results_.size(); }
+  const WideSub& operator[](int mark) const {
+    const auto index = static_cast<std::size_t>(mark + 2);
+    return index < parts_.size() ? parts_[index] : none_;
+  }
+  const WideSub& prefix() const { return (*this)[-1]; }
+  const WideSub& suffix() const { return (*this)[-2]; }
+  const WideSub& get_last_closed_paren() const {
+    for (int mark = 1; mark < static_cast<int>(size()); ++mark) {
+      if (&results_.get_last_closed_paren() == &results_[mark]) return (*this)[mark];
+    }
+    return none_;
+  }
+  int named_subexpression_index(const EngineChar* first, const EngineChar* last) const {
+    const std::string name = Name(first, last);
+    return results_.named_subexpression_index(name.data(), name.data() + name.size());
+  }
+  const WideSub& named_subexpression(const EngineChar* first, const EngineChar* last) const {
+    return (*this)[named_subexpression_index(first, last)];
+  }
+
+ private:
+  static std::string Name(const EngineChar* first, const EngineChar* last) {
+    std::string name;
+    for (; first != last; ++first) AppendUtf8(*first, name);
+    return name;
+  }
+  WideSub Part(const boost::csub_match& part) const {
+    WideSub wide;
+    wide.first = Utf8Iterator(text_, part.first);
+    wide.second = Utf8Iterator(text_, part.second);
+    wide.matched = part.matched;
+    return wide;
+  }
+
+  const boost::cmatch& results_;
+  const Utf8Text text_;
+  std::vector<WideSub> parts_;  // from -2 on
+  WideSub none_;
+};
+
+/// Where the engine's formatter puts its characters.
+class Appender {
+ public:
+  using iterator_category = std::output_iterator_tag;
+  using value_type = void;
+  using difference_type = void;
+  using pointer = void;
+  using reference = void;
+
+  explicit Appender(std::string& out) : out_(&out) {}
+  Appender& operator=(EngineChar c) {
+    AppendUtf8(c, *out_);
+    return *this;
+  }
+  Appender& operator*() { return *this; }
+  Appender& operator++() { return *this; }
+  Appender& operator++(int) { return *this; }
+
+ private:
+  std::string* out_;
+};
+
+}  // namespace
+
+struct Expression<Unicode>::Program {
+  Program(const Translation& translation, const std::locale& locale) {
+    const UnicodeNotation notation = ToUnicode(translation);
+    const bool ordered = (translation.flags & boost::regbase::collate) != 0 ||
+                         translation.text.find("[=") != std::string::npos;
+    if (ordered) regex.imbue(OrderOf(locale));
+    const EngineChar* const first = notation.text.data();
+    try {
+      regex.assign(first, first + notation.text.size() - 1, translation.flags);
+    } catch (const boost::regex_error& error) {
+      const auto index = static_cast<std::size_t>(std::max<std::ptrdiff_t>(error.position(), 0));
+      const std::size_t position = notation.positions[std::min(index, notation.text.size() - 1)];
+      throw boost::regex_error(error.what(), error.code(), static_cast<std::ptrdiff_t>(position));
+    }
+    groupNames = NamesInBytes(*regex.get_named_subs(), translation.text);
+  }
+
+  boost::basic_regex<EngineChar, UnicodeTraits> regex;
+  std::shared_ptr<GroupNames> groupNames;
+};
+
+void Expression<Unicode>::Imbue(const std::locale& locale) {
+  program_.reset();
+  locale_ = locale;
+}
+
+void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
+  const std::string_view source = text.c_str();
+  const Translation translation = Translate(source, word);
+  if (!locale_) Imbue(std::locale());
+  try {
+    if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
+    RequireShallow(translation);
+    program_ = std::make_shared<const Program>(translation, *locale_);
+    groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());
+  } catch (const boost::regex_error& error) {
+    throw Told(error, source, translation, nullptr);
+  }
+}
+
+bool Expression<Unicode>::Search(const char* first, const char* last, boost::cmatch& results,
+                                 Flags flags) const {
+  RequireAddressable(first, last);
+  const Utf8Text text = {first, last};
+  WideMatch found;
+  if (!boost::regex_search(Utf8Iterator(text, first), Utf8Iterator(text, last), found,
+                           program_->regex, flags)) {
+    return false;
+  }
+  ToBytes(found, program_->groupNames, results);
+  RequireProgress(results, first);
+  return true;
+}
+
+bool Expression<Unicode>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
+                                     Flags flags) const {
+  RequireAddressable(first, last);
+  const Utf8Text text = {first, last};
+  WideMatch found;
+  if (!boost::regex_match(Utf8Iterator(text, first), Utf8Iterator(text, last), found,
+                          program_->regex, flags)) {
+    return false;
+  }
+  ToBytes(found, program_->groupNames, results);
+  return true;
+}
+
+unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flags flags,
+                                       const Report& report) const {
+  RequireAddressable(first, last);
+  const Utf8Text text = {first, last};
+  boost::cmatch results;
+  return boost::regex_grep(
+      [&](const WideMatch& found) {
+        ToBytes(found, program_->groupNames, results);
+        RequireProgress(results, first);
+        first = results[0].second;
+        return report(results);
+      },
+      Utf8Iterator(text, first), Utf8Iterator(text, last), program_->regex, flags);
+}
+
+void Expression<Unicode>::Merge(const char* first, const char* last, const char* format,
+                                Flags flags, std::string& out) const {
+  const bool copy = (flags & boost::format_no_copy) == 0;
+  const bool all = (flags & boost::format_first_only) == 0;
+  const char* done = first;
+  Grep(first, last, flags, [&](const boost::cmatch& results) {
+    if (copy) out.append(done, results[0].first);
+    out += Format(results, format, flags);
+    done = results[0].second;
+    return all;
+  });
+  if (copy) out.append(done, last);
+}
+
+std::string Expression<Unicode>::Format(const boost::cmatch& results, const char* format,
+                                        Flags flags) {
+  const Utf8Text text = {format, format + std::char_traits<char>::length(format)};
+  const std::vector<EngineChar> characters(Utf8Iterator(text, text.first),
+                                           Utf8Iterator(text, text.last));
+  const CharacterResults match(results);
+  const UnicodeTraits traits;
+  std::string out;
+  boost::BOOST_REGEX_DETAIL_NS::basic_regex_formatter<Appender, CharacterResults, UnicodeTraits,
+                                                      const EngineChar*>
+      formatter(Appender(out), match, traits);
+  formatter.format(characters.data(), characters.data() + characters.size(), flags);
+  return out;
+}
+
+}  // namespace RegexClass::engine

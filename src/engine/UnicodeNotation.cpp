@@ -1,0 +1,148 @@
+#include "engine/UnicodeNotation.hpp"
+
+#include <string_view>
+#include <utility>
+
+#include "engine/Tokens.hpp"
+
+namespace RegexClass::engine {
+namespace {
+
+class Reader {
+ public:
+  explicit Reader(const Translation& translation)
+      : text_(translation.text), icase_((translation.flags & boost::regbase::icase) != 0) {}
+
+  UnicodeNotation Run(bool literal) {
+    if (!literal) {
+      ForEachToken(text_, [this](std::size_t at, std::size_t size) {
+        if (at < position_) return;  // belongs to what was read before
+        const std::string_view token = text_.substr(at, size);
+        if (token.front() == '[') {
+          List(at + size);
+        } else if (AtProperty()) {
+          Property(text_.size(), "{", "}");
+        } else {
+          NoteCase(token);
+          CopyTo(at + size);
+        }
+      });
+    }
+    CopyTo(text_.size());
+    Emit(0);
+    return std::move(result_);
+  }
+
+ private:
+  /// Whether case counts behind the token.
+  void NoteCase(std::string_view token) {
+    if (token == ")") {
+      if (outer_.empty()) return;
+      icase_ = outer_.back();
+      outer_.pop_back();
+    } else if (token == "(" || (token.substr(0, 2) == "(?" && token.substr(0, 3) != "(?#")) {
+      if (token.back() != ')') outer_.push_back(icase_);
+      bool on = true;
+      for (const char c : token.substr(1)) {
+        if (c == '-') on = false;
+        if (c == '^' || c == 'i') icase_ = c == 'i' && on;
+      }
+    }
+  }
+
+  void List(std::size_t end) {
+    CopyTo(position_ + 1);
+    while (position_ < end) {
+      const char kind =
+          text_[position_] == '[' && position_ + 1 < end ? text_[position_ + 1] : '\0';
+      if (kind == ':' || kind == '.' || kind == '=') {
+        const char closing[] = {kind, ']', 0};
+        const std::size_t close = text_.find(closing, position_ + 3);
+        if (close >= end) return CopyTo(end);  // the engine complains
+        if (kind == ':') ClassName(text_.substr(position_ + 2, close - position_ - 2));
+        CopyTo(close + 2);
+      } else if (AtProperty()) {
+        Property(end - (text_[end - 1] == ']' ? 1 : 0), "[:", ":]");
+      } else {
+        CopyTo(position_ + (text_[position_] == '\\' ? 2 : 1));
+      }
+    }
+  }
+
+  /// Takes the opening of [:name:], and with it the sign of its complement. What is no name, as in
+  /// [[:<:]], is left as it is.
+  void ClassName(std::string_view name) {
+    const bool complement = name.size() > 1 && name.front() == '^';
+    if (name.size() == 1 || (!complement && !icase_)) return;
+    CopyTo(position_ + 2);
+    Emit(kClassMark + Caseless() + (complement ? kComplement : 0));
+    if (complement) ++position_;
+  }
+
+  bool AtProperty() const {
+    const std::string_view rest = text_.substr(position_, 2);
+    return rest == "\\p" || rest == "\\P";
+  }
+
+  /// Takes a property that ends before `end`, with its name between `open` and `close`.
+  void Property(std::size_t end, std::string_view open, std::string_view close) {
+    const bool inList = open.front() == '[';
+    const bool complement = inList && text_[position_ + 1] == 'P';
+    std::size_t name = position_ + 2;
+    std::size_t nameEnd = name;
+    const bool braced = name < end && text_[name] == '{';
+    if (braced) {
+      nameEnd = text_.find('}', ++name);
+      if (nameEnd >= end) nameEnd = inList ? name : end;
+    } else if (name < end) {
+      nameEnd += static_cast<std::size_t>(DecodeUtf8(text_.data() + name, TextEnd()).size);
+    }
+    if (!inList && nameEnd == end && (braced || name == end)) return CopyTo(end);  // not closed
+    if (!inList) CopyTo(position_ + 2);
+    for (const char c : open) Emit(c);
+    Emit(kClassMark + kProperty + Caseless() + (complement ? kComplement : 0));
+    for (position_ = name; position_ < nameEnd;) {
+      const bool wouldEnd = text_[position_] == ':' || text_[position_] == ']';
+      if (wouldEnd) {
+        Emit('?');
+        ++position_;
+      } else {
+        CopyTo(position_ + 1);
+      }
+    }
+    for (const char c : close) Emit(c);
+    if (braced && nameEnd != name) ++position_;
+  }
+
+  const char* TextEnd() const { return text_.data() + text_.size(); }
+  EngineChar Caseless() const { return icase_ ? kCaseless : 0; }
+
+  /// Copies the characters that begin before `end`.
+  void CopyTo(std::size_t end) {
+    while (position_ < end) {
+      const Utf8Char next = DecodeUtf8(text_.data() + position_, TextEnd());
+      const EngineChar codePoint = ToCodePoint(next.character);
+      Emit(codePoint > kLastCodePoint ? kReplacement : codePoint);
+      position_ += static_cast<std::size_t>(next.size);
+    }
+  }
+
+  void Emit(EngineChar c) {
+    result_.text.push_back(c);
+    result_.positions.push_back(position_);
+  }
+
+  const std::string_view text_;
+  bool icase_;
+  std::vector<bool> outer_;  // of the groups that are open
+  std::size_t position_ = 0;
+  UnicodeNotation result_;
+};
+
+}  // namespace
+
+UnicodeNotation ToUnicode(const Translation& translation) {
+  return Reader(translation).Run((translation.flags & boost::regbase::literal) != 0);
+}
+
+}  // namespace RegexClass::engine

@@ -1,0 +1,76 @@
+// The traits of the model UnicodeLocale, over ICU.
+#ifndef REGEXCLASS_ENGINE_UNICODETRAITS_HPP
+#define REGEXCLASS_ENGINE_UNICODETRAITS_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/regex.hpp>
+
+#include "engine/Utf8.hpp"
+
+struct UCollator;
+struct USet;
+
+namespace RegexClass::engine {
+
+/// What the engine asks of Unicode: classes, case and order of characters. An object serves one
+/// compile, and the matching of what that gave, which may be on several threads.
+class UnicodeTraits {
+ public:
+  using char_type = EngineChar;
+  using size_type = std::size_t;
+  using string_type = std::vector<EngineChar>;
+  using locale_type = std::string;        // an ICU locale, for the order
+  using char_class_type = std::uint64_t;  // a bit for each class of the expression
+  struct boost_extensions_tag {};
+
+  static size_type length(const EngineChar* text);
+  static boost::regex_constants::syntax_type syntax_type(EngineChar c);
+  static boost::regex_constants::escape_syntax_type escape_syntax_type(EngineChar c);
+  static std::string error_string(boost::regex_constants::error_type error);
+
+  static EngineChar translate(EngineChar c) { return ToCodePoint(c); }
+  /// Simple case folding: a character for a character.
+  static EngineChar translate_nocase(EngineChar c);
+  static EngineChar translate(EngineChar c, bool icase) {
+    return icase ? translate_nocase(c) : translate(c);
+  }
+  static EngineChar tolower(EngineChar c);
+  static EngineChar toupper(EngineChar c);
+
+  /// Digits are those of ASCII here; classes have the others.
+  static int value(EngineChar c, int radix);
+  std::intmax_t toi(const EngineChar*& first, const EngineChar* last, int radix) const;
+
+  /// The class of a name, which may begin with a ClassMark; 0 when there is none.
+  char_class_type lookup_classname(const EngineChar* first, const EngineChar* last) const;
+  bool isctype(EngineChar c, char_class_type classes) const;
+  /// The character of a name, or of itself; empty when there is none.
+  static string_type lookup_collatename(const EngineChar* first, const EngineChar* last);
+
+  /// Gives the traits an order. Nothing may be compared before that.
+  locale_type imbue(locale_type locale);
+  locale_type getloc() const { return locale_; }
+  string_type transform(const EngineChar* first, const EngineChar* last) const;
+  string_type transform_primary(const EngineChar* first, const EngineChar* last) const;
+
+ private:
+  struct Class {
+    std::string name;
+    EngineChar mark;
+    std::shared_ptr<const USet> members;
+  };
+
+  mutable std::vector<Class> classes_;  // by their bits; grows while an expression is compiled
+  std::string locale_;
+  std::shared_ptr<const UCollator> order_;
+  std::shared_ptr<const UCollator> primaryOrder_;
+};
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_UNICODETRAITS_HPP

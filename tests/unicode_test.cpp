@@ -1,0 +1,260 @@
+// The model UnicodeLocale, against ICU's own reading of UTF-8, a slow model that decodes first, and
+// Unicode's data where Debian's unicode-data is installed.
+
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include "TestHelpers.hpp"
+#include "engine/Utf8.hpp"
+
+namespace RegexClass::test {
+namespace {
+
+using engine::EngineChar;
+using Character = std::pair<EngineChar, std::string>;  // negative for a byte that isn't UTF-8
+
+RE Unicode(const std::string& expression, const std::string& text, bool icase = false) {
+  RE re = Make(expression, text);
+  re.SetLocaleModel(RE::UnicodeLocale);
+  re.SetMergeCopy(true);
+  if (icase) re.AddExpressionOption(RE::Icase);
+  return re;
+}
+
+std::string Utf8(EngineChar codePoint) {
+  std::string bytes;
+  engine::AppendUtf8(codePoint, bytes);
+  return bytes;
+}
+
+#pragma GCC diagnostic ignored "-Wconversion"  // for U8_NEXT
+
+/// The characters of a text by ICU. What it takes for one fault is as many characters as bytes.
+std::vector<Character> Decode(const std::string& text) {
+  std::vector<Character> characters;
+  const auto size = static_cast<std::int32_t>(text.size());
+  for (std::int32_t begin = 0, end = 0; begin < size; begin = end) {
+    UChar32 c = 0;
+    U8_NEXT(text.data(), end, size, c);
+    if (c < 0)
+      end = begin + 1, c = -static_cast<unsigned char>(text[static_cast<std::size_t>(begin)]);
+    characters.push_back(
+        {c, text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin))});
+  }
+  return characters;
+}
+
+/// All sequences of one to four bytes: of those at which Unicode's table of well-formed sequences
+/// changes, or with REGEXCLASS_TEST_CASES of all (some minutes).
+TEST(UnicodeTest, IteratorReadsAsIcuDoesInBothDirections) {
+  std::string bytes =
+      "\x01\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4\xF5"
+      "\xFF";
+  if (Cases(0) > 0)
+    for (bytes.clear(); bytes.size() < 256;) bytes += static_cast<char>(bytes.size());
+  std::string text;
+  const std::function<void()> check = [&] {
+    const auto expected = Decode(text);
+    const engine::Utf8Text whole = {text.data(), text.data() + text.size()};
+    engine::Utf8Iterator place(whole, whole.first);
+    for (const auto& [c, itself] : expected) {
+      const engine::Utf8Iterator before = place++;
+      engine::Utf8Iterator back = place;
+      const EngineChar found = engine::ToCodePoint(*before);
+      ASSERT_TRUE(--back == before && *back == *before);
+      ASSERT_EQ(c, found > engine::kLastCodePoint ? engine::kIllFormedByte - found : found);
+      ASSERT_EQ(std::string(before.Position(), place.Position()), itself);
+    }
+    for (std::size_t i = 0; i < bytes.size() && text.size() < 4; ++i) {
+      text += bytes[i];
+      check();
+      text.pop_back();
+    }
+  };
+  check();
+}
+
+/// A piece of an expression: a character or a list, so and so often, as often as can be.
+struct Piece {
+  std::string text;
+  std::function<bool(EngineChar)> matches;
+  std::size_t least, most;
+};
+
+/// Where a match of the pieces from `piece` on that begins at `at` ends; -1 when none does.
+int End(const std::vector<Piece>& pieces, std::size_t piece, const std::vector<Character>& text,
+        std::size_t at) {
+  if (piece == pieces.size()) return static_cast<int>(at);
+  const Piece& it = pieces[piece];
+  std::size_t count = 0;
+  while (count < it.most && at + count < text.size() && it.matches(text[at + count].first)) ++count;
+  for (; count + 1 > it.least; --count) {
+    const int end = End(pieces, piece + 1, text, at + count);
+    if (end >= 0 || count == 0) return end;
+  }
+  return -1;
+}
+
+TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
+  const Texts alphabet = {"a",           "B",      "b",    "é",    "É",        "ς",
+                          "Σ",           "中",     "😀",    "\n",   "_",        "٣",
+                          "\U00012028",  "\uFFFD", "\x80", "\xC3", "\xE4\xB8", "\xF0\x9F\x98",
+                          "\xED\xA0\x80"};
+  Random random(1);
+  for (int i = Cases(20000); i > 0; --i) {
+    std::string text, expression, merged, expected;
+    for (std::size_t n = random.Below(9); n > 0; --n)
+      text += alphabet[random.Below(alphabet.size())];
+    const bool icase = random.Flip();
+    const auto fold = [icase](EngineChar c) {
+      return icase && c > 0 ? u_foldCase(c, U_FOLD_CASE_DEFAULT) : c;
+    };
+    std::vector<Piece> pieces(1 + random.Below(3));
+    for (Piece& piece : pieces) {
+      const EngineChar c = Decode(alphabet[random.Below(14)])[0].first;
+      const auto itself = [fold, c](EngineChar other) { return fold(other) == fold(c); };
+      const std::vector<Piece> kinds = {
+          {Utf8(c), itself, 1, 1},
+          {".", [](EngineChar) { return true; }, 1, 1},
+          {"[^" + Utf8(c) + "]", [itself](EngineChar other) { return !itself(other); }, 1, 1},
+          {"\\p{L}", [](EngineChar other) { return other > 0 && u_isalpha(other); }, 1, 1},
+          {"[\\P{L}]", [](EngineChar other) { return other < 0 || !u_isalpha(other); }, 1, 1}};
+      piece = kinds[random.Below(kinds.size())];
+      const std::size_t count = random.Below(4);
+      piece.least = count < 2 ? 1 : 0;
+      piece.most = count % 2 == 0 ? 1 : 99;
+      expression += piece.text + (count == 0 ? "" : count == 1 ? "+" : count == 2 ? "?" : "*");
+    }
+    const auto characters = Decode(text);
+    std::size_t length = 0;
+    for (std::size_t at = 0; at <= characters.size();) {
+      const int found = End(pieces, 0, characters, at);
+      const auto end = found < 0 ? at : static_cast<std::size_t>(found);
+      if (found >= 0) expected += '<';
+      for (; at < end; ++at) expected += characters[at].second, ++length;
+      if (found >= 0) expected += '>';
+      if (found >= 0 && end == characters.size()) break;
+      if (length == 0 && at < characters.size()) expected += characters[at].second;
+      if (length == 0) ++at;
+      length = 0;
+    }
+    RE re = Unicode(expression, text, icase);
+    re.SetFormatString("<$&>");
+    re.Merge(merged);
+    ASSERT_EQ(merged, expected) << expression << " in " << text;
+  }
+}
+
+/// What a walk finds, one behind the other; "!" and the code for an expression that is no good.
+std::string Found(const std::string& expression, const std::string& text, bool icase = false) {
+  RE re = Unicode(expression, text, icase);
+  if (const int code = re.ParseExpression()) return '!' + std::to_string(code);
+  std::string found;
+  re.SetFormatString("$&");
+  re.SetMergeCopy(false);
+  re.Merge(found);
+  return found;
+}
+
+TEST(UnicodeTest, SpeaksUnicode) {
+  const struct {
+    const char *expression, *text, *found;
+    bool icase = false;
+  } rows[] = {
+      {"\\w+", "-Grüße٣e\u0301-", "Grüße٣e\u0301"},
+      {"[à-ü]|\\x{1F600}|\\N{GREEK SMALL LETTER ALPHA}", "aé😀α", "é😀α"},
+      {"[[=e=]]|\\bö", "é-ö", "éö"},
+      {"\\X", "e\u0301x", "e\u0301x"},
+      {"(?<größe>é)x\\k<größe>(?<=é)", "éxé", "éxé"},
+      {"k|ß|[Ρ]", "\u212Assẞϱ", "\u212Aẞϱ", true},
+      {"\\p{Lu}", "aBc", "aBc", true},  // a letter that differs from a capital by case alone
+      {"(?i:a)\\p{Lu}|[[:^upper:]\\P{L}]{2}", "aBbc1", "aBbc"},
+      {"\\pL\\P{Lu}[\\p{Script=Greek}\\p{Nd}][\\PL]", "ébα-", "ébα-"},
+      {"\\S[\\W][[:punct:]]", "é $", "é $"},
+      {"^.$", "a\U00012028", ""},  // not the end of a line, whatever its low bits
+      {"(.)\\1", "\xFF\xFE\xFE", "\xFE\xFE"},
+      {"[^a]\\W.", "\x80\xC3\xC3\x81", "\x80\xC3\xC3\x81"},
+      {"\xFF|\\p{Cn}|[\\x{0}-\\x{10FFFF}]|\\w|\\p{So}", "\xFF", ""},
+      {"\\p{Nope}", "", "!4"},
+      {"[\\p{Nope]", "", "!4"},
+      {"\\p{L", "", "!5"},
+      {"\\x{110000}", "", "!10"},
+      {"[ü-à]", "", "!11"},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(Found(row.expression, row.text, row.icase), row.found) << row.expression;
+  RE re = Unicode("éé\xFFééééééé(", "");
+  re.ParseExpression();
+  EXPECT_NE(re.GetExpressionError().find("'ééééé(>>>HERE>>>'"), std::string::npos);
+  // In the order of a locale, and by number without one.
+  re = Unicode("[a-z]", "é");
+  EXPECT_FALSE(re.Search());
+  re.DeleteExpressionOption(RE::NoCollate);
+  EXPECT_TRUE(re.Search());
+}
+
+// The case of a format, on every way to it.
+TEST(UnicodeTest, FormatsHaveUnicodesCase) {
+  RE re = Unicode("(?<größe>\\w+)", "grüße ÉTÉ \xFF");
+  re.SetFormatString("\\U$1-\\L$+{größe}\\E-\\u$1\xFE");
+  const std::string expected = "GRÜßE-grüße-Grüße\xFE ÉTÉ-été-ÉTÉ\xFE \xFF";
+  std::string merged;
+  re.Merge(merged);
+  EXPECT_EQ(merged, expected);
+  re.SetOnMergingClosure([](auto*, auto&, auto, auto, bool&) {});
+  re.Merge(merged);
+  EXPECT_EQ(merged, expected);
+}
+
+/// The lines of a file of Unicode's: a range of code points, and what they are.
+void ForEachLine(const std::string& file,
+                 const std::function<void(EngineChar, EngineChar, const std::string&,
+                                          const std::string&)>& line) {
+  std::ifstream in("/usr/share/unicode/" + file);
+  for (std::string text; std::getline(in, text);) {
+    std::istringstream words(text.substr(0, text.find('#')));
+    std::string range, property, value;
+    if (!(words >> range) || range.empty()) continue;
+    while (words >> value && value == ";") {
+    }
+    property = value.substr(0, value.find(';'));
+    words >> value;
+    line(std::stoi(range, nullptr, 16),
+         std::stoi(range.substr(range.find_last_of('.') + 1), nullptr, 16), property, value);
+  }
+}
+
+TEST(UnicodeTest, PropertiesAreThoseOfUnicodesData) {
+  const auto step = Cases(0) > 0 ? 1 : 11;  // of the code points of a range
+  for (const char* const file :
+       {"extracted/DerivedGeneralCategory.txt", "Scripts.txt", "DerivedCoreProperties.txt"}) {
+    std::map<std::string, std::string> members;
+    ForEachLine(file, [&](EngineChar first, EngineChar last, const std::string& property,
+                          const std::string&) {
+      for (EngineChar c = first; c <= last; c += step)
+        members[property] += U_IS_SURROGATE(c) ? "" : Utf8(c);
+    });
+    for (const auto& [name, text] : members) {
+      EXPECT_TRUE(text.empty() || Unicode("\\p{" + name + "}+", text).MatchAll()) << name;
+      if (file[0] == 'D') continue;  // these overlap
+      for (const auto& [other, otherText] : members) {
+        EXPECT_EQ(Found("\\p{" + name + "}", otherText), other == name ? text : "") << other;
+      }
+    }
+  }
+}
+
+TEST(UnicodeTest, CaseIsFoldedAsUnicodesDataSays) {
+  ForEachLine("CaseFolding.txt",
+              [](EngineChar c, EngineChar, const std::string& kind, const std::string& folded) {
+                const bool simple = kind == "C" || kind == "S";
+                const std::string other = Utf8(simple ? std::stoi(folded, nullptr, 16) : c);
+                EXPECT_TRUE(Unicode(Utf8(c), other, true).MatchAll()) << folded;
+              });
+}
+
+}  // namespace
+}  // namespace RegexClass::test
