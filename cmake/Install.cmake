@@ -8,7 +8,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/RegexClass)
 install(TARGETS RegexClass EXPORT RegexClassTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     COMPONENT library NAMELINK_COMPONENT development
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library)
 install(FILES
   ${PROJECT_SOURCE_DIR}/include/RegularExpression.hpp
   ${PROJECT_BINARY_DIR}/include/regexclass_export.h

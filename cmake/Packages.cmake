@@ -1,3 +1,10 @@
+# For Windows, one archive of all.
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  include(CPack)
+  return()
+endif()
+
 # Debian packages, one for each install component: `cpack --preset package` behind a build of that
 # preset leaves them in build/package.
 set(CPACK_GENERATOR DEB)

@@ -361,6 +361,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   ///
   /// Only regular files are visited, and links to them. Directories, pipes, devices and links that
   /// lead nowhere are passed over and are no problem; neither is a pattern that selects nothing.
+  ///
+  /// On Windows `\` separates components as `/` does, and nothing is escaped; names and patterns are
+  /// compared without regard to case, a dot at the start of a name is a character like any other, and
+  /// `*.*` stands for all names. Names of devices such as NUL and COM1 are passed over. Names are in
+  /// the code page of the process.
   std::string GetFilesToMatch() const;
   void SetFilesToMatch(const std::string& pattern);
 
@@ -449,6 +454,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// the country is called: name.DeD and name.De for Deutsch and Deutschland. The user's language
   /// is that of LC_ALL, LC_MESSAGES or LANG, the first that is set. A name without a slash is
   /// looked for in the current directory, then along NLSPATH.
+  ///
+  /// On Windows a catalogue is a DLL with a table of strings, of which no code is run; the user's
+  /// language is that of the user's default locale. A name without a slash or backslash is looked
+  /// for in the directory of the application alone, so that nobody else's file is taken for it.
   ///
   /// That no catalogue loads is no error: the engine's own texts apply then. One that loads but
   /// can't be read afterwards is a LocaleDllFailure.

@@ -73,7 +73,7 @@ TEST(Object, CompilesOnceUntilSomethingThatMattersChanges) {
 }
 
 TEST(Object, MovesWithAllThatItHas) {
-  const std::locale own("C.UTF-8");
+  const std::locale own(std::locale::classic(), new std::numpunct<char>);
   std::vector<RE> objects(1);
   objects[0] = Make("(a)(b)", "ab");
   objects[0].SetLocale(own);

@@ -122,5 +122,57 @@ TEST(Windows, KeepsWhatIsNotContent) {
   }
 }
 
+// ----------------------------------------------------------------------------------- locales
+
+TEST(Windows, HasTextsInLibrariesOfStrings) {
+  const Scratch scratch;
+  char application[MAX_PATH];
+  GetModuleFileNameA(nullptr, application, MAX_PATH);
+  const fs::path catalogue = fs::path(application).parent_path() / "catalogue.dll";
+  fs::copy_file(catalogue, "planted.dll");
+  const std::tuple<std::string, bool> cases[] = {
+      {catalogue.string(), true}, {"catalogue", true},  // the last name that is tried
+      {"planted.dll", false},     {".\\planted.dll", true},
+      {"./planted", true},        {"none.dll", false}};
+  for (const RE::LocaleModels model : {RE::CppLocale, RE::W32Locale}) {
+    for (const auto& [name, loads] : cases) {
+      RE re = Make("a", "a");
+      re.SetLocaleModel(model);
+      re.SetLocaleDll("no such catalogue");
+      re.ParseExpression();
+      re.SetLocaleDll(name);
+      re.ParseExpression();
+      re.SetExpression("");
+      EXPECT_EQ(loads ? "A" : "Empty expression", re.GetExpressionError()) << name;
+      re.SetExpression("(");
+      re.ParseExpression();
+      EXPECT_EQ(loads, re.GetExpressionError().rfind("A parenthesis", 0) == 0) << name;
+    }
+  }
+}
+
+TEST(Windows, HasLettersAndCaseFromTheUsersLocale) {
+  const std::pair<const char*, WORD> classes[] = {
+      {"[[:alpha:]]", C1_ALPHA}, {"[[:upper:]]", C1_UPPER}, {"[[:lower:]]", C1_LOWER},
+      {"\\d", C1_DIGIT},         {"[[:punct:]]", C1_PUNCT}, {"[[:cntrl:]]", C1_CNTRL}};
+  for (int i = 1; i < 256; ++i) {
+    const char c = static_cast<char>(i);
+    WORD told = 0;
+    GetStringTypeExA(LOCALE_USER_DEFAULT, CT_CTYPE1, &c, 1, &told);
+    for (const auto& [expression, bit] : classes) {
+      RE re = Make(expression, std::string(1, c));
+      re.SetLocaleModel(RE::W32Locale);
+      EXPECT_EQ((told & bit) != 0, re.Match()) << i << ' ' << expression;
+    }
+    char upper = c;
+    LCMapStringA(LOCALE_USER_DEFAULT, LCMAP_UPPERCASE, &c, 1, &upper, 1);
+    RE re = Make(std::string(1, c), std::string(1, upper));
+    re.SetLocaleModel(RE::W32Locale);
+    re.AddExpressionOption(RE::Literal);
+    re.AddExpressionOption(RE::Icase);
+    EXPECT_TRUE(re.Match()) << i;
+  }
+}
+
 }  // namespace
 }  // namespace RegexClass::test
