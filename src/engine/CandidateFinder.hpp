@@ -2,6 +2,7 @@
 #ifndef REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 #define REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -24,7 +25,7 @@ class CandidateFinder {
  public:
   /// When a finder is made and when it gives up; the same for the whole process.
   struct Tuning {
-    std::size_t price = 512 << 10;        // bytes searched without a finder before one is made
+    std::size_t price = 256 << 10;        // bytes searched without a finder before one is made
     std::size_t firstWindow = 2 << 10;    // bytes looked at in advance, at first
     std::size_t largestWindow = 1 << 18;  // and later on
     std::size_t patience = 64;            // candidates that are too many in a text of any length
@@ -106,13 +107,21 @@ class EarnedFinder {
     return finder_.get();
   }
 
-  /// Counts text that was searched. One on which the finder gave up makes it more expensive.
-  void Searched(std::size_t bytes, bool gaveUp) {
-    searched_ = gaveUp ? 0 : searched_ + bytes;
-    if (gaveUp) price_ *= 2;
+  /// Counts text that was searched.
+  void Searched(std::size_t bytes) { searched_ += bytes; }
+  /// Takes notice that the finder was a help with a text, or gave up: how long the next ones go
+  /// without it doubles from one text to the next on which it gives up.
+  void Helped() { pause_ = kLeastPause; }
+  void GaveUp() {
+    price_ = searched_ + pause_;
+    pause_ = std::min(pause_ * 2, kLongestPause);
   }
 
  private:
+  static constexpr std::size_t kLeastPause = 4 << 10;
+  static constexpr std::size_t kLongestPause = 64 << 20;
+
+  std::size_t pause_ = kLeastPause;
   std::size_t price_ = CandidateFinder::tuning.price;
   std::size_t searched_ = 0;
   bool made_ = false;

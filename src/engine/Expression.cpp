@@ -67,7 +67,11 @@ class Expression<Traits>::Walk {
               });
     if (finder != nullptr) candidates_.emplace(*finder, first, last);
   }
-  ~Walk() { finder_.Searched(static_cast<std::size_t>(from_ - first_), gaveUp_); }
+  ~Walk() {
+    finder_.Searched(static_cast<std::size_t>(from_ - first_));
+    if (gaveUp_) finder_.GaveUp();
+    if (candidates_) finder_.Helped();
+  }
 
   /// Finds the next match.
   bool Next() {
