@@ -1,8 +1,10 @@
 #include "files/FileSelection.hpp"
 
 #include <algorithm>
-#include <cstring>
-#include <unordered_set>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -174,11 +176,11 @@ class Selection {
   /// stands for the directory, and `path` for both when they can't be told.
   bool IsNew(Directory& directory, const std::string& name, const std::string& path) {
     platform::FileIdentity identity;
-    if (directory.Identify(identity) != 0) return seen_.insert(path + '\0').second;
-    std::string key(sizeof identity + name.size(), '\0');
-    std::memcpy(key.data(), &identity, sizeof identity);
-    name.copy(&key[sizeof identity], name.size());
-    return seen_.insert(std::move(key)).second;
+    const bool told = directory.Identify(identity) == 0;
+    std::set<std::string>& names = seen_[{identity.device, identity.number}];
+    const std::size_t before = names.size();
+    names.insert(names.end(), told ? name : path);  // most come in their order
+    return names.size() != before;
   }
 
   /// The entries of `directory` in the byte order of their names, as many as can be told.
@@ -194,11 +196,12 @@ class Selection {
   const bool recursion_;
   const FileVisitor& visitor_;
   const DirectoryPointer current_ = Directory::Current();
-  DirectoryPointer spelledOut_;           // the last one that a pattern has spelled out, since
-  std::string spelledOutPath_;            // patterns often name file after file; and its path
-  std::string path_;                      // of the directory in hand, as it stands before a name
-  std::vector<Pending> pending_;          // the next one at the back
-  std::unordered_set<std::string> seen_;  // files that were visited, directories that failed
+  DirectoryPointer spelledOut_;   // the last one that a pattern has spelled out, since
+  std::string spelledOutPath_;    // patterns often name file after file; and its path
+  std::string path_;              // of the directory in hand, as it stands before a name
+  std::vector<Pending> pending_;  // the next one at the back
+  /// Files that were visited and directories that failed, by the directory.
+  std::map<std::pair<std::uint64_t, std::uint64_t>, std::set<std::string>> seen_;
 };
 
 }  // namespace
