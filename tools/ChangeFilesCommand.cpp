@@ -67,7 +67,7 @@ class Replacer {
 class Preview {
  public:
   explicit Preview(FileJob& job)
-      : job_(job), shows_(job.request.dryRun || job.request.diff), output_("", job.files.size()) {}
+      : job_(job), shows_(job.request.dryRun || job.request.diff), output_("", job.progress) {}
 
   /// Prints the changes when that is all that is asked for. Gives the files that would change.
   std::vector<ListedFile> Run() {
@@ -203,7 +203,7 @@ std::string InWords(const RE::FileChangeProblem& problem, const std::string& fil
 class ChangeRun {
  public:
   ChangeRun(FileJob& job, std::vector<ListedFile> files)
-      : job_(job), files_(std::move(files)), output_("", files_.size()) {}
+      : job_(job), files_(std::move(files)), output_("", job.progress) {}
 
   ExitStatus Run() {
     // Of a run that ends at the first failure, nothing more may have been changed.

@@ -28,7 +28,7 @@ class SearchRun {
       : job_(request),
         lines_(request.lines),
         most_(request.maximumCount.value_or(std::numeric_limits<std::uint64_t>::max())),
-        output_(Separator(), job_.files.size()) {
+        output_(Separator(), job_.progress) {
     lines_.most = most_;
     lines_.silent = job_.style.Silent();
   }

@@ -49,7 +49,7 @@ FileJob::FileJob(const Request& r, FilesAlone) : request(r), style(r.style) {
   choice.nullNames = r.style.null;
   choice.recursive = object.GetDirectoryRecursion();
   object.SetDirectoryRecursion(false);
-  files = ListFiles(choice, problems);
+  files = ListFiles(choice, problems, progress);
 }
 
 FileJob::FileJob(const Request& r) : FileJob(r, FilesAlone()) {

@@ -33,6 +33,7 @@ struct FileJob {
   const Request& request;
   const Style& style;
   Problems problems;
+  Progress progress;
   RE object;
   std::vector<ListedFile> files;
 };

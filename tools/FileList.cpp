@@ -54,7 +54,8 @@ std::size_t PlainPart(const std::string& pattern) {
 
 class Lister {
  public:
-  Lister(const FileChoice& choice, Problems& problems) : choice_(choice), problems_(problems) {}
+  Lister(const FileChoice& choice, Problems& problems, Progress& progress)
+      : choice_(choice), problems_(problems), progress_(progress) {}
 
   std::vector<ListedFile> List() {
     for (const std::string& argument : choice_.arguments) Argument(argument);
@@ -67,6 +68,7 @@ class Lister {
     } else if (nothingNamed) {
       throw Failure("no files are named");
     }
+    progress_.Clear();
     return std::move(files_);
   }
 
@@ -175,6 +177,7 @@ class Lister {
   void Directory(const std::string& directory, const std::string& pattern, std::size_t named) {
     const bool shown = choice_.hidden || !choice_.recursive;
     const int hiding = choice_.hidden ? 0 : FNM_PERIOD;
+    progress_.Show([this] { return std::to_string(files_.size()) + " files found"; });
     const std::string key = KeyOfDirectory(directory);
     const std::size_t first = files_.size();
     bool all = !choice_.ignoreFiles;
@@ -219,6 +222,7 @@ class Lister {
     }
     if (error && error != std::errc::no_such_file_or_directory) {
       const std::string name = directory.empty() ? "." : directory.substr(0, directory.size() - 1);
+      progress_.Clear();
       problems_.Tell(name.empty() ? "/" : name,
                      (opened ? "can't read: " : "can't open: ") + SystemWords(error.value()));
     }
@@ -235,14 +239,16 @@ class Lister {
 
   const FileChoice& choice_;
   Problems& problems_;
+  Progress& progress_;
   std::vector<ListedFile> files_;
   std::unordered_set<std::string> seen_;
 };
 
 }  // namespace
 
-std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems) {
-  return Lister(choice, problems).List();
+std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems,
+                                  Progress& progress) {
+  return Lister(choice, problems, progress).List();
 }
 
 bool LooksBinary(const std::string& file) {

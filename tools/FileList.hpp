@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Output.hpp"
 #include "Problems.hpp"
 
 namespace tool {
@@ -40,7 +41,7 @@ struct ListedFile {
 /// so that the names that a shell makes of its patterns mean what they say; a directory stands for
 /// its files. Everything else is a pattern by the rules of glob(7), whose last component is applied
 /// in all directories below too when the choice says so.
-std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems);
+std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems, Progress& progress);
 
 /// Whether there is a zero byte in the file's first 8 KiB; false for what can't be read.
 bool LooksBinary(const std::string& file);

@@ -155,13 +155,19 @@ void FinishOutput() {
   if (!std::cout) throw Failure("standard output: " + SystemWords(errno != 0 ? errno : EIO));
 }
 
-Progress::Progress(std::size_t files)
-    : shown_(isatty(STDERR_FILENO) != 0), files_(files), start_(std::chrono::steady_clock::now()) {}
+Progress::Progress()
+    : shown_(isatty(STDERR_FILENO) != 0),
+      next_(std::chrono::steady_clock::now() + std::chrono::seconds(2)) {}
 
-void Progress::Show() {
-  if (!shown_ || std::chrono::steady_clock::now() - start_ < std::chrono::seconds(2)) return;
+bool Progress::IsDue() {
+  if (!shown_ || std::chrono::steady_clock::now() < next_) return false;
+  next_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+  return true;
+}
+
+void Progress::Print(const std::string& words) {
   anythingShown_ = true;
-  std::cerr << '\r' << done_ << " of " << files_ << " files\033[K" << std::flush;
+  std::cerr << '\r' << words << "\033[K" << std::flush;
 }
 
 void Progress::Clear() {

@@ -97,25 +97,28 @@ bool OutputIsTerminal();
 /// Throws Failure when standard output hasn't taken everything.
 void FinishOutput();
 
-/// Shows on standard error how many files are done, when that is a terminal and the run takes more
+/// Shows on standard error how far a run has come, when that is a terminal and the run takes more
 /// than two seconds.
 class Progress {
  public:
-  explicit Progress(std::size_t files);
+  Progress();
   ~Progress() { Clear(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void Advance(std::size_t files) { done_ += files; }
-  void Show();
+  /// Shows what `words` gives, unless it is too early or something was shown a moment ago.
+  template <typename Words>
+  void Show(const Words& words) {
+    if (IsDue()) Print(words());
+  }
   void Clear();
 
  private:
+  bool IsDue();
+  void Print(const std::string& words);
   const bool shown_;
   bool anythingShown_ = false;
-  std::size_t done_ = 0;
-  const std::size_t files_;
-  const std::chrono::steady_clock::time_point start_;
+  std::chrono::steady_clock::time_point next_;
 };
 
 }  // namespace tool

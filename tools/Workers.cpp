@@ -19,9 +19,9 @@ constexpr std::size_t kMuch = std::size_t{4} << 20U;
 
 }  // namespace
 
-OrderedOutput::OrderedOutput(std::string separator, std::size_t files)
+OrderedOutput::OrderedOutput(std::string separator, Progress& progress)
     : separator_(std::move(separator)),
-      progress_(files),
+      progress_(progress),
       end_(std::numeric_limits<std::size_t>::max()) {}
 
 void OrderedOutput::Print(const Piece& piece) {
@@ -61,7 +61,7 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
 
 void OrderedOutput::End(std::size_t part, std::size_t files) {
   const Lock lock(mutex_);
-  progress_.Advance(files);
+  done_ += files;
   kept_[part].ended = true;
   while (Wanted(next_)) {
     const auto at = kept_.find(next_);
@@ -86,11 +86,12 @@ void OrderedOutput::Stop() {
   turn_.notify_all();
 }
 
-void OrderedOutput::Watch(std::size_t parts) {
+void OrderedOutput::Watch(std::size_t parts, std::size_t files) {
   Lock lock(mutex_);
   while (!turn_.wait_for(lock, std::chrono::milliseconds(100),
                          [&] { return next_ >= std::min(parts, end_); })) {
-    progress_.Show();
+    progress_.Show(
+        [&] { return std::to_string(done_) + " of " + std::to_string(files) + " files"; });
   }
   progress_.Clear();
 }
@@ -132,7 +133,7 @@ void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsi
       break;
     }
   }
-  output.Watch(parts);
+  output.Watch(parts, files);
   for (std::thread& thread : threads) thread.join();
   if (failure != nullptr) std::rethrow_exception(failure);
 }

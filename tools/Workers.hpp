@@ -23,7 +23,7 @@ struct Enough {};
 class OrderedOutput {
  public:
   /// `separator` comes between the files that print something.
-  OrderedOutput(std::string separator, std::size_t files);
+  OrderedOutput(std::string separator, Progress& progress);
 
   /// What a part has to print: on standard output and, behind it, on standard error.
   struct Piece {
@@ -43,9 +43,8 @@ class OrderedOutput {
   /// Lets the caller wait until the part is no longer far ahead of what has its turn; false when it
   /// isn't wanted.
   bool Begin(std::size_t part, std::size_t farthest);
-  /// Shows how far the run has come, every now and then, until `parts` have ended or none is
-  /// wanted.
-  void Watch(std::size_t parts);
+  /// Shows how many of the files are done until `parts` have ended or none is wanted any more.
+  void Watch(std::size_t parts, std::size_t files);
 
  private:
   using Lock = std::unique_lock<std::mutex>;
@@ -55,7 +54,8 @@ class OrderedOutput {
   std::mutex mutex_;
   std::condition_variable turn_;
   const std::string separator_;
-  Progress progress_;
+  Progress& progress_;
+  std::size_t done_ = 0;  // files
   bool anyPrinted_ = false;
   std::size_t next_ = 0;  // the part whose turn it is
   std::size_t end_;       // the first part that isn't wanted
