@@ -38,7 +38,9 @@ inline void WriteFile(const std::string& name, const std::string& content) {
 /// all that is in it; in memory if the system has that.
 struct Scratch {
   Scratch() {
-    for (const auto& parent : {fs::path("/dev/shm"), fs::path("/tmp"), fs::temp_directory_path()}) {
+    std::error_code none;  // a test may have had a temporary directory of its own
+    for (const auto& parent :
+         {fs::path("/dev/shm"), fs::path("/tmp"), fs::temp_directory_path(none)}) {
       path = (parent / ("regexclass-test-" + std::to_string(std::random_device()()))).string();
       std::error_code error;
       if (!fs::create_directory(path, error)) continue;
