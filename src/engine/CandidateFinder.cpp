@@ -104,24 +104,6 @@ double Bits(const Pattern& pattern) {
   }
 }
 
-/// The bytes with which a match of `pattern` begins.
-ByteSet FirstBytes(const Pattern& pattern) {
-  ByteSet bytes = pattern.bytes;
-  for (const Pattern& part : pattern.parts) {
-    bytes |= FirstBytes(part);
-    if (pattern.kind == Pattern::Kind::kSequence && !CanBeEmpty(part)) break;
-  }
-  return bytes;
-}
-
-/// Whether so few places of `sample` have a byte of `bytes` that the engine, which looks at the
-/// first byte of a match before it makes an attempt, is as fast as a finder for widths that vary.
-[[maybe_unused]] bool AreRare(const ByteSet& bytes, std::string_view sample) {
-  const auto places = std::count_if(sample.begin(), sample.end(),
-                                    [&](char c) { return bytes[static_cast<unsigned char>(c)]; });
-  return static_cast<std::size_t>(places) < sample.size() / 32;
-}
-
 /// Adds the bytes that a match of `pattern` can hold to `content`.
 void AddContent(const Pattern& pattern, ByteSet& content) {
   content |= pattern.bytes;
@@ -239,8 +221,7 @@ struct CandidateFinder::Database {
   std::unique_ptr<hs_expr_info_t, Free> info;
 };
 
-std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern,
-                                                       std::string_view sample) {
+std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
   constexpr double kLargest = 2000;
   if (CanBeEmpty(pattern) || HasEmptySet(pattern) || hs_valid_platform() != HS_SUCCESS) {
     return nullptr;
@@ -248,7 +229,6 @@ std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern,
   Pattern wanted = pattern;
   ShortenEnd(wanted);
   CutToFixedWidth(wanted);
-  if (FixedWidth(wanted) == 0 && AreRare(FirstBytes(wanted), sample)) return nullptr;
   auto database = std::make_unique<Database>();
   if (Size(wanted) > kLargest || !database->Compile(wanted)) {
     Relax(wanted);
@@ -294,9 +274,7 @@ bool CandidateFinder::Scan(const char* first, const char* last, std::vector<Stre
 
 struct CandidateFinder::Database {};
 
-std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern&, std::string_view) {
-  return nullptr;
-}
+std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern&) { return nullptr; }
 bool CandidateFinder::Scan(const char*, const char*, std::vector<Stretch>&) { return false; }
 
 #endif
@@ -306,7 +284,8 @@ CandidateFinder::CandidateFinder(std::unique_ptr<Database> database)
 CandidateFinder::~CandidateFinder() = default;
 
 std::size_t CandidateFinder::Tolerated(const char* first, const char* last) const {
-  return tuning.patience + static_cast<std::size_t>(last - first) / (most_ == 1 ? 256 : 16);
+  const std::size_t bytes = most_ == 1 ? 256 : most_ != least_ ? 128 : 16;
+  return tuning.patience + static_cast<std::size_t>(last - first) / bytes;
 }
 
 const char* CandidateFinder::CompleteUpTo(const char* first, const char* last) const {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 #include "engine/Pattern.hpp"
@@ -32,9 +31,9 @@ class CandidateFinder {
   };
   static Tuning tuning;
 
-  /// A finder for `pattern`; null when it can match the empty text or is too large, when the engine
-  /// is as fast on texts such as `sample`, and when the library was built without Hyperscan.
-  static std::unique_ptr<CandidateFinder> Make(const Pattern& pattern, std::string_view sample);
+  /// A finder for `pattern`; null when it can match the empty text, is too large, or when the
+  /// library was built without Hyperscan.
+  static std::unique_ptr<CandidateFinder> Make(const Pattern& pattern);
   ~CandidateFinder();
 
  private:
@@ -53,7 +52,7 @@ class CandidateFinder {
   bool Scan(const char* first, const char* last, std::vector<Stretch>& found);
 
   /// How many candidates in [first, last) don't make the finder slower than the engine alone. A
-  /// single byte is what the engine looks for fast, too.
+  /// single byte is what the engine looks for fast, too, and where widths vary each costs more.
   std::size_t Tolerated(const char* first, const char* last) const;
 
   /// Before which place the candidates are complete when [first, last) was scanned, with more text

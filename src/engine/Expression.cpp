@@ -1,6 +1,5 @@
 #include "engine/Expression.hpp"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -62,8 +61,7 @@ class Expression<Traits>::Walk {
             ? nullptr
             : finder_.For(ahead, [&]() -> std::unique_ptr<CandidateFinder> {
                 const auto pattern = ReadProgram(expression.regex_, flags);
-                const std::size_t length = std::min<std::size_t>(last - first, 1 << 14);
-                return pattern ? CandidateFinder::Make(*pattern, {first, length}) : nullptr;
+                return pattern ? CandidateFinder::Make(*pattern) : nullptr;
               });
     if (finder != nullptr) candidates_.emplace(*finder, first, last);
   }
