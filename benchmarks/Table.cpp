@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <map>
+#include <utility>
 #include <vector>
+
+#include "engine/CandidateFinder.hpp"
 
 namespace RegexClass::benchmarks {
 namespace {
@@ -75,7 +79,7 @@ std::string Ratio(double time, double other) {
 }
 
 void Print(const std::vector<std::string>& cells) {
-  static constexpr int kWidths[] = {-15, -25, -21, 7, 7, 6, 15, 6};
+  static constexpr int kWidths[] = {-15, -32, -21, 7, 7, 6, 14, 15, 6};
   for (std::size_t i = 0; i < cells.size(); ++i) {
     std::printf("| %*s ", kWidths[i], cells[i].c_str());
   }
@@ -85,6 +89,14 @@ void Print(const std::vector<std::string>& cells) {
 
 }  // namespace
 
+Run WithoutFinders(Run run) {
+  return [run = std::move(run)](benchmark::State& state) {
+    const std::size_t price = std::exchange(engine::CandidateFinder::tuning.price, SIZE_MAX);
+    run(state);
+    engine::CandidateFinder::tuning.price = price;
+  };
+}
+
 bool Table::Wants(const std::string& work, const std::string& text) const {
   return (work + ", " + text).find(filter_) != std::string::npos;
 }
@@ -93,8 +105,9 @@ void Table::Add(const Row& row) {
   if (!Wants(row.work, row.text)) return;
   if (!begun_) {
     begun_ = true;
-    Print({"operation", "on", "beside", "its", "ours", "ratio", "with subscriber", "ratio"});
-    Print({":--", ":--", ":--", "--:", "--:", "--:", "--:", "--:"});
+    Print({"operation", "on", "beside", "its", "ours", "ratio", "without finder", "with subscriber",
+           "ratio"});
+    Print({":--", ":--", ":--", "--:", "--:", "--:", "--:", "--:", "--:"});
   }
   const auto add = [&](const char* name, const Run& run) {
     if (!run) return;
@@ -106,6 +119,7 @@ void Table::Add(const Row& row) {
   };
   add("other", row.other);
   add("library", row.ours);
+  add("alone", row.without);
   add("subscribed", row.subscribed);
   Times times;
   benchmark::RunSpecifiedBenchmarks(&times, ".*");
@@ -115,7 +129,7 @@ void Table::Add(const Row& row) {
   const double library = times.Of("library", row.wholeRuns);
   const double subscribed = times.Of("subscribed", row.wholeRuns);
   Print({row.work, row.text, row.beside, Time(other), Time(library), Ratio(library, other),
-         Time(subscribed), Ratio(subscribed, other)});
+         Time(times.Of("alone", row.wholeRuns)), Time(subscribed), Ratio(subscribed, other)});
 }
 
 }  // namespace RegexClass::benchmarks

@@ -21,6 +21,9 @@ Run Repeat(Once once) {
   };
 }
 
+/// Does the same while no expression gets a finder. The objects must not have compiled before.
+Run WithoutFinders(Run run);
+
 /// One comparison.
 struct Row {
   std::string work;    // the operation
@@ -30,6 +33,7 @@ struct Row {
   Run ours;
   Run subscribed;          // the library with a subscriber; empty where there is no such thing
   int rounds = 51;         // how often each of them is measured
+  Run without = {};        // the library without finders; empty where that isn't of interest
   bool wholeRuns = false;  // measures the wall clock, one run each; else the processor's time
 };
 

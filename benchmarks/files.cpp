@@ -2,15 +2,14 @@
 // this machine has.
 
 #include <RegularExpression.hpp>
-#include <algorithm>
-#include <cstdint>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <vector>
 
+#include "Samples.hpp"
 #include "Table.hpp"
 
 namespace RegexClass::benchmarks {
@@ -18,47 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The most that one folder of the system gives to the tree.
-constexpr std::uintmax_t kMost = 60 << 20;
-
-/// Copies up to `most` bytes of regular files, and gives how many bytes it copied.
-std::uintmax_t Copy(const fs::path& source, const fs::path& target, std::uintmax_t most) {
-  std::uintmax_t size = 0;
-  const auto options = fs::directory_options::skip_permission_denied;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(source, options)) {
-    if (size >= most) break;
-    if (entry.is_symlink() || !entry.is_regular_file()) continue;
-    const fs::path copy = target / entry.path().relative_path();
-    fs::create_directories(copy.parent_path());
-    std::error_code error;
-    if (!fs::copy_file(entry.path(), copy, error)) continue;  // there already, or unreadable
-    fs::permissions(copy, fs::perms::owner_write, fs::perm_options::add);
-    size += entry.file_size();
-  }
-  return size;
-}
-
-/// A tree of 200 MB of what the system has; one that is there already is taken as it is.
-fs::path Tree() {
-  const fs::path tree = fs::path(REGEXCLASS_BENCHMARK_FOLDER) / "tree";
-  if (fs::exists(tree)) return tree;
-  const fs::path unfinished = tree.string() + ".unfinished";
-  fs::remove_all(unfinished);
-  std::uintmax_t missing = 200 << 20;
-  for (const char* const source : {"/usr/share/doc", "/usr/share/perl", "/usr/include",
-                                   "/usr/share", "/usr/lib", "/usr/bin"}) {
-    if (!fs::exists(source)) continue;
-    missing -= std::min(missing, Copy(source, unfinished, std::min(missing, kMost)));
-  }
-  fs::rename(unfinished, tree);
-  return tree;
-}
-
 /// Runs a command line of the shell with its output in a file: into /dev/null, grep wouldn't look
-/// for more than one match.
+/// for more than one match. With 1 the tools tell that there is none.
 Run Shell(const std::string& command) {
-  const std::string line =
-      "cd '" REGEXCLASS_BENCHMARK_FOLDER "' && { LC_ALL=C " + command + "; } >output";
+  const std::string line = "cd '" REGEXCLASS_BENCHMARK_FOLDER "' && { LC_ALL=C " + command +
+                           " || test $? = 1; } >output";
   return [line](benchmark::State& state) {
     for (auto round : state) {
       if (std::system(line.c_str()) != 0) state.SkipWithError("the command failed");
@@ -90,6 +53,14 @@ Object Subscribe(Object object) {
   return object;
 }
 
+/// A tree of 200 MB of what the system has.
+fs::path MixedTree() {
+  return Tree(
+      "tree",
+      {"/usr/share/doc", "/usr/share/perl", "/usr/include", "/usr/share", "/usr/lib", "/usr/bin"},
+      200 << 20, 60 << 20);
+}
+
 struct Expression {
   const char* name;
   const char* text;
@@ -99,7 +70,7 @@ void Compare(Table& table, const char* work, const Expression& expression, const
              const std::string& command, unsigned int (RegularExpression::*operation)()) {
   const std::string on = std::string("200 MB, ") + expression.name;
   if (!table.Wants(work, on)) return;
-  const fs::path tree = Tree();
+  const fs::path tree = MixedTree();
   const auto library = [operation](const Object& object) {
     return Repeat([=] { benchmark::DoNotOptimize((*object.*operation)()); });
   };
@@ -114,9 +85,37 @@ void Compare(Table& table, const char* work, const Expression& expression, const
   table.Add(row);
 }
 
+/// A walk over the headers with one expression beside each of the commands. What the library takes
+/// without finders is told once.
+void CompareExpression(Table& table, const char* expression) {
+  const std::string on = OnExpression("headers", expression);
+  if (!table.Wants("GrepFiles", on)) return;
+  const fs::path tree = HeaderTree();
+  const auto library = [&] {
+    return Repeat(
+        [object = Make(expression, tree)] { benchmark::DoNotOptimize(object->GrepFiles()); });
+  };
+  const std::string tail = std::string(" -e '") + expression + "' headers";
+  Row row{"GrepFiles", on, "grep -c", Shell("grep -raEc" + tail), library(), Run()};
+  row.without = WithoutFinders(library());
+  row.rounds = 5;
+  row.wholeRuns = true;
+  table.Add(row);
+  row.without = Run();
+  const auto beside = [&](const char* name, const std::string& command) {
+    row.beside = name;
+    row.other = Shell(command);
+    table.Add(row);
+  };
+  beside("grep -o, wc -l", "grep -raEoh" + tail + " | wc -l");
+  beside("rg -c, 1 thread", "rg -uuuacj1" + tail);
+  beside("rg -c", "rg -uuuac" + tail);
+}
+
 }  // namespace
 
 void MeasureFiles(Table& table) {
+  for (const char* const expression : kExpressions) CompareExpression(table, expression);
   constexpr Expression kWord = {"a word", "Copyright"};
   constexpr Expression kDate = {"a date", "[A-Z][a-z]+ [0-9]+, [0-9]{4}"};
   for (const Expression& expression : {kWord, kDate}) {

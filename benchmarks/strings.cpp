@@ -7,10 +7,12 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/regex.hpp>
 
+#include "Samples.hpp"
 #include "Table.hpp"
 
 namespace RegexClass::benchmarks {
@@ -38,7 +40,7 @@ std::string Log(std::size_t size) {
 struct Text {
   std::string name;
   std::string text;
-  int Rounds() const { return text.size() > 1 << 20 ? 7 : 51; }
+  int Rounds() const { return text.size() > 1 << 20 ? 5 : 51; }
   const char* First() const { return text.data(); }
   const char* Last() const { return text.data() + text.size(); }
 };
@@ -101,6 +103,10 @@ void OneMatch(Table& table, const Text& text) {
 void Walks(Table& table, const Text& text, const char* matches, const char* expression,
            bool subscribed) {
   const boost::regex regex(expression);
+  const auto subscribe = [&](Object object) {
+    object->SetReportContext(std::string(matches).find("no context") == std::string::npos);
+    return Subscribe(std::move(object));
+  };
   const std::string on = text.name + ", " + matches;
   if (table.Wants("Grep", on)) {
     const auto library = [](const Object& object) {
@@ -111,7 +117,7 @@ void Walks(Table& table, const Text& text, const char* matches, const char* expr
                      [](const boost::cmatch&) { return true; }, text.First(), text.Last(), regex));
                }),
                library(Make(expression, text)),
-               subscribed ? library(Subscribe(Make(expression, text))) : Run(), text.Rounds()});
+               subscribed ? library(subscribe(Make(expression, text))) : Run(), text.Rounds()});
   }
   if (table.Wants("Merge", on)) {
     const auto library = [](const Object& object) {
@@ -128,7 +134,32 @@ void Walks(Table& table, const Text& text, const char* matches, const char* expr
                  benchmark::DoNotOptimize(out.data());
                }),
                library(Make(expression, text)),
-               subscribed ? library(Subscribe(Make(expression, text))) : Run(), text.Rounds()});
+               subscribed ? library(subscribe(Make(expression, text))) : Run(), text.Rounds()});
+  }
+}
+
+/// A walk with each of the expressions that the operations on files are measured with.
+void Expressions(Table& table) {
+  const Text text = {"64 MB of headers", Headers(64 << 20)};
+  const auto library = [](const Object& object) {
+    return Repeat([=] { benchmark::DoNotOptimize(object->Grep()); });
+  };
+  for (const char* const expression : kExpressions) {
+    const std::string on = OnExpression("headers", expression);
+    if (!table.Wants("Grep", on)) continue;
+    const boost::regex regex(expression);
+    Row row{"Grep",
+            on,
+            "regex_grep",
+            Repeat([&text, regex] {
+              benchmark::DoNotOptimize(boost::regex_grep([](const boost::cmatch&) { return true; },
+                                                         text.First(), text.Last(), regex));
+            }),
+            library(Make(expression, text)),
+            Run(),
+            text.Rounds()};
+    row.without = WithoutFinders(library(Make(expression, text)));
+    table.Add(row);
   }
 }
 
@@ -207,9 +238,11 @@ void MeasureStrings(Table& table) {
   for (const Text& text : texts) Walks(table, text, "8 matches", kEightTimes, true);
   for (const Text& text : texts) {
     // A report costs a copy of the text, so that a report of each line of the largest one would
-    // take a day.
+    // take a day; unless it has no context.
     Walks(table, text, "each line", kEveryLine, text.text.size() <= 1 << 20);
+    Walks(table, text, "each line, no context", kEveryLine, true);
   }
+  Expressions(table);
   for (const Text& text : texts) Splits(table, text);
   for (const Text& text : texts) Formats(table, text);
   Compiles(table);
