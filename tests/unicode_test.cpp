@@ -159,6 +159,68 @@ std::string Found(const std::string& expression, const std::string& text, bool i
   return found;
 }
 
+// What the narrow engine may do for the wide one, and what it may not.
+TEST(UnicodeTest, AsciiIsMatchedAlikeOnBothWays) {
+  const Texts tokens = {"a",
+                        "B",
+                        "k",
+                        "s",
+                        " ",
+                        "_",
+                        ".",
+                        "^",
+                        "$",
+                        "\\b",
+                        "\\<",
+                        "\\w",
+                        "\\W",
+                        "\\S",
+                        "\\d",
+                        "\\v",
+                        "\\L",
+                        "\\u",
+                        "[^a]",
+                        "[a-z]",
+                        "[\\W\\d]",
+                        "[[:punct:]]",
+                        "[[:upper:][:space:]]",
+                        "\\Z",
+                        "(?i)",
+                        "(",
+                        ")",
+                        "|",
+                        "?",
+                        "*",
+                        "+?",
+                        "{2}",
+                        "(?<=a)",
+                        "(?!k)",
+                        "\\1",
+                        "\\K",
+                        "\\n"};
+  std::string alphabet;
+  for (char c = 0; c < 127; ++c) alphabet += c;
+  alphabet += "aaaBBkkssKS  \n\n\r_1";
+  Random random(2);
+  for (int i = Cases(20000); i > 0; --i) {
+    std::string expression, found[2];
+    for (std::size_t n = 1 + random.Below(5); n > 0; --n)
+      expression += tokens[random.Below(tokens.size())];
+    const std::string text = random.Text(alphabet, 12);
+    const bool icase = random.Flip();
+    for (std::string& each : found) {
+      try {
+        each = Found(expression, text, icase);
+      } catch (const std::runtime_error&) {
+        each = "too complex";
+      }
+      expression += "(?:\\x41){0}";  // has no narrow way
+    }
+    if (found[0].substr(0, 1) == "!") continue;  // no good, for whatever comes first
+    ASSERT_EQ(found[0], found[1]) << expression << " in " << text;
+  }
+}
+
 TEST(UnicodeTest, SpeaksUnicode) {
   const struct {
     const char *expression, *text, *found;

@@ -1,6 +1,7 @@
 #include "engine/UnicodeExpression.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <iterator>
 #include <set>
@@ -52,6 +53,53 @@ std::string OrderOf(const std::locale& locale) {
   const std::string language = name.substr(0, name.find_first_of(".@"));
   if (name == "*") return "root";
   return language == "C" || language == "POSIX" ? "en_US_POSIX" : name;
+}
+
+bool IsAscii(const char* first, const char* last) {
+  constexpr std::ptrdiff_t kBlock = 4096;  // seen at once, so that the loop needs no way out
+  while (first != last) {
+    const char* const end = first + std::min(kBlock, last - first);
+    unsigned char seen = 0;
+    for (; first != end; ++first) seen |= static_cast<unsigned char>(*first);
+    if (seen >= 0x80) return false;
+  }
+  return true;
+}
+
+/// Whether a list means the same to the narrow engine: its classes have the same ASCII members.
+bool IsListOfAscii(std::string_view list) {
+  static const std::set<std::string_view> names = {"alnum", "alpha", "blank", "cntrl", "digit",
+                                                   "graph", "lower", "print", "punct", "space",
+                                                   "upper", "word",  "xdigit"};
+  if (list.find("[.") != list.npos || list.find("[=") != list.npos) return false;
+  for (std::size_t at = 0; (at = list.find("[:", at)) != list.npos;) {
+    at += 2;
+    const std::size_t end = list.find(":]", at);
+    if (end == list.npos || names.count(list.substr(at, end - at)) == 0) return false;
+    at = end + 2;
+  }
+  return true;
+}
+
+/// Whether an expression means the same to the narrow engine, in the classic locale, on a text of
+/// nothing but ASCII. Not when it might: what is no everyday escape has only the long way.
+bool IsAlikeInAscii(const Translation& translation) {
+  static constexpr std::string_view kEscapes = "123456789wWdDsSlLuUbBAzZntrfQE";
+  const std::string_view text = translation.text;
+  if ((translation.flags & boost::regbase::collate) != 0) return false;
+  if (!IsAscii(text.data(), text.data() + text.size())) return false;
+  if ((translation.flags & boost::regbase::literal) != 0) return true;
+  bool alike = true;
+  ForEachToken(text, [&](std::size_t at, std::size_t size) {
+    const std::string_view token = text.substr(at, size);
+    if (token.front() == '[' && !IsListOfAscii(token)) alike = false;
+    for (std::size_t i = 0; (i = token.find('\\', i)) != token.npos; i += 2) {
+      const char c = i + 1 < token.size() ? token[i + 1] : 'x';
+      const bool letter = std::isalnum(static_cast<unsigned char>(c)) != 0;
+      if (letter && kEscapes.find(c) == kEscapes.npos) alike = false;
+    }
+  });
+  return alike;
 }
 
 using GroupNames = boost::BOOST_REGEX_DETAIL_NS::named_subexpressions;
@@ -183,7 +231,8 @@ class Appender {
 }  // namespace
 
 struct Expression<Unicode>::Program {
-  Program(const Translation& translation, const std::locale& locale) {
+  Program(std::string_view source, std::uint32_t word, const Translation& translation,
+          const std::locale& locale) {
     const UnicodeNotation notation = ToUnicode(translation);
     const bool ordered = (translation.flags & boost::regbase::collate) != 0 ||
                          translation.text.find("[=") != std::string::npos;
@@ -197,10 +246,15 @@ struct Expression<Unicode>::Program {
       throw boost::regex_error(error.what(), error.code(), static_cast<std::ptrdiff_t>(position));
     }
     groupNames = NamesInBytes(*regex.get_named_subs(), translation.text);
+    if (!IsAlikeInAscii(translation)) return;
+    ascii.emplace();
+    ascii->Imbue({std::locale::classic(), nullptr});
+    ascii->Compile(std::string(source), word);
   }
 
   boost::basic_regex<EngineChar, UnicodeTraits> regex;
   std::shared_ptr<GroupNames> groupNames;
+  std::optional<Expression<CppTraits>> ascii;  // the same for a text that is all ASCII
 };
 
 void Expression<Unicode>::Imbue(const std::locale& locale) {
@@ -215,16 +269,24 @@ void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
   try {
     if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
-    program_ = std::make_shared<const Program>(translation, *locale_);
+    program_ = std::make_shared<const Program>(source, word, translation, *locale_);
     groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());
   } catch (const boost::regex_error& error) {
     throw Told(error, source, translation, nullptr);
   }
 }
 
+const Expression<CppTraits>* Expression<Unicode>::ForAscii(const char* first,
+                                                           const char* last) const {
+  return program_->ascii && IsAscii(first, last) ? &*program_->ascii : nullptr;
+}
+
 bool Expression<Unicode>::Search(const char* first, const char* last, boost::cmatch& results,
                                  Flags flags) const {
   RequireAddressable(first, last);
+  if (const auto* const ascii = ForAscii(first, last)) {
+    return ascii->Search(first, last, results, flags);
+  }
   const Utf8Text text = {first, last};
   WideMatch found;
   if (!boost::regex_search(Utf8Iterator(text, first), Utf8Iterator(text, last), found,
@@ -239,6 +301,9 @@ bool Expression<Unicode>::Search(const char* first, const char* last, boost::cma
 bool Expression<Unicode>::MatchWhole(const char* first, const char* last, boost::cmatch& results,
                                      Flags flags) const {
   RequireAddressable(first, last);
+  if (const auto* const ascii = ForAscii(first, last)) {
+    return ascii->MatchWhole(first, last, results, flags);
+  }
   const Utf8Text text = {first, last};
   WideMatch found;
   if (!boost::regex_match(Utf8Iterator(text, first), Utf8Iterator(text, last), found,
@@ -252,6 +317,9 @@ bool Expression<Unicode>::MatchWhole(const char* first, const char* last, boost:
 unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flags flags,
                                        const Report& report) const {
   RequireAddressable(first, last);
+  if (const auto* const ascii = ForAscii(first, last)) {
+    return ascii->Grep(first, last, flags, report);
+  }
   const Utf8Text text = {first, last};
   boost::cmatch results;
   return boost::regex_grep(

@@ -46,6 +46,10 @@ class Expression<Unicode> {
  private:
   struct Program;  // compiled, and never changed again
 
+  /// The same expression for the narrow engine, when the text is all ASCII and it means the same
+  /// there; else null.
+  const Expression<CppTraits>* ForAscii(const char* first, const char* last) const;
+
   std::shared_ptr<const Program> program_;
   std::optional<std::locale> locale_;
   unsigned int groupCount_ = 0;

@@ -79,18 +79,23 @@ class Reader {
     if (complement) ++position_;
   }
 
+  /// Whether a property follows, or a class that the engine would spoil: where case doesn't count
+  /// it takes \l and \u for all letters, also those that have no case.
   bool AtProperty() const {
     const std::string_view rest = text_.substr(position_, 2);
-    return rest == "\\p" || rest == "\\P";
+    if (rest.size() < 2 || rest[0] != '\\') return false;
+    return std::string_view(icase_ ? "pPlLuU" : "pP").find(rest[1]) != rest.npos;
   }
 
-  /// Takes a property that ends before `end`, with its name between `open` and `close`.
+  /// Takes it, with its name between `open` and `close`. It ends before `end`.
   void Property(std::size_t end, std::string_view open, std::string_view close) {
     const bool inList = open.front() == '[';
-    const bool complement = inList && text_[position_ + 1] == 'P';
-    std::size_t name = position_ + 2;
+    const char letter = text_[position_ + 1];
+    const bool complement = letter >= 'A' && letter <= 'Z';
+    const bool named = letter == 'p' || letter == 'P';
+    std::size_t name = position_ + (named ? 2 : 1);
     std::size_t nameEnd = name;
-    const bool braced = name < end && text_[name] == '{';
+    const bool braced = named && name < end && text_[name] == '{';
     if (braced) {
       nameEnd = text_.find('}', ++name);
       if (nameEnd >= end) nameEnd = inList ? name : end;
@@ -98,9 +103,13 @@ class Reader {
       nameEnd += static_cast<std::size_t>(DecodeUtf8(text_.data() + name, TextEnd()).size);
     }
     if (!inList && nameEnd == end && (braced || name == end)) return CopyTo(end);  // not closed
-    if (!inList) CopyTo(position_ + 2);
+    if (!inList) {
+      Emit('\\');
+      Emit(complement ? 'P' : 'p');
+    }
     for (const char c : open) Emit(c);
-    Emit(kClassMark + kProperty + Caseless() + (complement ? kComplement : 0));
+    Emit(kClassMark + (named ? kProperty : 0) + Caseless() +
+         (inList && complement ? kComplement : 0));
     for (position_ = name; position_ < nameEnd;) {
       const bool wouldEnd = text_[position_] == ':' || text_[position_] == ']';
       if (wouldEnd) {
