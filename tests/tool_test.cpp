@@ -70,6 +70,9 @@ TEST_F(Tool, PrintsAndExits) {
       {"$T merge -U --only-first '\\n' '&' --format-type sed t; $T split -0 -t 'a b'", 0,
        ReadFile("t") + std::string("a\0b\0", 4)},
       {"$T grep a t >/dev/full", 2, "", "regexclass: standard output: No space left on device\n"},
+      {"$T match -q a -t a --locale-model unicode || { echo Grüße; exit; }  # without ICU\n"
+       "LC_ALL=C.UTF-8 $T grep -o '\\w+' -t Grüße; $T grep -o '\\w+' -t üa --locale C.UTF-8",
+       0, "Grüße\nüa\n"},
       {"yes banana | $T grep -n a | head -1", 0, "1:banana\n"},
       {"$T grep-files root /proc/self/mem -j3; $T find-files -q a t /proc/self/mem", 0, "",
        "regexclass: /proc/self/mem: can't read: Input/output error\n"},

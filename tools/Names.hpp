@@ -60,6 +60,7 @@ inline constexpr Name<RE::LocaleModels> kLocaleModels[] = {
     {"cpp", RE::CppLocale},
     {"w32", RE::W32Locale},
     {"c", RE::CLocale},
+    {"unicode", RE::UnicodeLocale},
 };
 
 template <typename Value, std::size_t size>

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <fstream>
 #include <iostream>
+#include <langinfo.h>
 #include <locale>
 #include <variant>
 
@@ -68,16 +69,30 @@ void SetExpressionOptions(const SetUp& setUp, RE& object) {
   }
 }
 
+/// Whether the texts of the locale are UTF-8, and the library can read that.
+bool SpeaksUtf8() {
+  RE re;
+  re.SetLocaleModel(RE::UnicodeLocale);
+  re.SetExpression("a");
+  return nl_langinfo(CODESET) == std::string("UTF-8") && re.ParseExpression() == RE::NoError;
+}
+
 void SetLocales(const SetUp& setUp, RE& object) {
-  if (setUp.localeModel) object.SetLocaleModel(ValueOf(kLocaleModels, *setUp.localeModel));
+  if (setUp.locale) {
+    try {
+      const std::locale locale(setUp.locale->c_str());
+      std::locale::global(locale);
+      object.SetLocale(locale);
+    } catch (const std::runtime_error&) {
+      throw Failure("no locale '" + *setUp.locale + "' is installed");
+    }
+  }
   if (setUp.localeDll) object.SetLocaleDll(*setUp.localeDll);
-  if (!setUp.locale) return;
-  try {
-    const std::locale locale(setUp.locale->c_str());
-    std::locale::global(locale);
-    object.SetLocale(locale);
-  } catch (const std::runtime_error&) {
-    throw Failure("no locale '" + *setUp.locale + "' is installed");
+  const bool chosen = setUp.settingsFile || setUp.localeDll;
+  if (setUp.localeModel) {
+    object.SetLocaleModel(ValueOf(kLocaleModels, *setUp.localeModel));
+  } else if (!chosen && SpeaksUtf8()) {
+    object.SetLocaleModel(RE::UnicodeLocale);
   }
 }
 
@@ -173,7 +188,7 @@ void AddExpressionOptions(CLI::App& command, SetUp& setUp) {
   AddName(command, "--locale-model", setUp.localeModel, kLocaleModels,
           "Where classes, case and collation come from")
       ->group("Expression");
-  AddRaw(command, "--locale", setUp.locale, "The locale of the models cpp and c")
+  AddRaw(command, "--locale", setUp.locale, "The locale of the models cpp, c and unicode")
       ->type_name("NAME")
       ->group("Expression");
   AddRaw(command, "--locale-dll", setUp.localeDll, "The message catalogue with the texts of errors")
