@@ -91,17 +91,20 @@ double Bits(const Pattern& pattern) {
 
 /// Cuts `pattern` where its width begins to vary, if what stands before is rare enough: a fixed
 /// width is much cheaper to look for, and an attempt of the engine costs little when there are few.
-[[maybe_unused]] void CutToFixedWidth(Pattern& pattern) {
+[[maybe_unused]] /// Gives whether it was cut.
+bool CutToFixedWidth(Pattern& pattern) {
   constexpr double kRare = 32;  // as four letters are
-  if (pattern.kind != Pattern::Kind::kSequence) return;
+  if (pattern.kind != Pattern::Kind::kSequence) return false;
   double bits = 0;
   for (std::size_t i = 0; i < pattern.parts.size(); ++i) {
     if (FixedWidth(pattern.parts[i]) == 0) {
-      if (bits >= kRare) pattern.parts.resize(i, Pattern::Sequence());
-      return;
+      if (bits < kRare) return false;
+      pattern.parts.resize(i, Pattern::Sequence());
+      return true;
     }
     bits += Bits(pattern.parts[i]);
   }
+  return false;
 }
 
 /// Adds the bytes that a match of `pattern` can hold to `content`.
@@ -228,13 +231,14 @@ std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
   }
   Pattern wanted = pattern;
   ShortenEnd(wanted);
-  CutToFixedWidth(wanted);
+  const bool cut = CutToFixedWidth(wanted);
   auto database = std::make_unique<Database>();
   if (Size(wanted) > kLargest || !database->Compile(wanted)) {
     Relax(wanted);
     if (Size(wanted) > kLargest || !database->Compile(wanted)) return nullptr;
   }
   std::unique_ptr<CandidateFinder> finder(new CandidateFinder(std::move(database)));
+  finder->cut_ = cut;
   AddContent(wanted, finder->content_);
   const hs_expr_info_t& info = *finder->database_->info;
   finder->least_ = info.min_width;
@@ -284,7 +288,7 @@ CandidateFinder::CandidateFinder(std::unique_ptr<Database> database)
 CandidateFinder::~CandidateFinder() = default;
 
 std::size_t CandidateFinder::Tolerated(const char* first, const char* last) const {
-  const std::size_t bytes = most_ == 1 ? 256 : most_ != least_ ? 128 : 16;
+  const std::size_t bytes = most_ == 1 ? 256 : most_ != least_ || cut_ ? 128 : 16;
   return tuning.patience + static_cast<std::size_t>(last - first) / bytes;
 }
 

@@ -60,6 +60,7 @@ class CandidateFinder {
   const char* CompleteUpTo(const char* first, const char* last) const;
 
   const std::unique_ptr<Database> database_;
+  bool cut_ = false;       // not all of the expression is looked for
   ByteSet content_;        // the bytes that a match can hold
   std::size_t least_ = 0;  // the width of a match
   std::size_t most_ = 0;   // likewise; Pattern::kUnbounded for no limit
