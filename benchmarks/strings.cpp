@@ -163,6 +163,30 @@ void Expressions(Table& table) {
   }
 }
 
+/// The walk under the model UnicodeLocale beside that under CppLocale, for which a character is a
+/// byte.
+void Characters(Table& table) {
+  const std::pair<const char*, const char*> samples[] = {
+      {"ASCII", "The quick brown fox jumps over 13 lazy dogs. "},
+      {"Latin", "Größe und Ähnlichkeit: été à l'école, 13 Füchse. "},
+      {"Greek", "Η γρήγορη καφέ αλεπού πηδάει πάνω από 13 σκύλους. "},
+      {"CJK", "敏捷的棕色狐狸跳过了13只懒狗。今天天气很好。"}};
+  for (const auto& [name, sample] : samples) {
+    Text text = {std::string("1 MB of ") + name, ""};
+    while (text.text.size() < 1 << 20) text.text += sample;
+    for (const char* const expression : {"\\w+", "\\d+"}) {
+      const auto walk = [&text = text, expression](RegularExpression::LocaleModels model) {
+        const Object object = Make(expression, text);
+        object->SetLocaleModel(model);
+        return Repeat([=] { benchmark::DoNotOptimize(object->Grep()); });
+      };
+      table.Add({"Grep, Unicode", text.name + ", " + expression, "CppLocale",
+                 walk(RegularExpression::CppLocale), walk(RegularExpression::UnicodeLocale),
+                 Run()});
+    }
+  }
+}
+
 void Splits(Table& table, const Text& text) {
   const auto add = [&](const char* pieces, const char* expression) {
     const std::string on = text.name + ", " + pieces;
@@ -243,6 +267,7 @@ void MeasureStrings(Table& table) {
     Walks(table, text, "each line, no context", kEveryLine, true);
   }
   Expressions(table);
+  Characters(table);
   for (const Text& text : texts) Splits(table, text);
   for (const Text& text : texts) Formats(table, text);
   Compiles(table);
