@@ -58,7 +58,9 @@ TEST(UnicodeTest, IteratorReadsAsIcuDoesInBothDirections) {
   std::string text;
   const std::function<void()> check = [&] {
     const auto expected = Decode(text);
-    const engine::Utf8Text whole = {text.data(), text.data() + text.size()};
+    const std::string around = '\xC3' + text + "\x80\x80\x80";  // where nothing is to be read
+    const char* const first = around.data() + 1;
+    const engine::Utf8Text whole = {first, first + text.size()};
     engine::Utf8Iterator place(whole, whole.first);
     for (const auto& [c, itself] : expected) {
       const engine::Utf8Iterator before = place++;
