@@ -32,8 +32,8 @@ void PrintProblems(const std::vector<RegularExpression::FileSearchProblem>* prob
 
 void GrepTheFiles(RegularExpression& re) {
   Headline("GrepFiles: " + re.GetExpression() + " in " + re.GetFilesToMatch());
-  re.SetOnGreppingFiles([](RegularExpression*, std::string file, const std::vector<REMatch>& match,
-                           unsigned int line, bool&) {
+  re.SetOnGreppingFilesClosure([](RegularExpression*, const std::string& file,
+                                  const std::vector<REMatch>& match, unsigned int line, bool&) {
     std::cout << file << ':' << line << ": byte " << match[0].position << ": " << match[0].text
               << '\n';
   });
@@ -55,8 +55,9 @@ void ChangeTheCopies(RegularExpression re, const fs::path& scratch) {
   re.SetSaveExtension("orig");
 
   Headline("ChangeFiles, with every match vetoed: the files that would change");
-  re.SetOnChangingFiles([](RegularExpression*, std::string file, const std::vector<REMatch>& match,
-                           unsigned int line, bool& change) {
+  re.SetOnChangingFilesClosure([](RegularExpression*, const std::string& file,
+                                  const std::vector<REMatch>& match, unsigned int line,
+                                  bool& change) {
     std::cout << fs::path(file).filename().string() << ", first on line " << line << ": "
               << match[0].text << '\n';
     change = false;
@@ -64,7 +65,7 @@ void ChangeTheCopies(RegularExpression re, const fs::path& scratch) {
   re.ChangeFiles();
 
   Headline("ChangeFiles: " + re.GetFormatString() + " in their place, with saved copies");
-  re.SetOnChangingFiles(nullptr);
+  re.SetOnChangingFilesClosure(nullptr);
   std::cout << re.ChangeFiles() << " matches replaced\n";
 }
 

@@ -188,10 +188,10 @@ CandidateFinder::Tuning CandidateFinder::tuning;
 /// A compiled pattern, and what a scan needs to itself.
 struct CandidateFinder::Database {
   struct Free {
-    void operator()(hs_database_t* database) const { hs_free_database(database); }
-    void operator()(hs_scratch_t* scratch) const { hs_free_scratch(scratch); }
-    void operator()(hs_compile_error_t* error) const { hs_free_compile_error(error); }
-    void operator()(hs_expr_info_t* info) const { std::free(info); }
+    void operator()(hs_database_t* freed) const { hs_free_database(freed); }
+    void operator()(hs_scratch_t* freed) const { hs_free_scratch(freed); }
+    void operator()(hs_compile_error_t* freed) const { hs_free_compile_error(freed); }
+    void operator()(hs_expr_info_t* freed) const { std::free(freed); }
   };
 
   /// False when the pattern is refused.

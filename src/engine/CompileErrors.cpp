@@ -68,7 +68,7 @@ constants::error_type Fitting(const boost::regex_error& error, std::string_view 
 /// one.
 std::string TextOf(const boost::regex_error& error, constants::error_type code,
                    const EngineMessages* messages) {
-  const std::string own = detail::get_default_error_string(code);
+  std::string own = detail::get_default_error_string(code);
   if (messages != nullptr && messages->errors.at(code) != own) return messages->errors.at(code);
   if (code != error.code()) return own;
   const std::string text = error.what();

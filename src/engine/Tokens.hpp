@@ -41,14 +41,12 @@ void ForEachToken(std::string_view text, Step step) {
       const std::size_t found = text.find(closing, at);
       end = found == std::string_view::npos ? text.size() : found + closing.size();
     };
-    if (text.substr(at, 2) == "(*") {
+    if (text.substr(at, 2) == "(*" || text.substr(at, 3) == "(?#") {
       to(")");
     } else if (text.substr(at, 2) == "\\Q") {
       to("\\E");
     } else if (text[at] == '\\') {
       end = std::min(at + 2, text.size());
-    } else if (text.substr(at, 3) == "(?#") {
-      to(")");
     } else if (text.substr(at, 2) == "(?") {
       end = std::min(text.find_first_not_of("imsx-^", at + 2), text.size() - 1) + 1;
       extended = extended || text.substr(at, end - at).find('x') != std::string_view::npos;

@@ -107,7 +107,7 @@ using GroupNames = boost::BOOST_REGEX_DETAIL_NS::named_subexpressions;
 /// The names of groups, in bytes: the engine keeps their hashes, which are those of characters.
 /// `compiled` holds the groups, `text` their names.
 std::shared_ptr<GroupNames> NamesInBytes(const GroupNames& compiled, std::string_view text) {
-  const auto names = std::make_shared<GroupNames>();
+  auto names = std::make_shared<GroupNames>();
   std::set<std::string_view> known;
   ForEachToken(text, [&](std::size_t at, std::size_t size) {
     const std::string_view token = text.substr(at, size);
@@ -167,7 +167,7 @@ class CharacterResults {
 
   std::size_t size() const { return results_.size(); }
   const WideSub& operator[](int mark) const {
-    const auto index = static_cast<std::size_t>(mark + 2);
+    const std::size_t index = static_cast<std::size_t>(mark) + 2;
     return index < parts_.size() ? parts_[index] : none_;
   }
   const WideSub& prefix() const { return (*this)[-1]; }
