@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What is searched, and for what, in strings and in files.
 #ifndef REGEXCLASS_BENCHMARKS_SAMPLES_HPP
 #define REGEXCLASS_BENCHMARKS_SAMPLES_HPP

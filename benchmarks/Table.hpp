@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The table that the benchmarks print.
 #ifndef REGEXCLASS_BENCHMARKS_TABLE_HPP
 #define REGEXCLASS_BENCHMARKS_TABLE_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The operations on files beside the tools that people use for the same, on a tree of files that
 // this machine has.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the operations cost, beside what they are made of and beside the tools that people know.
 //
 //   regexclass-benchmarks [--benchmark_...] [FILTER]

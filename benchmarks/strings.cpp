@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The operations on a string beside the engine's own calls, made the way an application that uses
 // Boost.Regex itself makes them.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # `cmake --build ... --target docs`: the reference of the public header, in docs/reference of the
 # build. Every warning is an error, so that what isn't documented is found.
 find_package(Doxygen QUIET)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # Hyperscan, or Vectorscan, which has the same interface: the target Hyperscan::Hyperscan.
 find_path(Hyperscan_INCLUDE_DIR hs.h PATH_SUFFIXES hs)
 find_library(Hyperscan_LIBRARY hs)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # What a user of an installed copy gets: the library, its header, a CMake package and a
 # pkg-config file. The components are the packages that a distribution makes of it: `library` for
 # what programs run with, `development` for what they are built with.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # For Windows, one archive of all.
 if(WIN32)
   set(CPACK_GENERATOR ZIP)

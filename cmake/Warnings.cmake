@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # The warnings of our own code; headers of other packages are system headers and stay silent.
 function(regexclass_warnings target)
   target_compile_options(${target} PRIVATE

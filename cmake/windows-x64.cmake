@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # Builds for Windows x64 on Debian, with MinGW; the programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Replaces matches in files, keeps what they were, and tells what couldn't be changed:
 //
 //   change_files EXPRESSION FORMAT PATTERN

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // A tour through the library on a real text: every operation on a string, one after the other.
 //
 //   demo FILE

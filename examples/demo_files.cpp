@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The tour goes on with files: finds the files of a pattern that hold a match, prints the matches,
 // and shows on copies of these files what changing them would do.
 //

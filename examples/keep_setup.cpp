@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Keeps a set-up in a file and runs it again:
 //
 //   keep_setup save FILE EXPRESSION    keeps an expression, without regard to case

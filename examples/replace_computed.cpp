@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Replaces each ${name} in a text by a value that is looked up, whatever characters the value has.
 //
 // Merge asks OnMerging before each replacement, and makes it of the format string that the

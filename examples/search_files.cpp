@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Prints the matches in files, with what couldn't be searched:
 //
 //   search_files EXPRESSION PATTERN

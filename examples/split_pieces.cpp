@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Splits a long input in batches, so that its pieces are never in memory all at once, and stops
 // where it has seen enough:
 //

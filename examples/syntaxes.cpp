@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // One text under several syntaxes. The same thing is written differently in each of them, and the
 // same expression means different things:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Tests a string in the three ways that there are:
 //
 //   test_string EXPRESSION TEXT

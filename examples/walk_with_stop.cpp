@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Prints where the first COUNT matches in a file are, and doesn't look at the rest:
 //
 //   walk_with_stop COUNT EXPRESSION FILE

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the fuzzers share.
 #ifndef REGEXCLASS_FUZZ_CHECK_HPP
 #define REGEXCLASS_FUZZ_CHECK_HPP

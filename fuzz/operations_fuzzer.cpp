@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Runs every operation on strings under any options with any expression and text, and checks
 // what the notifications are told against the text.
 //

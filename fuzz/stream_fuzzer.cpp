@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Reads any bytes as an object's settings. What could be read must come back when it is written.
 
 #include <cstddef>

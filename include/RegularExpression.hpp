@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // RegexClass: regular expressions through one object.
 //
 // An application makes a RegularExpression, sets an expression, options, a locale model and the

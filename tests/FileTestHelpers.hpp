@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the tests of operations on files share.
 #ifndef REGEXCLASS_TESTS_FILETESTHELPERS_HPP
 #define REGEXCLASS_TESTS_FILETESTHELPERS_HPP

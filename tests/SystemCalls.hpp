@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The calls of the system that the library makes, in the test's hand.
 //
 // What a program defines takes the place of the C library's, for shared libraries, too: these are

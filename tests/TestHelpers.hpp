@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the tests of several subsystems share.
 #ifndef REGEXCLASS_TESTS_TESTHELPERS_HPP
 #define REGEXCLASS_TESTS_TESTHELPERS_HPP

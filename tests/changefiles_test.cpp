@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // ChangeFiles: what is asked and what is changed; and what is left of a file whichever call of the
 // system fails, whatever ends the process and whoever meddles, at each of the calls.
 

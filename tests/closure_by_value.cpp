@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Doesn't compile: the walk could never be stopped.
 #include "RegularExpression.hpp"
 

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: BSL-1.0
 # commands_test.sh PAGE TOOL: runs the commands of a page that stand behind a mark `<!-- run: TEXT -->`,
 # as they stand there, in a folder with some logs, and wants TEXT in what each prints.
 set -eu

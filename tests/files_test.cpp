@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Searching in files: which are found, in which order, what is reported of them.
 
 #include <algorithm>

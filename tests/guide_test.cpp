@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The tables of examples in docs/, row by row, against the library.
 
 #include <algorithm>

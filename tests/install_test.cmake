@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # Installs into a scratch prefix; builds the README's program against that, once with find_package,
 # or with the sources as part of the program's project, and once with pkg-config; and runs it.
 #

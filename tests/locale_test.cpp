@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Locale models and message catalogues, with real locales and real catalogues.
 
 #include <clocale>

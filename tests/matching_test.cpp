@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The operations on a string, against walks by hand, and what a subscriber may do to them.
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The slots of the events: who is in them, and what a closure sees of itself.
 
 #include <functional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What an object remembers of its compiles, and what a copy takes over of it.
 
 #include <functional>

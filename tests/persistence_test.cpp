@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The object as a value: what is compared, copied, written to a stream and read back.
 
 #include <array>

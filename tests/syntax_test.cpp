@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Expressions are rows of tokens, printed in the dialect of any combination of the switches that
 // change the notation, and must match what the same row matches when it is printed in the engine's
 // own extended notation and given to the engine directly.

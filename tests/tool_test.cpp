@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The command-line tool as a user meets it: the built binary, a shell, real files.
 
 #include <nlohmann/json.hpp>

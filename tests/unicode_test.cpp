@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The model UnicodeLocale, against ICU's own reading of UTF-8, a slow model that decodes first, and
 // Unicode's data where Debian's unicode-data is installed.
 

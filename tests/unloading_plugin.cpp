@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the test of unloading loads: a module that brings the library with it.
 
 #include <memory>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The library comes and goes with a module of the application, while its threads stay.
 
 #include <mutex>

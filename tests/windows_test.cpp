@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What is Windows' own: names and walks, files in use, catalogues, the user's locale, the module.
 
 #include <thread>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // change-files, which rewrites files, tells beforehand what it would do, or takes it back.
 
 #include <RegularExpression.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The commands of the tool. Each takes a command line that has been taken apart, does its work and
 // gives the exit status; it throws Failure when there is nothing more to do.
 #ifndef REGEXCLASS_TOOLS_COMMANDS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // A unified diff, from what is known of the changes.
 #ifndef REGEXCLASS_TOOLS_DIFF_HPP
 #define REGEXCLASS_TOOLS_DIFF_HPP

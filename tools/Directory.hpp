@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Directories that stay what they were when a walk came through them.
 #ifndef REGEXCLASS_TOOLS_DIRECTORY_HPP
 #define REGEXCLASS_TOOLS_DIRECTORY_HPP

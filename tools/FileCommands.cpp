@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // grep-files and find-files.
 
 #include <RegularExpression.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the commands that work on files have in common.
 #ifndef REGEXCLASS_TOOLS_FILEJOB_HPP
 #define REGEXCLASS_TOOLS_FILEJOB_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From arguments to the files that a command works on.
 #ifndef REGEXCLASS_TOOLS_FILELIST_HPP
 #define REGEXCLASS_TOOLS_FILELIST_HPP

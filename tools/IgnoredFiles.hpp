@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The rules of .gitignore, asked of git.
 #ifndef REGEXCLASS_TOOLS_IGNOREDFILES_HPP
 #define REGEXCLASS_TOOLS_IGNOREDFILES_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Values in JSON. Lines of output are one object each.
 #ifndef REGEXCLASS_TOOLS_JSON_HPP
 #define REGEXCLASS_TOOLS_JSON_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Which lines of a file are printed: those with matches or those without, and what stands around
 // them.
 #ifndef REGEXCLASS_TOOLS_LINEWRITER_HPP

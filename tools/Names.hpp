@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The names that the command line has for the library's enumerators.
 #ifndef REGEXCLASS_TOOLS_NAMES_HPP
 #define REGEXCLASS_TOOLS_NAMES_HPP

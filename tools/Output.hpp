@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What is printed: lines, matches and counts as grep prints them, or lines of JSON; and the
 // progress of long walks on standard error.
 #ifndef REGEXCLASS_TOOLS_OUTPUT_HPP

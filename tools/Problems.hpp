@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What goes wrong, and the exit status that tells of it.
 #ifndef REGEXCLASS_TOOLS_PROBLEMS_HPP
 #define REGEXCLASS_TOOLS_PROBLEMS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The copies that change-files keeps of what it changes.
 #ifndef REGEXCLASS_TOOLS_SAVEDCOPIES_HPP
 #define REGEXCLASS_TOOLS_SAVEDCOPIES_HPP

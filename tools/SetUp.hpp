@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From options to an object: what the command line and a settings file say about a
 // RegularExpression.
 #ifndef REGEXCLASS_TOOLS_SETUP_HPP

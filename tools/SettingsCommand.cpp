@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // settings: shows a set-up, or keeps it in a file.
 
 #include <RegularExpression.hpp>

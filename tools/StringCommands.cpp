@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // match, search, grep, format, merge and split: the operations on a string, run on each text of the
 // input.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The input of the operations on a string: texts from files or from standard input.
 #ifndef REGEXCLASS_TOOLS_TEXTS_HPP
 #define REGEXCLASS_TOOLS_TEXTS_HPP

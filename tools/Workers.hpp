@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Several threads on one list of files, with the output of one.
 #ifndef REGEXCLASS_TOOLS_WORKERS_HPP
 #define REGEXCLASS_TOOLS_WORKERS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // regexclass: the library's operations as commands. This file has the command line; what a command
 // does is in the files named after them.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 # bash completion for regexclass. The names come from the tool's own help.
 _regexclass() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} help words=

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // An expression of whichever model.
 #ifndef REGEXCLASS_ENGINE_ANYEXPRESSION_HPP
 #define REGEXCLASS_ENGINE_ANYEXPRESSION_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Where in a text a match can begin, found at the speed of the memory.
 #ifndef REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 #define REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What is told of an expression that is no good.
 #ifndef REGEXCLASS_ENGINE_COMPILEERRORS_HPP
 #define REGEXCLASS_ENGINE_COMPILEERRORS_HPP

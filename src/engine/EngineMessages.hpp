@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The part of a message catalogue that is the engine's.
 #ifndef REGEXCLASS_ENGINE_ENGINEMESSAGES_HPP
 #define REGEXCLASS_ENGINE_ENGINEMESSAGES_HPP

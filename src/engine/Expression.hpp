@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // One compiled expression, and what is run on it. The engine's templates are instantiated behind
 // this class, once for each traits, and nowhere else.
 #ifndef REGEXCLASS_ENGINE_EXPRESSION_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What no search may do.
 #ifndef REGEXCLASS_ENGINE_LIMITS_HPP
 #define REGEXCLASS_ENGINE_LIMITS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The expression of the model UnicodeLocale in a build without ICU.
 #include "engine/UnicodeExpression.hpp"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What an expression can match, as a regular language of bytes.
 #ifndef REGEXCLASS_ENGINE_PATTERN_HPP
 #define REGEXCLASS_ENGINE_PATTERN_HPP

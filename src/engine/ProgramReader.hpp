@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From a compiled expression to the language of what it can match.
 #ifndef REGEXCLASS_ENGINE_PROGRAMREADER_HPP
 #define REGEXCLASS_ENGINE_PROGRAMREADER_HPP

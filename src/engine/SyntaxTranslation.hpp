@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From an expression in any combination of the syntax switches to the engine's own notation.
 #ifndef REGEXCLASS_ENGINE_SYNTAXTRANSLATION_HPP
 #define REGEXCLASS_ENGINE_SYNTAXTRANSLATION_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The tokens of the engine's notation, for those who look into it.
 #ifndef REGEXCLASS_ENGINE_TOKENS_HPP
 #define REGEXCLASS_ENGINE_TOKENS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The traits of the three locale models. Each is a type of this library's own, so that no
 // instantiation of the engine in here is ever mixed up with one of the application's.
 #ifndef REGEXCLASS_ENGINE_TRAITS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The expression of the model UnicodeLocale.
 #ifndef REGEXCLASS_ENGINE_UNICODEEXPRESSION_HPP
 #define REGEXCLASS_ENGINE_UNICODEEXPRESSION_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From the engine's notation in bytes to that in characters.
 #ifndef REGEXCLASS_ENGINE_UNICODENOTATION_HPP
 #define REGEXCLASS_ENGINE_UNICODENOTATION_HPP

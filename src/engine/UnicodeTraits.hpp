@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The traits of the model UnicodeLocale, over ICU.
 #ifndef REGEXCLASS_ENGINE_UNICODETRAITS_HPP
 #define REGEXCLASS_ENGINE_UNICODETRAITS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // UTF-8 as the wide engine reads it: character by character, over the bytes of a text.
 #ifndef REGEXCLASS_ENGINE_UTF8_HPP
 #define REGEXCLASS_ENGINE_UTF8_HPP

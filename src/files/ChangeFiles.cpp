@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // ChangeFiles: records the matches that the walker reports, and has each file rewritten when the
 // walker has come to the next.
 

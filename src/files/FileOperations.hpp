@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The three operations on files.
 #ifndef REGEXCLASS_FILES_FILEOPERATIONS_HPP
 #define REGEXCLASS_FILES_FILEOPERATIONS_HPP

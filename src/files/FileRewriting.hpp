@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The new content of one file, from the matches that were recorded in it.
 #ifndef REGEXCLASS_FILES_FILEREWRITING_HPP
 #define REGEXCLASS_FILES_FILEREWRITING_HPP

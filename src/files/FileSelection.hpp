@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From file patterns to files.
 #ifndef REGEXCLASS_FILES_FILESELECTION_HPP
 #define REGEXCLASS_FILES_FILESELECTION_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The file walker: one expression, searched for in each file of a pattern.
 #ifndef REGEXCLASS_FILES_FILEWALKER_HPP
 #define REGEXCLASS_FILES_FILEWALKER_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // GrepFiles and FindFiles.
 
 #include <type_traits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The walk over the string, match by match.
 
 #include "matching/WalkReporter.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The operations that look for one match and answer with a verdict.
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From the engine's results to what a notification is given.
 #ifndef REGEXCLASS_MATCHING_MATCHVECTOR_HPP
 #define REGEXCLASS_MATCHING_MATCHVECTOR_HPP

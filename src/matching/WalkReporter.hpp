@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The reports of a walk over a string.
 #ifndef REGEXCLASS_MATCHING_WALKREPORTER_HPP
 #define REGEXCLASS_MATCHING_WALKREPORTER_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the library keeps for each thread that needs it.
 #ifndef REGEXCLASS_MODULE_THREADRECORD_HPP
 #define REGEXCLASS_MODULE_THREADRECORD_HPP

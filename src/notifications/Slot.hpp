@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The slots of one event: a plain function and a closure, of which at most one is set by the
 // setters. Everything that all events have in common stands here.
 #ifndef REGEXCLASS_NOTIFICATIONS_SLOT_HPP

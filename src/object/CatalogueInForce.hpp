@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The message catalogues that are in force for the whole process, one for each locale model that
 // has one.
 #ifndef REGEXCLASS_OBJECT_CATALOGUEINFORCE_HPP

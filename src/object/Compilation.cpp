@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From the expression's text to a compiled expression, once, with the outcome remembered.
 
 #include <optional>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 #include "object/ExpressionState.hpp"
 
 #include "module/ThreadRecord.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The private record behind each RegularExpression.
 #ifndef REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 #define REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // From the base name of a message catalogue to the catalogue itself, by the user's language.
 #ifndef REGEXCLASS_OBJECT_LOCALEDLL_HPP
 #define REGEXCLASS_OBJECT_LOCALEDLL_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The settings that say where classes, case and collation come from, and the texts of errors.
 
 #include <type_traits>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The locale models of an object. What belongs to which model is decided here and in the traits.
 #ifndef REGEXCLASS_OBJECT_MODELS_HPP
 #define REGEXCLASS_OBJECT_MODELS_HPP

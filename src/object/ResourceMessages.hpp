@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Message catalogues in the form that a std::locale has for them.
 #ifndef REGEXCLASS_OBJECT_RESOURCEMESSAGES_HPP
 #define REGEXCLASS_OBJECT_RESOURCEMESSAGES_HPP

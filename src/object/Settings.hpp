@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What an object is set up to do.
 #ifndef REGEXCLASS_OBJECT_SETTINGS_HPP
 #define REGEXCLASS_OBJECT_SETTINGS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The settings that have no meaning but their own: what is set is stored, unchecked, and given
 // back. The two sets of options follow the rules that keep them consistent.
 

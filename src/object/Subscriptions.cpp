@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Who is told of the events of an object.
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The rules that keep a set of expression options consistent.
 #ifndef REGEXCLASS_OPTIONS_EXPRESSIONOPTIONS_HPP
 #define REGEXCLASS_OPTIONS_EXPRESSIONOPTIONS_HPP

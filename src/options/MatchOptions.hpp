@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The rules that keep a set of match options consistent, and the engine's word for it.
 #ifndef REGEXCLASS_OPTIONS_MATCHOPTIONS_HPP
 #define REGEXCLASS_OPTIONS_MATCHOPTIONS_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // An object's settings as a record on a stream. docs/stream-format.md has the format.
 
 #include <algorithm>

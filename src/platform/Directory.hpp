@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Directories on the way of a walk, each opened by its name in the one above.
 #ifndef REGEXCLASS_PLATFORM_DIRECTORY_HPP
 #define REGEXCLASS_PLATFORM_DIRECTORY_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What a call of the operating system fails with.
 #ifndef REGEXCLASS_PLATFORM_ERROR_HPP
 #define REGEXCLASS_PLATFORM_ERROR_HPP

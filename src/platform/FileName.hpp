@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // How names of files and patterns for them are written.
 #ifndef REGEXCLASS_PLATFORM_FILENAME_HPP
 #define REGEXCLASS_PLATFORM_FILENAME_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Reading files whole.
 #ifndef REGEXCLASS_PLATFORM_FILEREADER_HPP
 #define REGEXCLASS_PLATFORM_FILEREADER_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // What the rewriting of files asks of the operating system.
 //
 // One object stands for the system; a test puts its own in its place and lets any call fail.

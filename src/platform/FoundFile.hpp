@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // A file that a walk has come to.
 #ifndef REGEXCLASS_PLATFORM_FOUNDFILE_HPP
 #define REGEXCLASS_PLATFORM_FOUNDFILE_HPP

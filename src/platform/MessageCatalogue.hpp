@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Message catalogues: files of numbered texts in the user's language.
 #ifndef REGEXCLASS_PLATFORM_MESSAGECATALOGUE_HPP
 #define REGEXCLASS_PLATFORM_MESSAGECATALOGUE_HPP

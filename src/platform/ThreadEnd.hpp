@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // A call at the end of a thread.
 #ifndef REGEXCLASS_PLATFORM_THREADEND_HPP
 #define REGEXCLASS_PLATFORM_THREADEND_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The locale that the system has on record for the user who runs the process.
 #ifndef REGEXCLASS_PLATFORM_USERLOCALE_HPP
 #define REGEXCLASS_PLATFORM_USERLOCALE_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // Text made of a match by a format string.
 #ifndef REGEXCLASS_REWRITING_FORMAT_HPP
 #define REGEXCLASS_REWRITING_FORMAT_HPP

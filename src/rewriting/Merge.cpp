@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // The string rewritten match by match: by the engine alone, or under a subscriber's control.
 
 #include <utility>

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSL-1.0
 """The faults that scripts/mutants plants in src/, by file: what each stands for, a text that the file
 holds once, and the text in its place. There @ is true while the fault is switched on, and OLD stands for
 the text itself. A fault whose text is gone is reported: when code moves, it moves along, and a new rule

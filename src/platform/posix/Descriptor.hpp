@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // A file descriptor with an owner.
 #ifndef REGEXCLASS_PLATFORM_POSIX_DESCRIPTOR_HPP
 #define REGEXCLASS_PLATFORM_POSIX_DESCRIPTOR_HPP

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // For the implementation of this folder alone: calls of the system that a signal may interrupt.
 #ifndef REGEXCLASS_PLATFORM_POSIX_UNINTERRUPTED_HPP
 #define REGEXCLASS_PLATFORM_POSIX_UNINTERRUPTED_HPP

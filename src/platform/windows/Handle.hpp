@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // For the implementation of this folder alone: a handle with an owner, and the system's last error.
 #ifndef REGEXCLASS_PLATFORM_WINDOWS_HANDLE_HPP
 #define REGEXCLASS_PLATFORM_WINDOWS_HANDLE_HPP

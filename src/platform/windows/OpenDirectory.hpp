@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSL-1.0
 // For the implementation of this folder alone: directories by their handles.
 #ifndef REGEXCLASS_PLATFORM_WINDOWS_OPENDIRECTORY_HPP
 #define REGEXCLASS_PLATFORM_WINDOWS_OPENDIRECTORY_HPP
