@@ -13,6 +13,7 @@
 
 #include <boost/regex.hpp>
 
+#include "Peers.hpp"
 #include "Samples.hpp"
 #include "Table.hpp"
 
@@ -165,25 +166,47 @@ void Expressions(Table& table) {
 }
 
 /// The walk under the model UnicodeLocale beside that under CppLocale, for which a character is a
-/// byte.
+/// byte, and beside those of other libraries that read UTF-8.
 void Characters(Table& table) {
   const std::pair<const char*, const char*> samples[] = {
       {"ASCII", "The quick brown fox jumps over 13 lazy dogs. "},
       {"Latin", "Größe und Ähnlichkeit: été à l'école, 13 Füchse. "},
       {"Greek", "Η γρήγορη καφέ αλεπού πηδάει πάνω από 13 σκύλους. "},
       {"CJK", "敏捷的棕色狐狸跳过了13只懒狗。今天天气很好。"}};
+  // As the library and PCRE2 have it, and as RE2 has it; the last matches nowhere.
+  const std::pair<const char*, const char*> expressions[] = {
+      {"\\w+", "[\\p{L}\\p{M}\\p{Nd}\\p{Nl}\\p{Pc}]+"},
+      {"\\d+", "\\p{Nd}+"},
+      {"\\d{3}", "\\p{Nd}{3}"}};
   for (const auto& [name, sample] : samples) {
     Text text = {std::string("1 MB of ") + name, ""};
     while (text.text.size() < 1 << 20) text.text += sample;
-    for (const char* const expression : {"\\w+", "\\d+"}) {
-      const auto walk = [&text = text, expression](RegularExpression::LocaleModels model) {
-        const Object object = Make(expression, text);
+    for (const auto& [expression, spelledOut] : expressions) {
+      const std::string on = text.name + ", " + expression;
+      if (!table.Wants("Grep, Unicode", on)) continue;
+      const auto make = [&text, expression = expression](RegularExpression::LocaleModels model) {
+        Object object = Make(expression, text);
         object->SetLocaleModel(model);
+        return object;
+      };
+      const auto library = [](const Object& object) {
         return Repeat([=] { benchmark::DoNotOptimize(object->Grep()); });
       };
-      table.Add({"Grep, Unicode", text.name + ", " + expression, "CppLocale",
-                 walk(RegularExpression::CppLocale), walk(RegularExpression::UnicodeLocale),
-                 Run()});
+      const std::size_t matches = make(RegularExpression::UnicodeLocale)->Grep();
+      const auto peer = [matches](const Walk& walk) -> Run {
+        return [=](benchmark::State& state) {
+          if (walk() != matches) return state.SkipWithError("other matches than the library's");
+          for (auto round : state) benchmark::DoNotOptimize(walk());
+        };
+      };
+      const std::pair<const char*, Run> others[] = {
+          {"CppLocale", library(make(RegularExpression::CppLocale))},
+          {"RE2", peer(WalkWithRe2(spelledOut, text.text))},
+          {"PCRE2", peer(WalkWithPcre2(expression, text.text))}};
+      for (const auto& [beside, other] : others) {
+        table.Add({"Grep, Unicode", on, beside, other,
+                   library(make(RegularExpression::UnicodeLocale)), Run()});
+      }
     }
   }
 }
