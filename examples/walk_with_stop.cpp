@@ -4,8 +4,8 @@
 //   walk_with_stop COUNT EXPRESSION FILE
 //
 //   $ ./walk_with_stop 2 'TODO|FIXME' walk_with_stop.cpp
-//   5:28: TODO       the line, the column in bytes, and the match
-//   5:33: FIXME
+//   6:28: TODO       the line, the column in bytes, and the match
+//   6:33: FIXME
 
 #include <RegularExpression.hpp>
 #include <cstdlib>
