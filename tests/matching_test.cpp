@@ -204,6 +204,11 @@ TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
     const auto outcome = [&re](bool finder) {
       UseFinder(finder);
       RE own(re);
+      if (!own.IsMatchOption(RE::MatchNotDotNewline)) {  // the finder is made under other options
+        own.AddMatchOption(RE::MatchNotDotNewline);
+        own.Grep();
+        own.DeleteMatchOption(RE::MatchNotDotNewline);
+      }
       Recorder recorder(own);
       if (own.Search()) own.Grep();
       own.SetOnMergingClosure({});

@@ -61,7 +61,7 @@ class Expression<Traits>::Walk {
         (flags & (boost::match_partial | boost::match_continuous)) != 0
             ? nullptr
             : finder_.For(ahead, [&]() -> std::unique_ptr<CandidateFinder> {
-                const auto pattern = ReadProgram(expression.regex_, flags);
+                const auto pattern = ReadProgram(expression.regex_);
                 return pattern ? CandidateFinder::Make(*pattern) : nullptr;
               });
     if (finder != nullptr) candidates_.emplace(*finder, first, last);

@@ -32,10 +32,7 @@ const Wanted& As(const State* state) {
 template <class Traits>
 class Reader {
  public:
-  Reader(const boost::basic_regex<char, Traits>& regex, boost::match_flag_type flags)
-      : regex_(regex),
-        dotMask_((flags & boost::match_not_dot_newline) != 0 ? detail::test_not_newline
-                                                             : detail::test_newline) {}
+  explicit Reader(const boost::basic_regex<char, Traits>& regex) : regex_(regex) {}
 
   Pattern Run() {
     FindCases();
@@ -136,7 +133,8 @@ class Reader {
       const unsigned char* const map = As<detail::re_set>(state)._map;
       return BytesWhere([&](char c) { return map[static_cast<unsigned char>(c)] != 0; });
     }
-    const bool separators = (dotMask_ & As<detail::re_dot>(state).mask) != 0;
+    // Match options take line feeds away from a dot at most.
+    const bool separators = (detail::test_newline & As<detail::re_dot>(state).mask) != 0;
     ByteSet bytes;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       bytes[i] = separators || !detail::is_separator(static_cast<char>(i));
@@ -204,27 +202,22 @@ class Reader {
   }
 
   const boost::basic_regex<char, Traits>& regex_;
-  const unsigned int dotMask_;
   bool cases_[2] = {false, false};  // as written; regardless of case
 };
 
 }  // namespace
 
 template <class Traits>
-std::optional<Pattern> ReadProgram(const boost::basic_regex<char, Traits>& regex,
-                                   boost::match_flag_type flags) {
+std::optional<Pattern> ReadProgram(const boost::basic_regex<char, Traits>& regex) {
   try {
-    return Reader<Traits>(regex, flags).Run();
+    return Reader<Traits>(regex).Run();
   } catch (const NotUnderstood&) {
     return std::nullopt;
   }
 }
 
-template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CppTraits>&,
-                                            boost::match_flag_type);
-template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, W32Traits>&,
-                                            boost::match_flag_type);
-template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CTraits>&,
-                                            boost::match_flag_type);
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CppTraits>&);
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, W32Traits>&);
+template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CTraits>&);
 
 }  // namespace RegexClass::engine

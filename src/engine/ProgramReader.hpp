@@ -12,7 +12,7 @@
 
 namespace RegexClass::engine {
 
-/// A language that holds each text that `regex` can match under `flags`, and maybe more.
+/// A language that holds each text that `regex` can match under any flags, and maybe more.
 ///
 /// What is read is the program that the engine runs, not the notation: syntaxes, inline options,
 /// classes, case and collation are settled in there, so that none of their rules stands here again.
@@ -20,15 +20,11 @@ namespace RegexClass::engine {
 /// state that isn't as simple: back references, recursion, conditionals, verbs, \K, \G, \X and
 /// lists with elements of several bytes.
 template <class Traits>
-std::optional<Pattern> ReadProgram(const boost::basic_regex<char, Traits>& regex,
-                                   boost::match_flag_type flags);
+std::optional<Pattern> ReadProgram(const boost::basic_regex<char, Traits>& regex);
 
-extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CppTraits>&,
-                                                   boost::match_flag_type);
-extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, W32Traits>&,
-                                                   boost::match_flag_type);
-extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CTraits>&,
-                                                   boost::match_flag_type);
+extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CppTraits>&);
+extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, W32Traits>&);
+extern template std::optional<Pattern> ReadProgram(const boost::basic_regex<char, CTraits>&);
 
 }  // namespace RegexClass::engine
 
