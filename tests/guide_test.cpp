@@ -153,13 +153,19 @@ TEST(Guide, MatchOptions) {
   }
 }
 
+bool IsBuilt(RE::LocaleModels model) {
+  RE re = Make("a", "");
+  re.SetLocaleModel(model);
+  return re.ParseExpression() == RE::NoError;
+}
+
 TEST(Guide, Unicode) {
+  if (!IsBuilt(RE::UnicodeLocale)) GTEST_SKIP() << "no ICU";
   for (const Texts& row : Table("unicode")) {
     RE re;
     re.SetLocale(std::locale::classic());
     if (row[4] != " error") ExpectMatch(re, row[1], row[2], row[4]);
     re.SetLocaleModel(RE::UnicodeLocale);
-    if (re.SetExpression("a"), re.ParseExpression() != RE::NoError) GTEST_SKIP() << "no ICU";
     ExpectMatch(re, row[1], row[2], row[3]);
   }
 }
@@ -230,6 +236,7 @@ void ExpectCode(const std::string& expression, RE::Options syntax, RE::LocaleMod
 TEST(Guide, ExpressionErrors) {
   for (const Texts& row : Table("errors")) {
     for (const auto model : {RE::CppLocale, RE::W32Locale, RE::CLocale, RE::UnicodeLocale}) {
+      if (!IsBuilt(model)) continue;
       const int code = std::stoi(row[1]);
       for (const auto& text : Quoted(row[3])) ExpectCode(text, RE::NormalSyntax, model, code);
       for (const auto& text : Quoted(row[4])) ExpectCode(text, RE::BasicSyntax, model, code);
