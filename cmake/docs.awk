@@ -22,11 +22,12 @@ function within(text) {
   return text
 }
 
+/^\/\/ SPDX-License-Identifier/ { print ""; next }
 /^#ifndef/ { body = 1 }
 
 !body && /^\/\// {
   sub(/^\/\/ ? ?/, "")
-  if (NR == 1) $0 = "@mainpage " $0
+  if (!titled++) $0 = "@mainpage " $0
   print "/// " (/^ [^ ]|^  / ? "   " : "") $0
   next
 }

@@ -57,9 +57,11 @@ struct REMatch {
   std::string text;            ///< Its bytes, zero bytes included; empty if it took no part.
   std::int32_t position = -1;  ///< Offset from the start of the string; -1 if it took no part.
 
+  /// Equal in text and position.
   friend bool operator==(const REMatch& a, const REMatch& b) {
     return a.position == b.position && a.text == b.text;
   }
+  /// The contrary.
   friend bool operator!=(const REMatch& a, const REMatch& b) { return !(a == b); }
 };
 
