@@ -193,7 +193,7 @@ TEST_F(Files, AreSearchedUnderTheSettingsThatCount) {
     re.AddExpressionOption(option);
     re.AddMatchOption(match);
     EXPECT_EQ(re.GrepFiles(), count) << expression;
-    EXPECT_EQ(re.GetExpressionError() != "", option == RE::ExtendedSyntax) << expression;
+    EXPECT_EQ(re.GetExpressionError().empty(), option != RE::ExtendedSyntax) << expression;
     EXPECT_EQ(re.FindFiles(), count > 0 ? 1U : 0U) << expression;
   }
 }

@@ -59,6 +59,8 @@ class Locale : public testing::TestWithParam<RE::LocaleModels>, protected Scratc
     WriteCatalogue("A.cat", "208 A parenthesis\n218 A gave up\n251 A");
     WriteCatalogue("B.cat", "208 B parenthesis\n218 B gave up\n251 B");
   }
+
+ public:
   ~Locale() override {
     std::locale::global(std::locale::classic());
     std::setlocale(LC_ALL, "C");
@@ -70,6 +72,7 @@ INSTANTIATE_TEST_SUITE_P(Model, Locale, testing::Values(RE::CppLocale, RE::W32Lo
 HookedSystemCalls OpensOnly(int count) {
   return HookedSystemCalls([left = count](std::string_view name, Words& arguments) mutable {
     if (name != "open" && name != "openat") return 0;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): words of a system call are pointers, too
     const std::string file = reinterpret_cast<const char*>(arguments[name == "open" ? 0 : 1]);
     return fs::path(file).extension() == ".cat" && left-- <= 0 ? ENOENT : 0;
   });
@@ -225,7 +228,7 @@ TEST_P(Locale, TellsTheEngineTheTextsOfTheCatalogue) {
   std::string messages = "230 ; alles:\n231 ; ein Teil:\n232 !";
   for (int code = 202; code <= 221; ++code) {
     const std::string number = std::to_string(code);
-    messages += "\n" + number + " T" + number;
+    messages.append("\n").append(number).append(" T").append(number);
   }
   WriteCatalogue("all.cat", messages);
   const std::tuple<const char*, const char*, RE::Options> cases[] = {

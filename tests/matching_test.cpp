@@ -131,7 +131,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
   for (int i = 0; i < Cases(6000); ++i) {
     const std::string expression = Expression(random);
     const std::string text = random.Text(random.Flip() ? "ab\n" : std::string("a\0\xe9\r\n", 5), 9);
-    SCOPED_TRACE(expression + " on " + text);
+    SCOPED_TRACE(testing::Message() << expression << " on " << text);
     UseFinder(random.Flip());
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;

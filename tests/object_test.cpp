@@ -162,7 +162,7 @@ TEST(Object, CopiesNotificationsButNoLocale) {
 
 TEST(Object, RefusesWhatWouldTakeTheStack) {
   std::string deep = "a";
-  for (int i = 0; i < 500; ++i) deep = "(" + deep + ")";
+  for (int i = 0; i < 500; ++i) deep.insert(0, 1, '(').push_back(')');
   for (const std::string& expression : {deep, std::string(40000, '$')}) {
     RE re = Make(expression, "a");
     EXPECT_EQ(re.ParseExpression(), RE::OutOfSpace);

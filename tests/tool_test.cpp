@@ -135,8 +135,8 @@ TEST_F(Tool, AgreesWithGrepAndSed) {
         {"$T grep-files -L" + option, "grep -PL" + option},
         {"$T find-files -j2", "grep -Pl"}};
     for (const auto& [mine, other] : pairs) {
-      ours += "; " + mine + e + "; echo $?";
-      theirs += "; " + other + e + "; echo $?";
+      ours.append("; ").append(mine).append(e).append("; echo $?");
+      theirs.append("; ").append(other).append(e).append("; echo $?");
     }
     EXPECT_EQ(Output(ours), Output(theirs)) << ours << "\n" << Output("head t u w");
   }
