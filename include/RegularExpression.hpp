@@ -27,8 +27,7 @@
 // - One object is for one thread at a time. Different objects may run on different threads. A
 //   notification runs on the thread that called the operation, before the operation returns.
 // - A library that was loaded with dlopen can be closed again while threads that have used it go
-// on,
-//   but not while one of them is ending: join those that end before.
+//   on, but not while one of them is ending: join those that end before.
 #ifndef REGEXCLASS_REGULAREXPRESSION_HPP
 #define REGEXCLASS_REGULAREXPRESSION_HPP
 

@@ -16,7 +16,7 @@
 /// The C library loses a copy of LOCPATH each time that it looks for a locale.
 extern "C" [[gnu::visibility("default")]] const char*
 __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the tool's name for it
-  return "leak:__argz_add_sep\n";
+  return "leak:argz_add_sep\n";
 }
 
 namespace RegexClass::test {
