@@ -4,10 +4,6 @@
 #include <RegularExpression.hpp>
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <fcntl.h>
 #include <fstream>
 #include <functional>
 #include <iostream>
@@ -17,34 +13,20 @@
 #include <mutex>
 #include <set>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #include "Diff.hpp"
-#include "Directory.hpp"
 #include "FileJob.hpp"
+#include "FileSystem.hpp"
 #include "SavedCopies.hpp"
+#include "System.hpp"
 
 namespace tool {
 
 namespace {
 
 using RegexClass::REMatch;
-
-std::atomic<int> interruption{0};  // the number of the signal
-
-/// A run is ended between two files: one that is being rewritten gets finished. A signal that the
-/// tool was started to ignore stays ignored.
-void EndRunsInOrder() {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    if (std::signal(signal, [](int number) { interruption = number; }) == SIG_IGN) {
-      std::signal(signal, SIG_IGN);
-    }
-  }
-  std::signal(SIGPIPE, SIG_IGN);  // nobody reads the output any more: FinishOutput tells of it
-}
 
 /// What a run makes of matches: the matched text alone, merged.
 class Replacer {
@@ -86,13 +68,13 @@ class Preview {
  private:
   /// Why the library passes over the file; an empty text when it doesn't.
   static std::string PassedOver(const ListedFile& file) {
-    struct stat status = {};
-    if (lstat(file.name.c_str(), &status) != 0) return SystemWords(errno);
+    const FileStatus status = StatusOfLink(file.name);
+    if (status.kind == FileStatus::kNothing) return SystemWords(status.error);
     const bool named = file.named == file.name.size();
-    if (S_ISLNK(status.st_mode) && !named) return "passed over: a link that isn't named as such";
-    if (stat(file.name.c_str(), &status) == 0 && (status.st_mode & 0222) == 0) {
-      return "passed over: read-only";
+    if (status.kind == FileStatus::kLink && !named) {
+      return "passed over: a link that isn't named as such";
     }
+    if (StatusOf(file.name).readOnly) return "passed over: read-only";
     return "";
   }
 
@@ -158,8 +140,8 @@ class Preview {
     if (!extension.empty()) {
       worker.printer.Plain("", "saved copy: " + CopyName(file.name, extension));
     }
-    if (access(file.name.c_str(), W_OK) != 0) {
-      worker.printer.Plain("", "can't be written: " + file.name + ": " + SystemWords(errno));
+    if (const int error = WriteError(file.name)) {
+      worker.printer.Plain("", "can't be written: " + file.name + ": " + SystemWords(error));
     }
     PrintDiff(worker.printer, file.name, content, changes);
   }
@@ -172,13 +154,37 @@ class Preview {
   std::set<std::size_t> changing_;
 };
 
+/// A pattern by which the library comes to the file, and perhaps to others. What the user hasn't
+/// spelled out are wildcards, by which it rewrites nothing behind a link.
+std::string PatternOf(const ListedFile& file) {
+  const std::string& name = file.name;
+  if (file.named == name.size()) return Escaped(name);
+  std::size_t at = OwnNameAt(name.substr(0, file.named));
+  std::string pattern = Escaped(name.substr(0, at));
+  while (at < name.size()) {
+    const std::size_t end = std::min(name.find_first_of(kSeparators, at), name.size());
+    const std::size_t next = std::min(name.find_first_not_of(kSeparators, end), name.size());
+    // A set of one letter is a wildcard that costs no look at other names.
+    const auto first = name.begin() + static_cast<std::ptrdiff_t>(at);
+    const auto last = name.begin() + static_cast<std::ptrdiff_t>(end);
+    const auto letter = std::find_if(first, last, [](char c) {
+      return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || ('0' <= c && c <= '9');
+    });
+    pattern += Escaped({first, letter});
+    pattern +=
+        letter == last ? "*" : std::string("[") + *letter + ']' + Escaped({letter + 1, last});
+    pattern += name.substr(end, next - end);
+    at = next;
+  }
+  return pattern;
+}
+
 /// What failed in the file, in words.
 std::string InWords(const RE::FileChangeProblem& problem, const std::string& file,
                     const std::string& extension) {
   const std::string at = " at byte " + std::to_string(problem.position);
-  const std::string reason = problem.lastError != 0
-                                 ? ": " + SystemWords(static_cast<int>(problem.lastError))
-                                 : std::string();
+  const std::string reason =
+      problem.lastError != 0 ? ": " + LibraryWords(problem.lastError) : std::string();
   switch (problem.kind) {
     case RE::OpenFileFailed:
       return file + ": can't open" + reason;
@@ -209,12 +215,13 @@ class ChangeRun {
   ExitStatus Run() {
     // Of a run that ends at the first failure, nothing more may have been changed.
     const unsigned int workers = job_.object.GetContinueFiles() ? job_.request.jobs : 1;
-    EndRunsInOrder();
+    // A run is ended between two files: one that is being rewritten gets finished.
+    NoteInterruptions();
     RunWorkers(output_, files_.size(), 1, workers, [this]() -> Work {
       const auto worker = std::make_shared<FileWorker>(job_);
       return [this, worker](const Part& part) { RunFile(*worker, part); };
     });
-    if (interruption != 0) {
+    if (const int interruption = Interruption()) {
       Problems::Note("interrupted; files that weren't told of are as they were");
       return static_cast<ExitStatus>(kInterrupted + interruption);
     }
@@ -227,11 +234,10 @@ class ChangeRun {
     explicit FileWorker(const FileJob& job) : worker(job), replacer(job.object) {}
     Worker worker;
     Replacer replacer;
-    Directory directory;
   };
 
   void RunFile(FileWorker& own, const Part& part) {
-    if (interruption != 0) {
+    if (Interruption() != 0) {
       output_.Stop();
       return;
     }
@@ -260,23 +266,21 @@ class ChangeRun {
 
   /// Changes the file, and gives the number of changes that it has now; or says what failed.
   std::uint64_t Change(FileWorker& own, const ListedFile& file, std::string& failure) {
-    if (const int error = own.directory.Open(file)) {
-      failure = "regexclass: " + file.name + ": can't open: " + SystemWords(error) + '\n';
-      return 0;
-    }
     RE& object = own.worker.object;
     std::uint64_t changes = 0;
-    object.SetFilesToMatch(own.directory.PatternOf(file));
+    const std::string extension = job_.object.GetSaveExtension();
+    object.SetFilesToMatch(PatternOf(file));
+    if (!extension.empty()) object.SetSaveExtension(ExtensionFor(file.name, extension));
     object.SetOnChangingFilesClosure([&](RE*, const std::string& name,
                                          const std::vector<REMatch>& match, unsigned int,
                                          bool& change) {
-      change = NameIn(name) == NameIn(file.name);
+      change = name == file.name;
       if (change && own.replacer(match[0].text) != match[0].text) ++changes;
     });
     object.ChangeFiles();
     if (const auto* const problems = object.GetChangeFilesErrors()) {
       for (const RE::FileChangeProblem& problem : *problems) {
-        failure += "regexclass: " + InWords(problem, file.name, object.GetSaveExtension()) + '\n';
+        failure += "regexclass: " + InWords(problem, file.name, extension) + '\n';
         if (problem.kind != RE::RestoreAttributesFailed) changes = 0;
       }
     }
@@ -299,21 +303,20 @@ void RemoveCopies(std::vector<ListedFile>& files, const std::string& extension) 
 
 /// Puts the saved copy of a file back; false when there is none. Throws Failure.
 bool PutBack(Directory& directory, const ListedFile& file, const std::string& copy, bool dryRun) {
-  const auto at = [&](const std::string& path, struct stat& status) {
-    if (fstatat(directory.Descriptor(), NameIn(path).c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-      return false;
+  if (const int error = directory.Hold(file.name, file.named)) {
+    throw Failure("can't open: " + SystemWords(error));
+  }
+  for (const std::string& name : {copy, file.name}) {
+    const FileStatus status = directory.StatusOf(OwnName(name));
+    if (status.kind == FileStatus::kNothing) return false;
+    if (status.kind != FileStatus::kFile) throw Failure("isn't a file: " + name);
+    if (name == file.name && status.otherNames) {
+      throw Failure("has other names, which would keep the new content");
     }
-    if (!S_ISREG(status.st_mode)) throw Failure("isn't a file: " + path);
-    return true;
-  };
-  if (const int error = directory.Open(file)) throw Failure("can't open: " + SystemWords(error));
-  struct stat saved = {};
-  struct stat present = {};
-  if (!at(copy, saved) || !at(file.name, present)) return false;
-  if (present.st_nlink > 1) throw Failure("has other names, which would keep the new content");
-  if (!dryRun && renameat(directory.Descriptor(), NameIn(copy).c_str(), directory.Descriptor(),
-                          NameIn(file.name).c_str()) != 0) {
-    throw Failure("can't put " + copy + " back: " + SystemWords(errno));
+  }
+  if (dryRun) return true;
+  if (const int error = directory.Replace(OwnName(file.name), OwnName(copy))) {
+    throw Failure("can't put " + copy + " back: " + SystemWords(error));
   }
   return true;
 }
@@ -329,7 +332,7 @@ ExitStatus Undo(const Request& request, const std::string& extension) {
   for (const ListedFile& file : job.files) {
     const std::string copy = CopyName(file.name, extension);
     try {
-      if (owners[copy] > 1 && access(copy.c_str(), F_OK) == 0) {
+      if (owners[copy] > 1 && StatusOf(copy).kind != FileStatus::kNothing) {
         throw Failure(copy + " may be the copy of another file: name the one alone");
       }
       if (!PutBack(directory, file, copy, request.dryRun)) continue;

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "FileSystem.hpp"
+
 namespace tool {
 
 namespace {
@@ -76,7 +78,8 @@ std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change
 }
 
 /// A name as diff writes it: in quotes when it has characters that would end it.
-std::string Name(const std::string& file) {
+std::string Name(const std::string& path) {
+  const std::string file = WithSlashes(path);
   if (file.find_first_of("\"\\\n\t") == std::string::npos) {
     return file.find(' ') == std::string::npos ? file : file + '\t';
   }

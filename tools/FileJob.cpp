@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "FileSystem.hpp"
+#include "System.hpp"
+
 namespace tool {
 
 namespace {
@@ -36,8 +39,7 @@ const char* Words(RE::SearchProblemKind kind) {
 
 std::string InWords(const RE::FileSearchProblem& problem) {
   return problem.file + ": " + Words(problem.kind) + ": " +
-         (problem.code != 0 ? SystemWords(static_cast<int>(problem.code))
-                            : "the expression is too complex for it");
+         (problem.code != 0 ? LibraryWords(problem.code) : "the expression is too complex for it");
 }
 
 }  // namespace
@@ -85,8 +87,7 @@ void PartSearch::Prepare(RE& object) const {
     const ListedFile& file = job_.files[i];
     if (i > part_.begin) pattern += ';';
     const bool directory = file.together > 0 && i + file.together <= part_.end;
-    pattern += directory ? Escaped(file.name.substr(0, file.name.rfind('/') + 1)) + '*'
-                         : Escaped(file.name);
+    pattern += directory ? Escaped(DirectoryOf(file.name)) + '*' : Escaped(file.name);
     i += directory ? file.together : 1;
   }
   object.SetFilesToMatch(pattern);

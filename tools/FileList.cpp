@@ -3,54 +3,46 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
-#include <fnmatch.h>
 #include <fstream>
-#include <glob.h>
 #include <iostream>
-#include <iterator>
-#include <sys/stat.h>
-#include <system_error>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
+#include "FileSystem.hpp"
 #include "IgnoredFiles.hpp"
 
 namespace tool {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-const char* const kSpecial = "\\;*?[]";
-
-/// One name for each file, whatever way leads to it: that of its directory, which two numbers tell,
-/// and its own.
-std::string KeyOfDirectory(const std::string& directory) {
-  struct stat status = {};
-  if (stat(directory.empty() ? "." : directory.c_str(), &status) != 0) return directory;
-  return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino) + '/';
-}
-
-std::string KeyOf(const std::string& file) {
-  std::error_code error;
-  const fs::path real = fs::canonical(file, error);
-  return error ? file : KeyOfDirectory(real.parent_path()) + real.filename().string();
-}
-
-/// The offset of the first `wanted` from `begin` that no backslash precedes, or the size.
-std::size_t FindUnescaped(const std::string& text, char wanted, std::size_t begin) {
+/// The offset of the first of `wanted` from `begin` that isn't escaped, or the size.
+std::size_t FindUnescaped(std::string_view text, std::string_view wanted, std::size_t begin = 0) {
   std::size_t at = begin;
-  while (at < text.size() && text[at] != wanted) at += text[at] == '\\' ? 2 : 1;
+  while (at < text.size() && wanted.find(text[at]) == std::string_view::npos) {
+    at += text[at] == kEscape ? 2 : 1;
+  }
   return std::min(at, text.size());
 }
 
-/// How much of a pattern stands in front of the first component with a character of its own
-/// meaning.
+std::string WithoutEscapes(std::string_view text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == kEscape && at + 1 < text.size()) ++at;
+    plain += text[at];
+  }
+  return plain;
+}
+
+/// The offset of the first character with a meaning of its own, or the size.
+std::size_t FindSpecial(const std::string& pattern) {
+  return std::min({pattern.find_first_of(";*?[]"), pattern.find(kEscape), pattern.size()});
+}
+
+/// How much of a pattern stands in front of the first component with such a character.
 std::size_t PlainPart(const std::string& pattern) {
-  const std::size_t special = pattern.find_first_of(kSpecial);
-  if (special == std::string::npos) return pattern.size();
-  return pattern.rfind('/', special) + 1;  // 0 without a slash
+  const std::size_t special = FindSpecial(pattern);
+  return special == pattern.size() ? special : OwnNameAt(pattern.substr(0, special));
 }
 
 class Lister {
@@ -58,7 +50,7 @@ class Lister {
   Lister(const FileChoice& choice, Problems& problems, Progress& progress)
       : choice_(choice), problems_(problems), progress_(progress) {}
 
-  std::vector<ListedFile> List() {
+  std::vector<ListedFile> Run() {
     for (const std::string& argument : choice_.arguments) Argument(argument);
     if (choice_.listFile) ListFile(*choice_.listFile);
     Patterns(choice_.patterns);
@@ -75,26 +67,26 @@ class Lister {
 
  private:
   void Argument(const std::string& argument) {
-    if (Name(argument)) return;
-    const int error = errno;
-    if (!choice_.recursive && argument.find_first_of(kSpecial) == std::string::npos) {
+    const int error = Name(argument);
+    if (error == 0) return;
+    if (!choice_.recursive && FindSpecial(argument) == argument.size()) {
       problems_.Tell(argument, SystemWords(error));
     } else {
       Patterns(argument);
     }
   }
 
-  /// Takes what has the name; false, with errno, when nothing has.
-  bool Name(const std::string& name) {
-    struct stat status = {};
-    if (stat(name.c_str(), &status) != 0) return false;
-    if (S_ISDIR(status.st_mode)) {
-      const std::string directory = name.back() == '/' ? name : name + '/';
+  /// Takes what has the name; gives the number of an error when nothing has.
+  int Name(const std::string& name) {
+    const FileStatus status = StatusOf(name);
+    if (status.kind == FileStatus::kDirectory) {
+      const bool ended = OwnNameAt(name) == name.size();
+      const std::string directory = ended ? name : name + kSeparators.front();
       Tree(directory, "*", directory.size());
-    } else if (S_ISREG(status.st_mode)) {
-      Add(KeyOf(name), {name, name.size(), false});
+    } else if (status.kind == FileStatus::kFile) {
+      Add(KeyOfTarget(name), {name, name.size(), false});
     }
-    return true;
+    return status.error;
   }
 
   void ListFile(const std::string& list) {
@@ -104,14 +96,15 @@ class Lister {
     if (list != "-" && !file) throw Failure(list + ": " + SystemWords(errno));
     std::istream& in = list == "-" ? std::cin : file;
     for (std::string name; std::getline(in, name, choice_.nullNames ? '\0' : '\n');) {
-      if (!name.empty() && !Name(name)) problems_.Tell(name, SystemWords(errno));
+      if (name.empty()) continue;
+      if (const int error = Name(name)) problems_.Tell(name, SystemWords(error));
     }
     if (in.bad()) throw Failure(list + ": " + SystemWords(errno != 0 ? errno : EIO));
   }
 
   void Patterns(const std::string& patterns) {
     for (std::size_t begin = 0; begin < patterns.size();) {
-      const std::size_t end = FindUnescaped(patterns, ';', begin);
+      const std::size_t end = FindUnescaped(patterns, ";", begin);
       if (end > begin) Pattern(patterns.substr(begin, end - begin));
       begin = end + 1;
     }
@@ -121,11 +114,12 @@ class Lister {
     const std::size_t plain = PlainPart(pattern);
     if (!choice_.recursive) {
       for (const std::string& name : Glob(pattern)) {
-        if (IsRegularFile(name)) Add(KeyOf(name), {name, std::min(plain, name.size()), false});
+        if (StatusOf(name).kind != FileStatus::kFile) continue;
+        Add(KeyOfTarget(name), {name, std::min(plain, name.size()), false});
       }
       return;
     }
-    const std::size_t last = pattern.rfind('/') + 1;
+    const std::size_t last = OwnNameAt(pattern);
     if (last == 0) {
       Tree("", pattern, 0);
     } else {
@@ -137,31 +131,37 @@ class Lister {
 
   /// The names of a pattern in byte order.
   std::vector<std::string> Glob(const std::string& pattern) {
-    static Problems* problems;  // which glob has no way to pass on
-    problems = &problems_;
-    const auto tell = [](const char* directory, int error) {
-      if (error != ENOTDIR) problems->Tell(directory, "can't open: " + SystemWords(error));
-      return 0;
-    };
-    glob_t found = {};
     std::vector<std::string> names;
-    if (glob(pattern.c_str(), GLOB_NOSORT, tell, &found) == 0) {
-      names.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
-    }
-    globfree(&found);
+    Glob("", pattern, names);
     std::sort(names.begin(), names.end());
     return names;
   }
 
-  static bool IsRegularFile(const std::string& name) {
-    std::error_code ignored;
-    return fs::is_regular_file(name, ignored);
+  /// Adds those that begin with a path, which has no pattern in it, and go on by the rest.
+  void Glob(std::string path, std::string_view rest, std::vector<std::string>& names) {
+    while (!rest.empty()) {
+      const std::size_t end = std::min(rest.find_first_of(kSeparators), rest.size());
+      const std::size_t next = std::min(rest.find_first_not_of(kSeparators, end), rest.size());
+      const std::string component(rest.substr(0, end));
+      const std::string separators(rest.substr(end, next - end));
+      rest.remove_prefix(next);
+      if (FindUnescaped(component, "*?[") < component.size()) {
+        for (const Entry& entry : Entries(path)) {
+          const bool leads = separators.empty() || entry.kind == FileStatus::kDirectory;
+          if (!leads || !NameMatches(component, entry.name, true)) continue;
+          Glob(path + entry.name + separators, rest, names);
+        }
+        return;
+      }
+      path += WithoutEscapes(component) + separators;
+    }
+    if (StatusOfLink(path).kind != FileStatus::kNothing) names.push_back(std::move(path));
   }
 
   /// A directory, as it stands before a name: empty or with a slash at its end.
   void Tree(const std::string& directory, const std::string& pattern, std::size_t named) {
     const std::size_t begin = files_.size();
-    Directory(directory, pattern, named);
+    Walk(directory, pattern, named);
     if (!choice_.ignoreFiles) return;
     std::vector<std::string> names;
     for (std::size_t i = begin; i < files_.size(); ++i) {
@@ -175,60 +175,49 @@ class Lister {
     files_.erase(std::remove_if(from, files_.end(), isIgnored), files_.end());
   }
 
-  void Directory(const std::string& directory, const std::string& pattern, std::size_t named) {
+  void Walk(const std::string& directory, const std::string& pattern, std::size_t named) {
     const bool shown = choice_.hidden || !choice_.recursive;
-    const int hiding = choice_.hidden ? 0 : FNM_PERIOD;
     progress_.Show([this] { return std::to_string(files_.size()) + " files found"; });
-    const std::string key = KeyOfDirectory(directory);
+    const std::string key = KeyOf(directory);
     const std::size_t first = files_.size();
     bool all = !choice_.ignoreFiles;
     std::vector<std::string> directories;
-    for (const fs::directory_entry& entry : Entries(directory)) {
-      std::error_code ignored;
-      const std::string name = entry.path().filename().string();
-      const std::string path = directory + name;
-      if (IsExcluded(name) || IsExcluded(path)) {
+    for (const Entry& entry : Entries(directory)) {
+      const std::string path = directory + entry.name;
+      const bool dotted = entry.name[0] == '.';
+      if (IsExcluded(entry.name) || IsExcluded(path) || (entry.hidden && !shown)) {
         all = false;
-        continue;
-      }
-      const bool link = entry.is_symlink(ignored);
-      if (!link && entry.is_directory(ignored)) {
-        if (choice_.recursive && (shown || name[0] != '.')) directories.push_back(path + '/');
-      } else if (entry.is_regular_file(ignored)) {
-        const bool wanted = fnmatch(pattern.c_str(), name.c_str(), hiding) == 0;
-        const bool added =
-            wanted && Add(link ? KeyOf(path) : key + name, {path, named, choice_.recursive});
-        if (added == (name[0] == '.')) all = false;
+      } else if (!entry.link && entry.kind == FileStatus::kDirectory) {
+        if (choice_.recursive && (shown || !dotted)) directories.push_back(path + kSeparators[0]);
+      } else if (entry.kind == FileStatus::kFile) {
+        const bool wanted = NameMatches(pattern, entry.name, !choice_.hidden);
+        const bool added = wanted && Add(entry.link ? KeyOfTarget(path) : KeyOf(path),
+                                         {path, named, choice_.recursive});
+        if (added == (dotted && !kStarTakesDots)) all = false;
       }
     }
     if (all && files_.size() > first) files_[first].together = files_.size() - first;
-    for (const std::string& next : directories) Directory(next, pattern, named);
+    for (const std::string& next : directories) Walk(next, pattern, named);
   }
 
   bool IsExcluded(const std::string& name) const {
-    return std::any_of(choice_.excluded.begin(), choice_.excluded.end(),
-                       [&name](const std::string& pattern) {
-                         return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
-                       });
+    return std::any_of(
+        choice_.excluded.begin(), choice_.excluded.end(),
+        [&name](const std::string& pattern) { return NameMatches(pattern, name, false); });
   }
 
-  std::vector<fs::directory_entry> Entries(const std::string& directory) {
-    std::vector<fs::directory_entry> entries;
-    std::error_code error;
-    fs::directory_iterator at(directory.empty() ? "." : directory, error);
-    const bool opened = !error;
-    while (!error && at != fs::directory_iterator()) {
-      entries.push_back(*at);
-      at.increment(error);
-    }
-    if (error && error != std::errc::no_such_file_or_directory) {
-      const std::string name = directory.empty() ? "." : directory.substr(0, directory.size() - 1);
+  /// The entries of a directory, as it stands before a name.
+  std::vector<Entry> Entries(const std::string& directory) {
+    Listing listing = List(directory);
+    if (listing.error != 0 && listing.error != ENOENT) {
+      const std::size_t end = directory.find_last_not_of(kSeparators);
+      const std::string name = directory.empty() ? "." : directory.substr(0, end + 1);
       progress_.Clear();
-      problems_.Tell(name.empty() ? "/" : name,
-                     (opened ? "can't read: " : "can't open: ") + SystemWords(error.value()));
+      problems_.Tell(
+          name.empty() ? directory : name,
+          (listing.opened ? "can't read: " : "can't open: ") + SystemWords(listing.error));
     }
-    std::sort(entries.begin(), entries.end());
-    return entries;
+    return std::move(listing.entries);
   }
 
   /// False for a file that is in the list already.
@@ -249,7 +238,7 @@ class Lister {
 
 std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems,
                                   Progress& progress) {
-  return Lister(choice, problems, progress).List();
+  return Lister(choice, problems, progress).Run();
 }
 
 bool LooksBinary(const std::string& file) {
@@ -257,15 +246,6 @@ bool LooksBinary(const std::string& file) {
   std::ifstream(file, std::ios::binary)
       .read(start.data(), static_cast<std::streamsize>(start.size()));
   return start.find('\0') != std::string::npos;
-}
-
-std::string Escaped(const std::string& name) {
-  std::string escaped;
-  for (const char c : name) {
-    if (std::string_view(kSpecial).find(c) != std::string_view::npos) escaped += '\\';
-    escaped += c;
-  }
-  return escaped;
 }
 
 }  // namespace tool

@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <iostream>
-#include <unistd.h>
 
 #include "Problems.hpp"
+#include "System.hpp"
 
 namespace tool {
 
@@ -28,11 +28,6 @@ bool WantsColor(const std::string& color) {
 std::string Label(const std::string& file) { return file == "-" ? "(standard input)" : file; }
 
 }  // namespace
-
-bool OutputIsTerminal() {
-  static const bool terminal = isatty(STDOUT_FILENO) != 0;
-  return terminal;
-}
 
 Printer::Printer(const Style& style, std::ostream& out, bool fileNames, bool lineNumbers,
                  bool headings)
@@ -157,7 +152,7 @@ void FinishOutput() {
 }
 
 Progress::Progress()
-    : shown_(isatty(STDERR_FILENO) != 0),
+    : shown_(MessagesGoToTerminal()),
       next_(std::chrono::steady_clock::now() + std::chrono::seconds(2)) {}
 
 bool Progress::IsDue() {

@@ -92,9 +92,6 @@ class Printer {
   std::string headed_;  // the file whose heading was the last
 };
 
-/// Whether standard output is a terminal.
-bool OutputIsTerminal();
-
 /// Throws Failure when standard output hasn't taken everything.
 void FinishOutput();
 

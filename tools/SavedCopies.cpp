@@ -2,27 +2,22 @@
 #include "SavedCopies.hpp"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <locale>
 #include <map>
 #include <set>
-#include <sys/stat.h>
-#include <system_error>
+
+#include "FileSystem.hpp"
 
 namespace tool {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 /// The offset of the dot in front of the extension, or the size.
 std::size_t LastDot(const std::string& file) {
   const std::size_t dot = file.rfind('.');
-  const std::size_t slash = file.rfind('/');
-  const bool own = dot != std::string::npos && (slash == std::string::npos || dot > slash);
-  return own ? dot : file.size();
+  return dot != std::string::npos && dot >= OwnNameAt(file) ? dot : file.size();
 }
 
 bool HaveSameContent(const std::string& one, const std::string& other) {
@@ -32,19 +27,16 @@ bool HaveSameContent(const std::string& one, const std::string& other) {
   return first && second && std::equal(Bytes(first), Bytes(), Bytes(second), Bytes());
 }
 
-/// Copies with one name are told apart by their directories, whatever way leads there.
-std::string KeyOf(const std::string& copy) {
-  const std::size_t name = copy.rfind('/') + 1;  // 0 without a slash
-  const std::string directory = name == 0 ? "." : copy.substr(0, name);
-  std::error_code error;
-  const fs::path real = fs::canonical(directory, error);
-  return (error ? directory : real.string()) + '/' + copy.substr(name);
-}
-
 }  // namespace
 
 std::string CopyName(const std::string& file, const std::string& extension) {
   return file.substr(0, LastDot(file)) + '.' + extension;
+}
+
+std::string ExtensionFor(const std::string& file, const std::string& extension) {
+  const std::size_t dot = file.rfind('.');
+  const bool above = dot != std::string::npos && dot < OwnNameAt(file);
+  return above ? file.substr(dot + 1) + '.' + extension : extension;
 }
 
 bool HasExtension(const std::string& file, const std::string& extension) {
@@ -70,14 +62,14 @@ std::vector<std::string> CopyConflicts(const std::vector<ListedFile>& files,
     const std::string copy = CopyName(file.name, extension);
     const std::string key = KeyOf(copy);
     const auto [owner, isNew] = owners.emplace(key, file.name);
-    struct stat status = {};
+    const FileStatus::Kind present = StatusOfLink(copy).kind;
     if (!isNew) {
       conflicts.push_back(file.name + ": its copy would be " + copy + ", as that of " +
                           owner->second);
     } else if (names.count(key) != 0) {
       conflicts.push_back(file.name + ": its copy would be " + copy + ", which is named too");
-    } else if (lstat(copy.c_str(), &status) == 0 &&
-               (!S_ISREG(status.st_mode) || !HaveSameContent(copy, file.name))) {
+    } else if (present != FileStatus::kNothing &&
+               (present != FileStatus::kFile || !HaveSameContent(copy, file.name))) {
       conflicts.push_back(file.name + ": its copy would be " + copy +
                           ", which is there already and isn't one");
     }

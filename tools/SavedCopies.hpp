@@ -14,6 +14,10 @@ namespace tool {
 /// of the file's own name, or added to a name without a dot.
 std::string CopyName(const std::string& file, const std::string& extension);
 
+/// The extension with which the library, for which the last dot of the whole path counts, gives the
+/// copy of `file` that name.
+std::string ExtensionFor(const std::string& file, const std::string& extension);
+
 /// Whether the file's name has that extension, in upper or lower case.
 bool HasExtension(const std::string& file, const std::string& extension);
 

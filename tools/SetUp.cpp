@@ -4,13 +4,13 @@
 #include <cerrno>
 #include <fstream>
 #include <iostream>
-#include <langinfo.h>
 #include <locale>
 #include <variant>
 
 #include "Json.hpp"
 #include "Names.hpp"
 #include "Problems.hpp"
+#include "System.hpp"
 
 namespace tool {
 
@@ -70,12 +70,12 @@ void SetExpressionOptions(const SetUp& setUp, RE& object) {
   }
 }
 
-/// Whether the texts of the locale are UTF-8, and the library can read that.
-bool SpeaksUtf8() {
+/// Whether texts are UTF-8, and the library can read that.
+bool TextsAreUnicode() {
   RE re;
   re.SetLocaleModel(RE::UnicodeLocale);
   re.SetExpression("a");
-  return nl_langinfo(CODESET) == std::string("UTF-8") && re.ParseExpression() == RE::NoError;
+  return SpeaksUtf8() && re.ParseExpression() == RE::NoError;
 }
 
 void SetLocales(const SetUp& setUp, RE& object) {
@@ -92,7 +92,7 @@ void SetLocales(const SetUp& setUp, RE& object) {
   const bool chosen = setUp.settingsFile || setUp.localeDll;
   if (setUp.localeModel) {
     object.SetLocaleModel(ValueOf(kLocaleModels, *setUp.localeModel));
-  } else if (!chosen && SpeaksUtf8()) {
+  } else if (!chosen && TextsAreUnicode()) {
     object.SetLocaleModel(RE::UnicodeLocale);
   }
 }

@@ -3,7 +3,6 @@
 // does is in the files named after them.
 
 #include <algorithm>
-#include <clocale>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -17,6 +16,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.hpp"
+#include "System.hpp"
 
 namespace tool {
 
@@ -303,7 +303,7 @@ ExitStatus Main(int argc, char** argv) {
 }  // namespace tool
 
 int main(int argc, char** argv) {
-  std::setlocale(LC_ALL, "");
+  const tool::Session session;
   std::ios::sync_with_stdio(false);
   std::cin.tie(nullptr);
   try {

@@ -26,17 +26,20 @@ bool HasWildcard(std::string_view component) {
   return platform::FindUnescaped(component, "*?[") < component.size();
 }
 
-/// The one name that a component can stand for whose only wildcards are sets of one letter, as in
-/// [a]b, or that has none; empty when there are others. No directory needs to be read for it.
+/// The one name that a component can stand for whose only wildcards are sets of one letter, digit
+/// or bracket, as in [a]b, or that has none; empty when there are others. No directory needs to be
+/// read for it.
 std::string OnlyName(std::string_view component) {
-  const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  const auto isPlain = [](char c) {
+    return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || ('0' <= c && c <= '9') || c == '[';
+  };
   std::string spelledOut;
   for (std::size_t at = 0;;) {
     const std::size_t next = at + platform::FindUnescaped(component.substr(at), "*?[");
     spelledOut += component.substr(at, next - at);
     if (next == component.size()) return platform::WithoutEscapes(spelledOut);
     const std::string_view set = component.substr(next, 3);
-    if (set.size() < 3 || set[0] != '[' || !isLetter(set[1]) || set[2] != ']') return "";
+    if (set.size() < 3 || set[0] != '[' || !isPlain(set[1]) || set[2] != ']') return "";
     spelledOut += set[1];
     at = next + set.size();
   }
@@ -121,6 +124,10 @@ class Selection {
   /// Leaves the directories in `directory` that match `wanted` pending.
   bool FindBelow(const DirectoryPointer& directory, const std::string& wanted,
                  const std::string& separators, std::string_view rest) {
+    if (const std::string name = OnlyName(wanted); !name.empty()) {
+      pending_.push_back({directory, name + separators, Links::kFollowed, rest});
+      return true;
+    }
     std::vector<DirectoryEntry> entries;
     if (!List(directory, entries)) return false;
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
