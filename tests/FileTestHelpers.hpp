@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: BSL-1.0
-// What the tests of operations on files share.
+// What the tests of operations on files share, and what they call otherwise on each system.
 #ifndef REGEXCLASS_TESTS_FILETESTHELPERS_HPP
 #define REGEXCLASS_TESTS_FILETESTHELPERS_HPP
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,15 +13,74 @@
 #include <stdexcept>
 #include <string>
 
-#ifndef _WIN32
-#include <sys/mman.h>
-#include <sys/wait.h>
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <unistd.h>
 #endif
 
 namespace RegexClass::test {
 
 namespace fs = std::filesystem;
+
+#ifdef _WIN32
+/// The system's numbers for what goes wrong.
+constexpr int kBroken = ERROR_IO_DEVICE, kStale = ERROR_FILE_INVALID,
+              kExists = ERROR_ALREADY_EXISTS, kIsDirectory = ERROR_ACCESS_DENIED,
+              kTooLarge = ERROR_FILE_TOO_LARGE;
+/// Whether anybody can make symbolic links, and give a file away.
+constexpr bool kIsPosix = false;
+
+inline void SetVariable(const char* name, const std::string& value) {
+  _putenv_s(name, value.c_str());
+}
+/// The files that this process has open, and what else it has of the system.
+inline std::ptrdiff_t OpenFiles() {
+  DWORD handles = 0;
+  GetProcessHandleCount(GetCurrentProcess(), &handles);
+  return static_cast<std::ptrdiff_t>(handles);
+}
+/// Gives a file an attribute that a new one hasn't, and which writing may cost it.
+inline void Mark(const std::string& file) {
+  SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_HIDDEN);
+}
+inline bool IsMarked(const std::string& file) {
+  return (GetFileAttributesA(file.c_str()) & FILE_ATTRIBUTE_HIDDEN) != 0;
+}
+/// Lets root have the rights of an ordinary user, and files of his in the current directory.
+struct AsOrdinaryUser {
+  AsOrdinaryUser() {}  // has no need of it
+};
+#else
+constexpr int kBroken = EIO, kStale = ESTALE, kExists = EEXIST, kIsDirectory = EISDIR,
+              kTooLarge = EFBIG;
+constexpr bool kIsPosix = true;
+
+inline void SetVariable(const char* name, const std::string& value) {
+  setenv(name, value.c_str(), 1);
+}
+inline std::ptrdiff_t OpenFiles() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+}
+inline void Mark(const std::string& file) { fs::permissions(file, fs::perms(04755)); }
+inline bool IsMarked(const std::string& file) {
+  return fs::status(file).permissions() == fs::perms(04755);
+}
+struct AsOrdinaryUser {
+  AsOrdinaryUser() {
+    bool given = true;
+    for (const auto& entry : fs::recursive_directory_iterator(".")) {
+      given = given && (user != 0 || chown(entry.path().c_str(), 65534, getegid()) == 0);
+    }
+    if (!given || (user == 0 && seteuid(65534) != 0)) throw std::runtime_error("can't be another");
+  }
+  AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+  ~AsOrdinaryUser() {
+    if (seteuid(user) != 0) std::abort();
+  }
+  const uid_t user = geteuid();
+};
+#endif
 
 /// The content; empty when there is no file of that name.
 inline std::string ReadFile(const std::string& name) {
@@ -71,32 +131,6 @@ inline std::map<std::string, std::string> Contents() {
   }
   return contents;
 }
-
-#ifndef _WIN32
-/// The number of files that this process has open.
-inline std::ptrdiff_t OpenDescriptors() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-}
-
-/// What `run` gives as text, in a process of its own that may give up its rights.
-template <class Run>
-std::string InChild(Run run) {
-  const int outcome = memfd_create("outcome", 0);
-  const pid_t child = fork();
-  if (child == 0) {
-    std::string text = "failed";
-    try {
-      text = run();
-    } catch (const std::exception&) {
-    }
-    _exit(write(outcome, text.data(), text.size()) < 0 ? 1 : 0);
-  }
-  waitpid(child, nullptr, 0);
-  std::string text = ReadFile("/proc/self/fd/" + std::to_string(outcome));
-  close(outcome);
-  return text;
-}
-#endif
 
 }  // namespace RegexClass::test
 

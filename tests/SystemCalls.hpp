@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: BSL-1.0
 // The calls of the system that the library makes, in the test's hand.
 //
-// What a program defines takes the place of the C library's, for shared libraries, too: these are
-// in the programs that SystemCalls.cpp belongs to.
+// Each system has a source of its own for that, and the programs that it belongs to have the calls
+// hooked.
 #ifndef REGEXCLASS_TESTS_SYSTEMCALLS_HPP
 #define REGEXCLASS_TESTS_SYSTEMCALLS_HPP
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <string_view>
 #include <utility>
@@ -14,7 +15,8 @@
 namespace RegexClass::test {
 
 /// All that they take is numbers and pointers, which are passed alike as words.
-using Words = std::array<long, 5>;
+using Word = std::intptr_t;
+using Words = std::array<Word, 7>;
 
 /// Runs just before each call, with its name and its arguments, and gives the error that it is to
 /// fail with, or 0. It may change the arguments; a transfer that fails is made all the same, so
@@ -35,8 +37,22 @@ class HookedSystemCalls {
   const SystemCallHook hook_;
 };
 
+/// What the hook, if there is one, has to say of a call.
+inline int AskHook(std::string_view name, Words& arguments) {
+  const SystemCallHook* const hook = std::exchange(systemCallHook, nullptr);
+  const int error = hook != nullptr ? (*hook)(name, arguments) : 0;
+  systemCallHook = hook;
+  return error;
+}
+
 /// Makes a call, by the hook if there is one.
-long CallSystem(std::string_view name, Words arguments);
+Word CallSystem(std::string_view name, Words arguments);
+
+inline bool IsTransfer(std::string_view name) {
+  return name == "read" || name == "write" || name == "ReadFile" || name == "WriteFile";
+}
+/// Makes a transfer half as long; the size is the third argument of the calls that have one.
+inline void Halve(Words& arguments) { arguments[2] -= arguments[2] / 2; }
 
 }  // namespace RegexClass::test
 

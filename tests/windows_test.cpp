@@ -1,29 +1,17 @@
 // SPDX-License-Identifier: BSL-1.0
 // What is Windows' own: names and walks, files in use, catalogues, the user's locale, the module.
 
-#include <thread>
+#include <memory>
 #include <windows.h>
 
 #include <gtest/gtest.h>
 
-#include "FileTestHelpers.hpp"
-#include "TestHelpers.hpp"
+#include "LocaleTestHelpers.hpp"
+#include "OperationTestHelpers.hpp"
+#include "SystemCalls.hpp"
 
 namespace RegexClass::test {
 namespace {
-
-using Problem = RE::FileChangeProblem;
-
-Texts Found(const std::string& files, bool recursion = false) {
-  RE re = Make("x", "");
-  re.SetFilesToMatch(files);
-  re.SetDirectoryRecursion(recursion);
-  Texts found;
-  re.SetOnFindFilesClosure([&](RE*, const std::string& file, bool&) { found.push_back(file); });
-  re.FindFiles();
-  EXPECT_EQ(nullptr, re.GetFindFilesErrors()) << files;
-  return found;
-}
 
 TEST(Windows, FindsFilesByItsOwnRules) {
   const Scratch scratch;
@@ -49,7 +37,7 @@ TEST(Windows, FindsFilesByItsOwnRules) {
       {"NUL;sub\\con.txt;COM1;\\\\.\\NUL;nothing\\*;noext\\x;sub;[", false, {}},
   };
   for (const auto& [pattern, recursion, files] : cases) {
-    EXPECT_EQ(files, Found(pattern, recursion)) << pattern;
+    EXPECT_EQ(files, Found(Walker("x", pattern, recursion))) << pattern;
   }
 }
 
@@ -64,13 +52,12 @@ struct Opened {
   const HANDLE handle;
 };
 
-/// One line for what comes of a rewriting while `provoke` or its result has a say: the number of
+/// One line for what comes of a rewriting while the result of `provoke` lasts: the number of
 /// changes, the problem, and the contents afterwards.
 template <class Provoke>
 std::string Changed(Provoke provoke) {
-  RE re = Make("x", "");
+  RE re = Walker("x", "a.txt");
   re.SetFormatString("yy");
-  re.SetFilesToMatch("a.txt");
   re.SetSaveExtension("bak");
   std::string told;
   {
@@ -78,77 +65,43 @@ std::string Changed(Provoke provoke) {
     told = std::to_string(re.ChangeFiles());
   }
   if (const auto* const problems = re.GetChangeFilesErrors()) {
-    for (const Problem& problem : *problems) {
-      told += ' ' + problem.file + ' ' + std::to_string(problem.kind) + ' ' +
-              std::to_string(problem.lastError);
-    }
+    for (const Problem& problem : *problems) told += ' ' + Line(problem);
   }
   for (const auto& [name, text] : Contents()) told += ' ' + name + '=' + text;
   return told;
 }
 
-TEST(Windows, TellsWhyAFileIsNotRewritten) {
-  const auto provoked = [](auto provoke) {
-    const Scratch scratch;
-    WriteFile("a.txt", "-x-");
-    const std::string told = Changed(provoke);
-    SetFileAttributesA("a.txt", FILE_ATTRIBUTE_NORMAL);
-    return told;
-  };
-  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", provoked([] { return 0; }));
-  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", provoked([] { return WriteFile("a.bak", "older"), 0; }));
-  EXPECT_EQ("0 a.txt=-x-",
-            provoked([] { return SetFileAttributesA("a.txt", FILE_ATTRIBUTE_READONLY); }));
-  EXPECT_EQ("0 a.bak 5 5 a.txt=-x-", provoked([] { return fs::create_directory("a.bak"); }));
-  // In use: by one who reads on, who writes, and whose reading shuts out all that write.
+TEST(Windows, TellsWhyAFileInUseIsNotRewritten) {
+  const Scratch scratch;
+  WriteFile("a.txt", "-x-");
+  // By one who writes, one whose reading shuts out all that write, and one who reads on.
   const auto opened = [](DWORD access, DWORD share) {
     return [=] { return std::make_unique<Opened>("a.txt", access, share); };
   };
   constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", provoked(opened(GENERIC_READ, kAll)));
-  EXPECT_EQ("0 a.txt 0 32 a.txt=-x-", provoked(opened(GENERIC_WRITE, kAll)));
-  EXPECT_EQ("0 a.txt 6 32 a.bak=-x- a.txt=-x-", provoked(opened(GENERIC_READ, FILE_SHARE_READ)));
-}
-
-TEST(Windows, KeepsWhatIsNotContent) {
-  const Scratch scratch;
-  for (const bool hasOtherName : {false, true}) {
-    WriteFile("a.txt", "x");
-    ASSERT_TRUE(!hasOtherName || CreateHardLinkA("b.txt", "a.txt", nullptr));
-    SetFileAttributesA("a.txt", FILE_ATTRIBUTE_HIDDEN);
-    EXPECT_EQ(hasOtherName ? "1 a.bak=x a.txt=yy b.txt=yy" : "1 a.bak=x a.txt=yy",
-              Changed([] { return 0; }));
-    EXPECT_NE(0U, GetFileAttributesA("a.txt") & FILE_ATTRIBUTE_HIDDEN);
-    SetFileAttributesA("a.txt", FILE_ATTRIBUTE_NORMAL);
-  }
+  EXPECT_EQ("0 a.txt kind 0 at 0  error 32 a.txt=-x-", Changed(opened(GENERIC_WRITE, kAll)));
+  EXPECT_EQ("0 a.txt kind 6 at 0  error 32 a.bak=-x- a.txt=-x-",
+            Changed(opened(GENERIC_READ, FILE_SHARE_READ)));
+  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", Changed(opened(GENERIC_READ, kAll)));
 }
 
 // ----------------------------------------------------------------------------------- locales
 
-TEST(Windows, HasTextsInLibrariesOfStrings) {
+TEST(Windows, TakesNoPlantedCatalogue) {
   const Scratch scratch;
-  char application[MAX_PATH];
-  GetModuleFileNameA(nullptr, application, MAX_PATH);
-  const fs::path catalogue = fs::path(application).parent_path() / "catalogue.dll";
-  fs::copy_file(catalogue, "planted.dll");
-  const std::tuple<std::string, bool> cases[] = {
-      {catalogue.string(), true}, {"catalogue", true},  // the last name that is tried
-      {"planted.dll", false},     {".\\planted.dll", true},
-      {"./planted", true},        {"none.dll", false}};
+  const auto name = [](LCTYPE type, std::size_t size) {
+    char text[100];
+    GetLocaleInfoA(LOCALE_USER_DEFAULT, type, text, sizeof text);
+    return std::string(text, size);
+  };
+  const std::string language = name(LOCALE_SNATIVELANGNAME, 2);
+  WriteCatalogue("planted.dll", "251 planted");
   for (const RE::LocaleModels model : {RE::CppLocale, RE::W32Locale}) {
-    for (const auto& [name, loads] : cases) {
-      RE re = Make("a", "a");
-      re.SetLocaleModel(model);
-      re.SetLocaleDll("no such catalogue");
-      re.ParseExpression();
-      re.SetLocaleDll(name);
-      re.ParseExpression();
-      re.SetExpression("");
-      EXPECT_EQ(loads ? "A" : "Empty expression", re.GetExpressionError()) << name;
-      re.SetExpression("(");
-      re.ParseExpression();
-      EXPECT_EQ(loads, re.GetExpressionError().rfind("A parenthesis", 0) == 0) << name;
-    }
+    ExpectTried({language + name(LOCALE_SNATIVECTRYNAME, 1), language, "dll"}, model);
+    EXPECT_EQ("planted", Loaded(".\\planted", model));
+    for (const char* const bare : {"planted.dll", "planted"})
+      EXPECT_EQ(kEmpty, Loaded(bare, model));
+    EXPECT_EQ("A", Loaded("catalogue", model));  // lies beside the program
   }
 }
 

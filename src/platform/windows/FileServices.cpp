@@ -110,6 +110,10 @@ class WindowsFile : public File {
 
 using Status = BY_HANDLE_FILE_INFORMATION;
 
+/// The attributes that a program may set.
+constexpr DWORD kSettable = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN |
+                            FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
+
 /// What tells whether a file has been written to.
 bool SameContent(const Status& a, const Status& b) {
   return IdentityOf(a) == IdentityOf(b) && a.nFileSizeHigh == b.nFileSizeHigh &&
@@ -252,9 +256,9 @@ class WindowsTarget final : public Target {
 
   Error RestoreAttributes() override {
     const DWORD present = GetFileAttributesA(path_.c_str());
-    return present == status_.dwFileAttributes
+    return (present & kSettable) == Attributes()
                ? 0
-               : Outcome(SetFileAttributesA(path_.c_str(), status_.dwFileAttributes));
+               : Outcome(SetFileAttributesA(path_.c_str(), Attributes()));
   }
 
  private:
@@ -299,6 +303,7 @@ class WindowsTarget final : public Target {
 
     Error Publish() override {
       Error error = Finish();
+      if (error == 0) error = Outcome(SetFileAttributesA(name_.c_str(), target_.Attributes()));
       if (error == 0) error = target_.CheckName();
       if (error != 0) return error;
       // The old file goes aside and is deleted under a name of its own: who still has it open keeps
@@ -309,12 +314,14 @@ class WindowsTarget final : public Target {
       if (error != 0) return error;
       DeleteFileA(old.c_str());
       name_.clear();
-      return target_.RestoreAttributes();
+      return 0;
     }
 
    private:
     WindowsTarget& target_;  // which outlasts this object
   };
+
+  DWORD Attributes() const { return status_.dwFileAttributes & kSettable; }
 
   /// Whether the name still is the file's.
   Error CheckName() const {

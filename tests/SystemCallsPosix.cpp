@@ -1,22 +1,19 @@
 // SPDX-License-Identifier: BSL-1.0
-#include "SystemCalls.hpp"
-
+// What a program defines takes the place of the C library's, for shared libraries, too.
 #include <cerrno>
 #include <dlfcn.h>
 
+#include "SystemCalls.hpp"
+
 namespace RegexClass::test {
 
-long CallSystem(std::string_view name, Words w) {
-  int error = 0;
-  if (const SystemCallHook* const hook = std::exchange(systemCallHook, nullptr)) {
-    error = (*hook)(name, w);
-    systemCallHook = hook;
-  }
-  const bool isMade = name == "read" || name == "write" || name == "close";
+Word CallSystem(std::string_view name, Words w) {
+  const int error = AskHook(name, w);
+  const bool isMade = IsTransfer(name) || name == "close";
   if (error != 0 && !isMade) return errno = error, -1;
   const auto function =
-      reinterpret_cast<long (*)(long, long, long, long, long)>(dlsym(RTLD_NEXT, name.data()));
-  const long result = function(w[0], w[1], w[2], w[3], w[4]);
+      reinterpret_cast<Word (*)(Word, Word, Word, Word, Word)>(dlsym(RTLD_NEXT, name.data()));
+  const Word result = function(w[0], w[1], w[2], w[3], w[4]);
   return error != 0 ? (errno = error, -1) : result;
 }
 
