@@ -18,8 +18,9 @@ namespace {
 
 /// A small expression over a and b; not each one compiles.
 std::string Expression(Random& random, int depth = 3) {
-  static const char* const kAtoms[] = {"a", "b",   ".",    "[ab]", "\\n",   "^",      "$",  "\\b",
-                                       "",  "\\1", "[^a]", "(?i)", "(?=b)", "(?<!a)", "\\<"};
+  static const char* const kAtoms[] = {"a",     "b",      ".",   "[ab]", "\\n",   "^",
+                                       "$",     "\\b",    "",    "\\1",  "[^a]",  "(?i)",
+                                       "(?=b)", "(?<!a)", "\\<", "é",    "(?<=é)"};
   static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
   if (depth == 0 || random.Below(4) == 0) return kAtoms[random.Below(std::size(kAtoms))];
   const std::string part = Expression(random, depth - 1);
@@ -191,12 +192,13 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
 TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
   Random random(4);
   for (int i = 0; i < Cases(6000); ++i) {
-    RE re = Make(Expression(random), random.Text(std::string("aAbB\n\0\r\xe9 ", 9), 30));
+    RE re =
+        Make(Expression(random), random.Text(std::string("aAbB\n\0\r\xc3\xa9\xc3\xa9 ", 12), 30));
     re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
     re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
     re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
     re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
-    re.SetLocaleModel(static_cast<RE::LocaleModels>(random.Below(3)));
+    re.SetLocaleModel(static_cast<RE::LocaleModels>(random.Below(RE::UnicodeLocale + 1)));
     re.SetFormatString("<$0$1>");
     std::ostringstream record;
     record << re;

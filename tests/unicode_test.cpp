@@ -9,6 +9,7 @@
 #include <unicode/utf8.h>
 
 #include "TestHelpers.hpp"
+#include "engine/CandidateFinder.hpp"
 #include "engine/Utf8.hpp"
 
 namespace RegexClass::test {
@@ -16,6 +17,9 @@ namespace {
 
 using engine::EngineChar;
 using Character = std::pair<EngineChar, std::string>;  // negative for a byte that isn't UTF-8
+
+/// Makes every search use a finder, with windows smaller than the texts here, or none.
+void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5}; }
 
 RE Unicode(const std::string& expression, const std::string& text, bool icase = false) {
   RE re = Make(expression, text);
@@ -109,6 +113,7 @@ TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
   Random random(1);
   for (int i = Cases(20000); i > 0; --i) {
     std::string text, expression, merged, expected;
+    UseFinder(random.Below(4) == 0);
     for (std::size_t n = random.Below(9); n > 0; --n)
       text += alphabet[random.Below(alphabet.size())];
     const bool icase = random.Flip();

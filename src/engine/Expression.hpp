@@ -67,8 +67,6 @@ class Expression {
   static std::string Format(const boost::cmatch& results, const char* format, Flags flags);
 
  private:
-  class Walk;
-
   boost::basic_regex<char, Traits> regex_;
   std::shared_ptr<EarnedFinder> finder_;
   std::optional<typename Traits::locale_type> locale_;

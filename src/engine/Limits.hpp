@@ -14,7 +14,8 @@ namespace RegexClass::engine {
 /// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
 /// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find
 /// the one for ever, and text of two matches can't be replaced twice.
-inline void RequireProgress(const boost::cmatch& results, const char* from) {
+template <class Iterator>
+void RequireProgress(const boost::match_results<Iterator>& results, Iterator from) {
   if (results[0].second < results[0].first || results[0].first < from) {
     throw boost::regex_error(boost::regex_constants::error_complexity);
   }

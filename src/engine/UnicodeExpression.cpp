@@ -13,8 +13,10 @@
 #include "engine/CompileErrors.hpp"
 #include "engine/Limits.hpp"
 #include "engine/Tokens.hpp"
+#include "engine/UnicodeAtoms.hpp"
 #include "engine/UnicodeNotation.hpp"
 #include "engine/UnicodeTraits.hpp"
+#include "engine/Walk.hpp"
 
 namespace RegexClass::engine {
 namespace {
@@ -27,6 +29,12 @@ using WideMatcher =
 
 }  // namespace
 }  // namespace RegexClass::engine
+
+/// The engine asks whether a match is empty, and needn't count its characters for that.
+template <>
+RegexClass::engine::WideSub::difference_type RegexClass::engine::WideSub::length() const {
+  return matched ? second.Position() - first.Position() : 0;
+}
 
 namespace boost::BOOST_REGEX_DETAIL_NS {
 
@@ -271,6 +279,7 @@ void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
     if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
     program_ = std::make_shared<const Program>(source, word, translation, *locale_);
+    finder_ = std::make_shared<EarnedFinder>();
     groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());
   } catch (const boost::regex_error& error) {
     throw Told(error, source, translation, nullptr);
@@ -290,12 +299,12 @@ bool Expression<Unicode>::Search(const char* first, const char* last, boost::cma
   }
   const Utf8Text text = {first, last};
   WideMatch found;
-  if (!boost::regex_search(Utf8Iterator(text, first), Utf8Iterator(text, last), found,
-                           program_->regex, flags)) {
+  if (!Walk(*finder_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last), 0,
+            flags, found)
+           .Next()) {
     return false;
   }
   ToBytes(found, program_->groupNames, results);
-  RequireProgress(results, first);
   return true;
 }
 
@@ -322,15 +331,17 @@ unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flag
     return ascii->Grep(first, last, flags, report);
   }
   const Utf8Text text = {first, last};
+  WideMatch found;
+  Walk walk(*finder_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last),
+            static_cast<std::size_t>(last - first), flags, found);
   boost::cmatch results;
-  return boost::regex_grep(
-      [&](const WideMatch& found) {
-        ToBytes(found, program_->groupNames, results);
-        RequireProgress(results, first);
-        first = results[0].second;
-        return report(results);
-      },
-      Utf8Iterator(text, first), Utf8Iterator(text, last), program_->regex, flags);
+  unsigned int count = 0;
+  while (walk.Next()) {
+    ++count;
+    ToBytes(found, program_->groupNames, results);
+    if (!report(results)) break;
+  }
+  return count;
 }
 
 void Expression<Unicode>::Merge(const char* first, const char* last, const char* format,

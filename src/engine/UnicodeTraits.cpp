@@ -96,6 +96,17 @@ Members FindMembers(const std::string& name, EngineChar mark) {
   return made;
 }
 
+/// Appends the first and the one behind the last of each run of members.
+void AppendRuns(const USet* members, std::vector<EngineChar>& ends) {
+  for (std::int32_t i = 0; i < uset_getItemCount(members); ++i) {
+    UErrorCode error = U_ZERO_ERROR;
+    UChar32 first = 0;
+    UChar32 last = 0;
+    if (uset_getItem(members, i, &first, &last, nullptr, 0, &error) != 0) continue;  // a text
+    ends.insert(ends.end(), {first, last + 1});
+  }
+}
+
 /// Whether a name can be that of a class at all, and nothing that ICU would read beyond one.
 bool IsName(const EngineChar* first, const EngineChar* last) {
   return first != last && std::all_of(first, last, [](EngineChar c) {
@@ -224,6 +235,24 @@ bool UnicodeTraits::isctype(EngineChar c, char_class_type classes) const {
     if ((classes >>= 1) == 0) break;
   }
   return false;
+}
+
+void UnicodeTraits::AppendChanges(char_class_type classes, std::vector<EngineChar>& changes) const {
+  for (const Class& each : classes_) {
+    if ((classes & 1) != 0) AppendRuns(each.members.get(), changes);
+    classes >>= 1;
+  }
+}
+
+const std::vector<EngineChar>& UnicodeTraits::CaseChanges() {
+  static const std::vector<EngineChar> changes = [] {
+    std::vector<EngineChar> made;
+    for (EngineChar c = 0x80; c <= kLastCodePoint; ++c) {
+      if (translate_nocase(c) != c) made.insert(made.end(), {c, c + 1});
+    }
+    return made;
+  }();
+  return changes;
 }
 
 UnicodeTraits::string_type UnicodeTraits::lookup_collatename(const EngineChar* first,

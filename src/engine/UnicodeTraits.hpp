@@ -50,6 +50,10 @@ class UnicodeTraits {
   /// The class of a name, which may begin with a ClassMark; 0 when there is none.
   char_class_type lookup_classname(const EngineChar* first, const EngineChar* last) const;
   bool isctype(EngineChar c, char_class_type classes) const;
+  /// Appends the code points at which what isctype() tells of `classes` changes.
+  void AppendChanges(char_class_type classes, std::vector<EngineChar>& changes) const;
+  /// The first and the one behind the last of each run of code points that case folding changes.
+  static const std::vector<EngineChar>& CaseChanges();
   /// The character of a name, or of itself; empty when there is none.
   static string_type lookup_collatename(const EngineChar* first, const EngineChar* last);
 

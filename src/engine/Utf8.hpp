@@ -70,6 +70,15 @@ inline Utf8Char DecodeUtf8Before(const char* first, const char* position) {
   return {kIllFormedByte + static_cast<unsigned char>(position[-1]), 1};
 }
 
+/// Whether `position`, in [first, last], lies inside a character.
+inline bool IsInsideUtf8(const char* first, const char* position, const char* last) {
+  for (int back = 0; back < 4 && position - first >= back && position != last; ++back) {
+    if ((static_cast<unsigned char>(position[-back]) & 0xC0) == 0x80) continue;
+    return back != 0 && DecodeUtf8(position - back, last).size > back;
+  }
+  return false;
+}
+
 /// Appends the bytes of a character; those of a byte that wasn't UTF-8 are that byte.
 inline void AppendUtf8(EngineChar character, std::string& out) {
   const auto c = static_cast<std::uint32_t>(ToCodePoint(character));
@@ -105,6 +114,11 @@ class Utf8Iterator {
   Utf8Iterator(const Utf8Text& text, const char* position) : position_(position), text_(&text) {}
 
   const char* Position() const { return position_; }
+  /// Goes to a byte of the text; false when that lies inside a character.
+  bool MoveTo(const char* position) {
+    position_ = position;
+    return !IsInsideUtf8(text_->first, position, text_->last);
+  }
 
   EngineChar operator*() const {
     return *position_ >= 0 ? *position_ : DecodeUtf8(position_, text_->last).character;
@@ -129,6 +143,7 @@ class Utf8Iterator {
   }
   friend bool operator==(Utf8Iterator a, Utf8Iterator b) { return a.position_ == b.position_; }
   friend bool operator!=(Utf8Iterator a, Utf8Iterator b) { return a.position_ != b.position_; }
+  friend bool operator<(Utf8Iterator a, Utf8Iterator b) { return a.position_ < b.position_; }
 
  private:
   const char* position_ = nullptr;
