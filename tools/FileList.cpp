@@ -69,7 +69,7 @@ class Lister {
   void Argument(const std::string& argument) {
     const int error = Name(argument);
     if (error == 0) return;
-    if (!choice_.recursive && FindSpecial(argument) == argument.size()) {
+    if (FindSpecial(argument) == argument.size()) {
       problems_.Tell(argument, SystemWords(error));
     } else {
       Patterns(argument);

@@ -40,8 +40,8 @@ struct ListedFile {
 ///
 /// An argument that names something that exists stands for itself, whatever characters are in it,
 /// so that the names that a shell makes of its patterns mean what they say; a directory stands for
-/// its files. Everything else is a pattern, as glob(7) has them, whose last component is applied in
-/// all directories below too when the choice says so.
+/// its files. What names nothing is a problem, unless it is a pattern, as glob(7) has them, whose
+/// last component is applied in all directories below too when the choice says so.
 std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems, Progress& progress);
 
 /// Whether there is a zero byte in the file's first 8 KiB; false for what can't be read.
