@@ -165,12 +165,12 @@ TEST_F(Tool, OptionsReachEverySetting) {
       "() { $T settings -w - \"$@\" | $T settings --settings -; }; diff <(show) ";
   RunAll({
       {"show" + show +
-           "<(show -e '[a]' --locale-model w32 --locale-dll m -t 'b\n' --copy -r "
+           "<(show -e '[a]' --locale-model w32 --locale-dll m -t 'b\n' --no-copy -r "
            "--files '*.a;b' --save o --match-option not-bol,any --no-match-option any) | grep '>'",
        0,
        "> expression:                 \"[a]\"\n> match options:              not-bol\n"
        "> locale model:               w32\n> message catalogue:          \"m\"\n"
-       "> text:                       \"b\\n\"\n> merge copies the rest:      yes\n"
+       "> text:                       \"b\\n\"\n> merge copies the rest:      no\n"
        "> files:                      \"*.a;b\"\n> directories below too:      yes\n"
        "> extension of saved copies:  \"o\"\n"},
       {"show" + show +
@@ -182,7 +182,7 @@ TEST_F(Tool, OptionsReachEverySetting) {
        "> format:                     \"$1\"\n> format type:                perl\n"
        "> merge only the first:       yes\n> most pieces of a split:     7\n"
        "> split deletes its input:    yes\n> go on after a failure:      no\n"},
-      {"$T settings -e b -f '<$&>' -t abc --copy -w s; $T merge --settings s;"
+      {"$T settings -e b -f '<$&>' -t abc -w s; $T merge --settings s;"
        "echo xbx | $T merge --settings s --no-copy -; $T settings --settings s --json |"
        "grep -o .copy.:true",
        0, "a<b>c\n<b>\n\"copy\":true\n"},

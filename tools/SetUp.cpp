@@ -268,6 +268,8 @@ void Apply(const SetUp& setUp, RE& object) {
     std::ifstream in(*setUp.settingsFile, std::ios::binary);
     if (!in) throw Failure(*setUp.settingsFile + ": " + SystemWords(errno));
     ReadSettings(object, in, *setUp.settingsFile);
+  } else {
+    object.SetMergeCopy(true);  // a tool that rewrites prints the rest too
   }
   SetExpressionOptions(setUp, object);
   SetLocales(setUp, object);

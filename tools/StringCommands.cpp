@@ -298,8 +298,6 @@ std::uint64_t MergeText(Job& job) {
 ExitStatus RunMerge(const Request& request) {
   Job job(request);
   CheckExpression(job.object, false);
-  // A tool that rewrites prints the rest too, unless it was asked not to.
-  if (!request.setUp.mergeCopy && !request.setUp.settingsFile) job.object.SetMergeCopy(true);
   // Merge takes no notice of this option, and so the searches beside it mustn't.
   job.object.DeleteMatchOption(RE::MatchPartial);
   // With nobody to notify, Merge reads the format string as FormatAll, whatever its type.
