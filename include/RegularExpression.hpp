@@ -612,6 +612,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   const std::vector<FileSearchProblem>* GetGrepFilesErrors() const;
   const std::vector<FileSearchProblem>* GetFindFilesErrors() const;
 
+  /// During a notification of an operation on files, the whole content of the file that is being
+  /// reported, which the match's position counts in; of the innermost one where they run inside
+  /// each other. Valid during the notification; empty at all other times.
+  std::string_view GetFileContent() const;
+
   /// Replaces the matches in each file, and gives the number of matches replaced in files that
   /// have been rewritten.
   ///

@@ -39,11 +39,14 @@ inline Texts Log(RE& re, bool grep) {
                                    bool& more) {
     EXPECT_EQ(object, &re);
     EXPECT_TRUE(std::exchange(more, match[0].text != "last"));
+    const auto begin = static_cast<std::size_t>(match[0].position);
+    EXPECT_EQ(object->GetFileContent().substr(begin, match[0].text.size()), match[0].text);
     log.push_back(file + ':' + std::to_string(line));
     for (const REMatch& m : match) log.back() += ':' + std::to_string(m.position) + ':' + m.text;
   });
   const std::size_t count = grep ? re.GrepFiles() : re.FindFiles();
   EXPECT_EQ(count, log.size());
+  EXPECT_EQ(re.GetFileContent(), "");
   const auto* const problems = grep ? re.GetGrepFilesErrors() : re.GetFindFilesErrors();
   if (problems == nullptr) return log;
   static const char* const kKinds[] = {": open: ", ": read: ", ": search: "};

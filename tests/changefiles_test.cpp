@@ -101,6 +101,7 @@ TEST(ChangeFiles, RunsInsideItself) {
       const RE settings = c.re;
       running = inner;
       EXPECT_EQ(3U, running.ChangeFiles());
+      EXPECT_EQ("xx", c.re.GetFileContent());
       c.re = settings;
     });
     EXPECT_EQ(2U, c.re.ChangeFiles());

@@ -57,13 +57,16 @@ TEST_F(FilesTest, AreSearchedUnderTheSettingsThatCount) {
   Write({"f"}, "Ab\nab,\xe4");
   const std::tuple<const char*, RE::Options, RE::Matches, unsigned int> cases[] = {
       {"ab", RE::Icase, RE::MatchDefault, 2},
+      {"ab", RE::NormalSyntax, RE::MatchDefault, 1},
       {"(?i:ab)", RE::Literal, RE::MatchDefault, 2},
       {"(?i:ab)", RE::ExtendedSyntax, RE::MatchDefault, 2},  // under which it is no good
       {"(ab", RE::BasicSyntax, RE::MatchDefault, 0},
       {"b.a", RE::NormalSyntax, RE::MatchNotDotNewline, 0},
       {"zz|\xe4z", RE::NormalSyntax, RE::MatchPartial, 0}};
+  RE re;  // lasts, with what it has compiled
   for (const auto& [expression, option, match, count] : cases) {
-    RE re = Walker(expression, "f");
+    const RE fresh = Walker(expression, "f");
+    re = fresh;
     re.AddExpressionOption(option);
     re.AddMatchOption(match);
     EXPECT_EQ(re.GrepFiles(), count) << expression;

@@ -45,6 +45,10 @@ class Expression {
 
   /// Whether the locale is still that of the last compile, good or not.
   bool LocaleStays() const { return compiledUnder_ == Traits::LocaleName(); }
+  /// Whether a compile that imbues nothing would give the same again.
+  bool LocaleIsDefault() const {
+    return locale_ && Traits::AreSame(*locale_, Traits::DefaultLocale()) && LocaleStays();
+  }
 
   // Below, [first, last) is the text. Only for an expression that compiled. A text with offsets
   // that don't fit 32 bits with a sign is a std::length_error.

@@ -57,6 +57,9 @@ class CatalogueTraits : public boost::cpp_regex_traits<char> {
   /// What tells whether an expression was compiled under another locale than that of the moment;
   /// the locale here is what was imbued, and doesn't change by itself.
   static std::string LocaleName() { return std::string(); }
+  static bool AreSame(const locale_type& a, const locale_type& b) {
+    return a.locale == b.locale && a.messages == b.messages;
+  }
 
  private:
   void FillSyntax();
@@ -83,6 +86,7 @@ struct CTraits : boost::c_regex_traits<char> {
   static const EngineMessages* Messages() { return nullptr; }
   /// The names of the locales that classes, case and order come from at the moment.
   static std::string LocaleName();
+  static bool AreSame(locale_type, locale_type) { return true; }  // nothing is in them
 
   // These hide those of the engine, which spoils keys that just fit its first buffer, and asks only
   // once in a process how the keys of the current locale are built.

@@ -36,6 +36,7 @@ class Expression<Unicode> {
   const std::optional<std::locale>& Locale() const { return locale_; }
   void Compile(const std::string& text, std::uint32_t word);
   bool LocaleStays() const { return true; }
+  bool LocaleIsDefault() const { return locale_ == std::locale(); }
 
   bool Search(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
   bool MatchWhole(const char* first, const char* last, boost::cmatch& results, Flags flags) const;

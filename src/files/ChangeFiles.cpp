@@ -98,6 +98,7 @@ class ChangeRun {
   }
 
   bool RaiseChangingFiles(const FileWalker& found) {
+    const FileContentScope content(state_, found.Content());
     bool change = true;
     if (const auto subscriber = state_.notifications.onChangingFiles.Current()) {
       subscriber(state_.owner, found.File().name, found.Marks(), found.Line(), change);

@@ -11,8 +11,9 @@
 
 namespace RegexClass {
 
-/// The walker for the settings and the locale model of `state`, if there is one. The expression is
-/// then also parsed as the object has it.
+/// The walker for the settings and the locale model of `state`; none when there is nothing to walk
+/// or nothing to search for: an empty pattern, or an expression that is empty or no good in the
+/// Perl syntax. The expression is also parsed as the object has it.
 std::optional<FileWalker> WalkerFor(ExpressionState& state);
 
 unsigned int GrepFiles(ExpressionState& state);

@@ -7,7 +7,6 @@
 #include <utility>
 #include <variant>
 
-#include "engine/SyntaxTranslation.hpp"
 #include "files/FileSelection.hpp"
 
 namespace RegexClass {
@@ -17,22 +16,6 @@ namespace {
 constexpr std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
-
-std::optional<FileWalker> FileWalker::Make(const Settings& settings,
-                                           engine::AnyExpression expression) {
-  if (!settings.HasExpression() || settings.filesToMatch.empty()) return std::nullopt;
-  const bool icase = settings.expressionOptions.count(RegularExpression::Icase) != 0;
-  try {
-    std::visit(
-        [&](auto& compiled) {
-          compiled.Compile(settings.expression, engine::kNormal | (icase ? engine::kIcase : 0U));
-        },
-        expression);
-  } catch (const boost::regex_error&) {
-    return std::nullopt;
-  }
-  return FileWalker(settings, std::move(expression));
-}
 
 FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expression)
     : expression_(std::move(expression)),
@@ -120,6 +103,9 @@ unsigned int FileWalker::Find(const Report& report) {
   });
 }
 
-std::vector<REMatch> FileWalker::Marks() const { return MarksOf(*match_, reader_.Text().data()); }
+const std::vector<REMatch>& FileWalker::Marks() const {
+  ToMarks(*match_, reader_.Text().data(), marks_);
+  return marks_;
+}
 
 }  // namespace RegexClass

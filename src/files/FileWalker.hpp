@@ -5,8 +5,8 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/AnyExpression.hpp"
@@ -28,9 +28,8 @@ class FileWalker {
   using Report = std::function<bool(const FileWalker&)>;
   using Problems = std::vector<RegularExpression::FileSearchProblem>;
 
-  /// A walker for what is set; none when there is nothing to walk or nothing to search for: an
-  /// empty pattern, or an expression that is empty or no good in the Perl syntax.
-  static std::optional<FileWalker> Make(const Settings& settings, engine::AnyExpression expression);
+  /// A walker by the settings, which searches for `expression`.
+  FileWalker(const Settings& settings, engine::AnyExpression expression);
 
   /// Reports each match in each file. Gives the number of reports. The matches of a file come
   /// together, ascending and without overlap, when the file has been read and closed.
@@ -46,11 +45,13 @@ class FileWalker {
 
   /// The file in hand.
   const platform::FoundFile& File() const { return file_; }
+  std::string_view Content() const { return reader_.Text(); }
 
   // The match in hand, in a report of Grep().
 
-  /// The marks, as a notification gets them: without the text before and behind.
-  std::vector<REMatch> Marks() const;
+  /// The marks, as a notification gets them: without the text before and behind. Good until the
+  /// next call.
+  const std::vector<REMatch>& Marks() const;
   /// The offset of the match from the start of the file.
   std::uint32_t Position() const {
     return static_cast<std::uint32_t>((*match_)[0].first - reader_.Text().data());
@@ -61,8 +62,6 @@ class FileWalker {
   unsigned int Line() const { return lines_.At((*match_)[0].first).number; }
 
  private:
-  FileWalker(const Settings& settings, engine::AnyExpression expression);
-
   /// Visits the files. `search` searches the text of one.
   template <class Search>
   unsigned int Visit(Search search);
@@ -80,6 +79,7 @@ class FileWalker {
   platform::FoundFile file_;
   const boost::cmatch* match_ = nullptr;
   mutable LineCounter lines_{nullptr};  // counts when a line is asked for
+  mutable std::vector<REMatch> marks_;  // whose memory is used again
   unsigned int reports_ = 0;
   bool reporting_ = false;  // a report runs, and what is thrown is the subscriber's
 };

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: BSL-1.0
 // GrepFiles and FindFiles.
 
-#include <type_traits>
-
 #include "files/FileOperations.hpp"
 
 namespace RegexClass {
@@ -13,6 +11,7 @@ const FileWalker::Problems* NullIfEmpty(const FileWalker::Problems& problems) {
 }
 
 bool RaiseGreppingFiles(ExpressionState& state, const FileWalker& walker) {
+  const FileContentScope content(state, walker.Content());
   bool more = true;
   if (const auto subscriber = state.notifications.onGreppingFiles.Current()) {
     subscriber(state.owner, walker.File().name, walker.Marks(), walker.Line(), more);
@@ -21,6 +20,7 @@ bool RaiseGreppingFiles(ExpressionState& state, const FileWalker& walker) {
 }
 
 bool RaiseFindFiles(ExpressionState& state, const FileWalker& walker) {
+  const FileContentScope content(state, walker.Content());
   bool more = true;
   if (const auto subscriber = state.notifications.onFindFiles.Current()) {
     subscriber(state.owner, walker.File().name, more);
@@ -31,11 +31,15 @@ bool RaiseFindFiles(ExpressionState& state, const FileWalker& walker) {
 }  // namespace
 
 std::optional<FileWalker> WalkerFor(ExpressionState& state) {
-  auto walker = state.WithModel([&](const auto& model) {
-    // Not the object's expression, but one of the same kind.
-    return FileWalker::Make(state.settings, std::decay_t<decltype(model.expression)>());
-  });
-  if (walker) state.ParseExpression();
+  const Settings& settings = state.settings;
+  std::optional<FileWalker> walker;
+  if (!settings.HasExpression() || settings.filesToMatch.empty()) return walker;
+  try {
+    state.WithModel([&](auto& model) { walker.emplace(settings, model.walk.For(settings)); });
+  } catch (const boost::regex_error&) {
+    return walker;
+  }
+  state.ParseExpression();
   return walker;
 }
 
@@ -62,6 +66,7 @@ unsigned int FindFiles(ExpressionState& state) {
 }
 
 unsigned int RegularExpression::GrepFiles() { return RegexClass::GrepFiles(*state); }
+std::string_view RegularExpression::GetFileContent() const { return state->fileContent; }
 unsigned int RegularExpression::FindFiles() { return RegexClass::FindFiles(*state); }
 const std::vector<RegularExpression::FileSearchProblem>* RegularExpression::GetGrepFilesErrors()
     const {

@@ -28,7 +28,7 @@ unsigned int GrepInto(ExpressionState& state, Matches* matches) {
 
   Matches found;
   const auto keep = [&](const boost::cmatch& results, const std::string& text) {
-    if (matches != nullptr) found.push_back(MarksOf(results, text.data()));
+    if (matches != nullptr) ToMarks(results, text.data(), found.emplace_back());
     return true;
   };
   unsigned int count = 0;

@@ -29,7 +29,7 @@ bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept,
     if (!found || !accept(results, first, last)) return false;
   }
   std::vector<REMatch> marks;
-  if (match != nullptr) marks = MarksOf(results, first);  // before the string may change
+  if (match != nullptr) ToMarks(results, first, marks);  // before the string may change
   if (const auto subscriber = slot.Current()) {
     const Line line = LineCounter(first).At(results[0].first);
     std::vector<REMatch> matches;

@@ -5,6 +5,20 @@
 #include <cstring>
 
 namespace RegexClass {
+namespace {
+
+/// Fills `match` from a part of the results, or as one that took no part.
+void Fill(REMatch& match, const boost::csub_match& part, bool took, const char* text) {
+  if (took) {
+    match.text.assign(part.first, part.second);
+    match.position = static_cast<std::int32_t>(part.first - text);
+  } else {
+    match.text.clear();
+    match.position = -1;
+  }
+}
+
+}  // namespace
 
 void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches) {
   const std::size_t marks = results.size();
@@ -14,24 +28,16 @@ void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMat
     // The engine has the prefix at -1 and the suffix at -2.
     const int index = i < marks ? static_cast<int>(i) : static_cast<int>(marks - i) - 1;
     const boost::csub_match& part = results[index];
-    REMatch& match = matches[i];
-    if (part.matched && (context || i < marks)) {
-      match.text.assign(part.first, part.second);
-      match.position = static_cast<std::int32_t>(part.first - base);
-    } else {
-      match.text.clear();
-      match.position = -1;
-    }
+    Fill(matches[i], part, part.matched && (context || i < marks), base);
   }
 }
 
-std::vector<REMatch> MarksOf(const boost::cmatch& results, const char* text) {
-  std::vector<REMatch> marks;
-  marks.reserve(results.size());
-  for (const boost::csub_match& mark : results) {
-    marks.push_back({mark.str(), mark.matched ? static_cast<std::int32_t>(mark.first - text) : -1});
+void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch>& marks) {
+  marks.resize(results.size());
+  for (std::size_t i = 0; i < marks.size(); ++i) {
+    const boost::csub_match& mark = results[static_cast<int>(i)];
+    Fill(marks[i], mark, mark.matched, text);
   }
-  return marks;
 }
 
 Line LineCounter::At(const char* position) {

@@ -15,9 +15,9 @@ namespace RegexClass {
 /// suffix, which are empty without `context`. Reuses the memory that the vector and its texts have.
 void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches);
 
-/// The whole match and the groups of `results`, as those see them who get no prefix and no suffix.
-/// `text` is the start of what was searched.
-std::vector<REMatch> MarksOf(const boost::cmatch& results, const char* text);
+/// Makes `marks` the whole match and the groups of `results`, as those see them who get no prefix
+/// and no suffix, in the same way. `text` is the start of what was searched.
+void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch>& marks);
 
 /// The line on which a match begins.
 struct Line {

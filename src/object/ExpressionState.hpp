@@ -5,6 +5,7 @@
 
 #include <locale>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -64,6 +65,7 @@ class ExpressionState {
   // The results belong to the operation that has published them here.
   const boost::cmatch* walkResults = nullptr;    // of the match that a walk is reporting
   const boost::cmatch* stringResults = nullptr;  // of a running Match, MatchAll or Search
+  std::string_view fileContent;                  // of the file that a walk is reporting
   std::vector<RegularExpression::FileSearchProblem> grepFilesErrors;
   std::vector<RegularExpression::FileSearchProblem> findFilesErrors;
   std::vector<RegularExpression::FileChangeProblem> changeFilesErrors;
@@ -97,6 +99,16 @@ class CurrentResultsScope {
 
  private:
   ScopedValue<const boost::cmatch*> current_;
+};
+
+/// Publishes the content of a file for the length of a report of it.
+class FileContentScope {
+ public:
+  FileContentScope(ExpressionState& state, std::string_view content)
+      : content_(state.fileContent, content, state.fileContent) {}
+
+ private:
+  ScopedValue<std::string_view> content_;
 };
 
 /// Marks the object busy for the life of the scope. Nested runs keep it busy to the end of the

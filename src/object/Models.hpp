@@ -10,6 +10,7 @@
 #include "engine/Expression.hpp"
 #include "engine/UnicodeExpression.hpp"
 #include "object/CatalogueInForce.hpp"
+#include "object/WalkExpression.hpp"
 
 namespace RegexClass {
 
@@ -59,6 +60,7 @@ struct Model {
 
   engine::Expression<Traits> expression;
   CompileRecord record;
+  WalkExpression<Traits> walk;
   bool localeChanged = false;  // another one was set, and the expression wasn't imbued since
 };
 

@@ -314,6 +314,9 @@ MUTANTS = {
          'const auto copy = model.expression;\n    const auto& expression = @ ? model.expression : copy;'),
     ],
     'object/ExpressionState.hpp': [
+        ("a file's content stays behind its report",
+         'content_(state.fileContent, content, state.fileContent) {}',
+         'content_(state.fileContent, content, @ ? content : state.fileContent) {}'),
         ('a walk inside a report brings back its results',
          'current_(state.walkResults, state.walkResults, nullptr) {}',
          'current_(state.walkResults, state.walkResults, @ ? state.walkResults : nullptr) {}'),
@@ -415,16 +418,19 @@ MUTANTS = {
     'files/FileWalker.cpp': [
         ("a callback's exception is swallowed", 'if (reporting_) throw;', 'if (reporting_ && !@) throw;'),
         ('walk goes on after a problem', 'return goOn_;', 'return goOn_ || @;'),
-        ('Icase not handed on', '(icase ? engine::kIcase : 0U)', '(icase && !@ ? engine::kIcase : 0U)'),
         ('partial in GrepFiles',
          'flags_(EngineMatchFlags(settings.matchOptions, false))',
          'flags_(EngineMatchFlags(settings.matchOptions, @))'),
         ('ContinueFiles ignored', 'goOn_(settings.continueFiles)', 'goOn_(settings.continueFiles || @)'),
     ],
+    'object/WalkExpression.hpp': [
+        ('Icase not handed on', '(icase ? engine::kIcase : 0U)', '(icase && !@ ? engine::kIcase : 0U)'),
+        ("a walk takes the former one's expression", 'compiled_ == wanted &&', '(compiled_ == wanted || (compiled_ && @)) &&'),
+        ("a walk takes the former one's locale",
+         '&& expression_.LocaleIsDefault()',
+         '&& (expression_.LocaleIsDefault() || @)'),
+    ],
     'files/SearchFiles.cpp': [
-        ('every model walks under CppLocale',
-         'std::decay_t<decltype(model.expression)>());',
-         '@ ? engine::AnyExpression(engine::Expression<engine::CppTraits>()) : engine::AnyExpression(std::decay_t<decltype(model.expression)>()));'),
         ('old problems stay', 'state.grepFilesErrors.clear();', 'if (!@) OLD'),
         ("object's own parse dropped",
          '    state.ParseExpression();\n',
