@@ -130,11 +130,11 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
   std::uint64_t count = 0;
   std::optional<FileLines> lines;
   bool begins = true;
-  const auto begin = [&](const ListedFile& file) {
+  const auto begin = [&](const ListedFile& file, std::string_view content) {
     count = 0;
     begins = true;
     const bool matchesAlone = style.Silent() || style.json || style.onlyMatching;
-    if (lines_.inverted || !matchesAlone) lines.emplace(worker.printer, lines_, file.name);
+    if (lines_.inverted || !matchesAlone) lines.emplace(worker.printer, lines_, file.name, content);
   };
   const auto put = [&] {
     std::string text = worker.TakeOutput();
@@ -162,7 +162,7 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
   };
   const auto match = [&](const ListedFile& file, const std::vector<REMatch>& marks,
                          unsigned int line) {
-    if (count == 0) begin(file);
+    if (count == 0) begin(file, worker.object.GetFileContent());
     ++count;
     if (style.quiet && !lines_.inverted) Found();
     if (lines) {
@@ -174,13 +174,13 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
     } else if (style.onlyMatching && !style.Silent()) {
       worker.printer.Record(file.name, line, marks[0].text, Printer::kMatchColor);
     }
-    if (worker.out.tellp() > (1 << 16)) put();
+    if (!style.Silent() && worker.out.tellp() > (1 << 16)) put();
     return lines_.inverted || count < most_;
   };
   PartSearch::OnFile without;
   if (lines_.inverted) {
     without = [&](const ListedFile& file) {
-      begin(file);
+      begin(file, ContentOf(file.name, std::string::npos));
       done(file);
     };
   }

@@ -93,8 +93,9 @@ void PartSearch::Prepare(RE& object) const {
   object.SetFilesToMatch(pattern);
 }
 
-bool PartSearch::IsUnwanted(const ListedFile& file) const {
-  return file.found && !job_.request.choice.binary && LooksBinary(file.name);
+bool PartSearch::IsUnwanted(const ListedFile& file, std::optional<std::string_view> content) const {
+  if (!file.found || job_.request.choice.binary) return false;
+  return LooksBinary(content ? *content : ContentOf(file.name, kLookedAt));
 }
 
 std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
@@ -140,7 +141,7 @@ void PartSearch::GrepFiles(RE& object, const OnMatch& match, const OnFile& done,
       if (!more) return;  // it has come since the files were listed
       PassTo(at, without);
       ++next_;
-      more = !IsUnwanted(job_.files[at]);
+      more = !IsUnwanted(job_.files[at], object.GetFileContent());
       if (!more) return;
       current = &job_.files[at];
     }
@@ -161,7 +162,7 @@ void PartSearch::FindFiles(RE& object, const OnFile& with, const OnFile& without
     if (next == part_.end) return;
     at = next;
     found.insert(at);
-    if (with && !IsUnwanted(job_.files[at])) with(job_.files[at]);
+    if (with && !IsUnwanted(job_.files[at], object.GetFileContent())) with(job_.files[at]);
   });
   object.FindFiles();
   Take(object.GetFindFilesErrors());

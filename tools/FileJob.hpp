@@ -7,9 +7,11 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Commands.hpp"
@@ -81,7 +83,8 @@ class PartSearch {
   std::size_t Find(const std::string& name, std::size_t from) const;
   void PassTo(std::size_t file, const OnFile& without);
   void Take(const std::vector<RE::FileSearchProblem>* problems);
-  bool IsUnwanted(const ListedFile& file) const;
+  /// Reads the file when no content is given.
+  bool IsUnwanted(const ListedFile& file, std::optional<std::string_view> content = {}) const;
   std::size_t End() const;
 
   const FileJob& job_;

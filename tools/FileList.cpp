@@ -191,7 +191,7 @@ class Lister {
         if (choice_.recursive && (shown || !dotted)) directories.push_back(path + kSeparators[0]);
       } else if (entry.kind == FileStatus::kFile) {
         const bool wanted = NameMatches(pattern, entry.name, !choice_.hidden);
-        const bool added = wanted && Add(entry.link ? KeyOfTarget(path) : KeyOf(path),
+        const bool added = wanted && Add(entry.link ? KeyOfTarget(path) : KeyIn(key, entry.name),
                                          {path, named, choice_.recursive});
         if (added == (dotted && !kStarTakesDots)) all = false;
       }
@@ -241,11 +241,20 @@ std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems,
   return Lister(choice, problems, progress).Run();
 }
 
-bool LooksBinary(const std::string& file) {
-  std::string start(8192, '\n');
-  std::ifstream(file, std::ios::binary)
-      .read(start.data(), static_cast<std::streamsize>(start.size()));
-  return start.find('\0') != std::string::npos;
+bool LooksBinary(std::string_view content) {
+  return content.substr(0, kLookedAt).find('\0') != std::string_view::npos;
+}
+
+std::string ContentOf(const std::string& file, std::size_t most) {
+  std::string content;
+  std::ifstream in(file, std::ios::binary);
+  while (in && content.size() < most) {
+    const std::size_t size = content.size();
+    content.resize(std::min(most, size * 2 + kLookedAt));
+    in.read(content.data() + size, static_cast<std::streamsize>(content.size() - size));
+    content.resize(size + static_cast<std::size_t>(in.gcount()));
+  }
+  return content;
 }
 
 }  // namespace tool

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Output.hpp"
@@ -44,8 +45,11 @@ struct ListedFile {
 /// last component is applied in all directories below too when the choice says so.
 std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems, Progress& progress);
 
-/// Whether there is a zero byte in the file's first 8 KiB; false for what can't be read.
-bool LooksBinary(const std::string& file);
+/// Whether there is a zero byte in the first 8 KiB of a file's content.
+constexpr std::size_t kLookedAt = 8192;
+bool LooksBinary(std::string_view content);
+/// The first `most` bytes of a file; those before an error when it can't be read.
+std::string ContentOf(const std::string& file, std::size_t most);
 
 }  // namespace tool
 

@@ -61,6 +61,8 @@ int WriteError(const std::string& path);
 /// One name for what has this path, by whatever way and in whatever case it is written; a link that
 /// the last component may be isn't followed.
 std::string KeyOf(const std::string& path);
+/// The same of a name that a listing gave, in the directory whose own key is `directory`.
+std::string KeyIn(const std::string& directory, const std::string& name);
 /// The same of what a link leads to.
 std::string KeyOfTarget(const std::string& path);
 

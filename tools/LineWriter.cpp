@@ -54,20 +54,16 @@ void LineWriter::Add(const Text& text, const std::vector<Span>& matches) {
   }
 }
 
-FileLines::FileLines(Printer& printer, const LineChoice& choice, const std::string& file)
-    : printer_(printer),
-      choice_(choice),
-      file_(file),
-      writer_(printer, choice, file, false),
-      in_(file, std::ios::binary) {}
+FileLines::FileLines(Printer& printer, const LineChoice& choice, const std::string& file,
+                     std::string_view content)
+    : choice_(choice), content_(content), writer_(printer, choice, file, false) {}
 
 /// Reads one line, with its line feed, to the end of the block.
 bool FileLines::ReadLine() {
-  std::string line;
-  if (!std::getline(in_, line)) return false;
-  if (!in_.eof()) line += '\n';
-  block_.bytes += line;
-  nextOffset_ += line.size();
+  if (nextOffset_ == content_.size()) return false;
+  const std::size_t end = std::min(content_.find('\n', nextOffset_), content_.size() - 1) + 1;
+  block_.bytes.append(content_, nextOffset_, end - nextOffset_);
+  nextOffset_ = end;
   ++nextLine_;
   return true;
 }
@@ -91,17 +87,11 @@ void FileLines::Add(const RegexClass::REMatch& match, std::uint64_t line) {
     while (nextLine_ < line && ReadLine()) PassOn();
     ReadLine();
   }
-  const auto position = static_cast<std::uint64_t>(match.position);
+  const auto position = static_cast<std::size_t>(match.position);
   while (nextOffset_ < position + match.text.size() && ReadLine()) {
   }
-  const auto begin = static_cast<std::size_t>(position - block_.offset);
-  if (position >= block_.offset && begin <= block_.bytes.size() &&
-      block_.bytes.compare(begin, match.text.size(), match.text) == 0) {
-    matches_.push_back({begin, begin + match.text.size()});
-  } else {
-    PassOn();
-    if (!choice_.silent) printer_.Record(file_, line, match.text, Printer::kMatchColor);
-  }
+  const std::size_t begin = position - block_.offset;
+  matches_.push_back({begin, begin + match.text.size()});
 }
 
 void FileLines::End() {

@@ -7,8 +7,8 @@
 #include <RegularExpression.hpp>
 #include <cstdint>
 #include <deque>
-#include <fstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -62,12 +62,12 @@ class LineWriter {
   std::deque<std::pair<std::uint64_t, std::string>> before_;
 };
 
-/// Reads one file along with the matches that were reported in it, and passes its lines on: the
-/// notifications tell where a match is, and not what stands around it. Where the file can't be read
-/// any more, or has other bytes now, the match itself is printed.
+/// Goes through the content of one file along with the matches that were reported in it, and passes
+/// its lines on.
 class FileLines {
  public:
-  FileLines(Printer& printer, const LineChoice& choice, const std::string& file);
+  FileLines(Printer& printer, const LineChoice& choice, const std::string& file,
+            std::string_view content);
   FileLines(const FileLines&) = delete;
   FileLines& operator=(const FileLines&) = delete;
 
@@ -80,11 +80,9 @@ class FileLines {
   bool ReadLine();
   void PassOn();
   void BeginBlock();
-  Printer& printer_;
   const LineChoice& choice_;
-  const std::string file_;
+  const std::string content_;
   LineWriter writer_;
-  std::ifstream in_;
   std::uint64_t nextLine_ = 1;
   std::uint64_t nextOffset_ = 0;
   Text block_;  // the lines that the matches since the last block touch

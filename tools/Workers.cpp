@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <exception>
 #include <iostream>
 #include <limits>
@@ -60,7 +59,7 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
   }
 }
 
-void OrderedOutput::End(std::size_t part, std::size_t files) {
+void OrderedOutput::End(std::size_t part, std::size_t files, std::size_t all) {
   const Lock lock(mutex_);
   done_ += files;
   kept_[part].ended = true;
@@ -72,6 +71,7 @@ void OrderedOutput::End(std::size_t part, std::size_t files) {
     kept_.erase(at);
     ++next_;
   }
+  progress_.Show([&] { return std::to_string(done_) + " of " + std::to_string(all) + " files"; });
   turn_.notify_all();
 }
 
@@ -87,16 +87,6 @@ void OrderedOutput::Stop() {
   turn_.notify_all();
 }
 
-void OrderedOutput::Watch(std::size_t parts, std::size_t files) {
-  Lock lock(mutex_);
-  while (!turn_.wait_for(lock, std::chrono::milliseconds(100),
-                         [&] { return next_ >= std::min(parts, end_); })) {
-    progress_.Show(
-        [&] { return std::to_string(done_) + " of " + std::to_string(files) + " files"; });
-  }
-  progress_.Clear();
-}
-
 void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsigned int workers,
                 const std::function<Work()>& makeWorker) {
   const std::size_t parts = (files + size - 1) / size;
@@ -109,7 +99,7 @@ void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsi
       if (number >= parts || !output.Begin(number, 4 * std::size_t{workers})) return;
       const Part part = {number, number * size, std::min(files, (number + 1) * size)};
       work(part);
-      output.End(number, part.end - part.begin);
+      output.End(number, part.end - part.begin, files);
     }
   };
   const auto guarded = [&](const Work& work) {
@@ -126,16 +116,15 @@ void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsi
     works.push_back(makeWorker());
   }
   std::vector<std::thread> threads;
-  for (const Work& work : works) {
-    try {
-      threads.emplace_back(guarded, std::cref(work));
-    } catch (const std::system_error&) {  // fewer will do
-      if (threads.empty()) throw;
-      break;
+  try {
+    for (std::size_t i = 1; i < works.size(); ++i) {
+      threads.emplace_back(guarded, std::cref(works[i]));
     }
+  } catch (const std::system_error&) {  // fewer will do
   }
-  output.Watch(parts, files);
+  if (!works.empty()) guarded(works.front());
   for (std::thread& thread : threads) thread.join();
+  output.Finish();
   if (failure != nullptr) std::rethrow_exception(failure);
 }
 

@@ -35,8 +35,11 @@ class OrderedOutput {
   /// Prints what has its turn; keeps what hasn't, and lets the caller wait when that gets much.
   /// Throws Enough when the part isn't wanted any more, and Failure when standard output fails.
   void Put(std::size_t part, Piece piece);
-  /// The part has said everything. `files` is how many it has worked on.
-  void End(std::size_t part, std::size_t files);
+  /// The part has said everything. Shows how many of all files are done by now, with those of the
+  /// part.
+  void End(std::size_t part, std::size_t files, std::size_t all);
+  /// No part is worked on any more.
+  void Finish() { progress_.Clear(); }
   /// No part behind this one is wanted.
   void StopBehind(std::size_t part);
   /// Nothing is wanted any more.
@@ -44,8 +47,6 @@ class OrderedOutput {
   /// Lets the caller wait until the part is no longer far ahead of what has its turn; false when it
   /// isn't wanted.
   bool Begin(std::size_t part, std::size_t farthest);
-  /// Shows how many of the files are done until `parts` have ended or none is wanted any more.
-  void Watch(std::size_t parts, std::size_t files);
 
  private:
   using Lock = std::unique_lock<std::mutex>;
@@ -75,9 +76,9 @@ struct Part {
   std::size_t end = 0;
 };
 
-/// Hands parts of `files` files, `size` to a part, to `workers` threads; `makeWorker` makes the
-/// function that works on a part, once for each thread. The first exception, but for Enough, ends
-/// the run and passes to the caller.
+/// Hands parts of `files` files, `size` to a part, to `workers` threads, the caller's included;
+/// `makeWorker` makes the function that works on a part, once for each thread. The first exception,
+/// but for Enough, ends the run and passes to the caller.
 using Work = std::function<void(const Part& part)>;
 void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsigned int workers,
                 const std::function<Work()>& makeWorker);

@@ -85,6 +85,10 @@ std::string KeyOf(const std::string& path) {
   return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino) + '/' + OwnName(path);
 }
 
+std::string KeyIn(const std::string& directory, const std::string& name) {
+  return directory + name;
+}
+
 std::string KeyOfTarget(const std::string& path) {
   const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                          &std::free);
