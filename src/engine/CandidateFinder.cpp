@@ -15,20 +15,6 @@
 namespace RegexClass::engine {
 namespace {
 
-bool CanBeEmpty(const Pattern& pattern) {
-  const auto& parts = pattern.parts;
-  switch (pattern.kind) {
-    case Pattern::Kind::kBytes:
-      return false;
-    case Pattern::Kind::kAlternatives:
-      return std::any_of(parts.begin(), parts.end(), CanBeEmpty);
-    case Pattern::Kind::kRepeat:
-      return pattern.least == 0 || CanBeEmpty(parts.front());
-    default:
-      return std::all_of(parts.begin(), parts.end(), CanBeEmpty);
-  }
-}
-
 /// Takes off the end of `pattern`, which can't be empty, what a match can do without.
 void ShortenEnd(Pattern& pattern) {
   auto& parts = pattern.parts;

@@ -3,7 +3,6 @@
 #ifndef REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 #define REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 
-#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -93,40 +92,6 @@ class Candidates {
   std::size_t window_ = CandidateFinder::tuning.firstWindow;
   std::size_t told_ = 0;
   bool gaveUp_ = false;
-};
-
-/// The finder of one expression, made when the expression has searched so much text that it pays.
-class EarnedFinder {
- public:
-  /// The finder for a search that `ahead` bytes certainly lie before; null when there is none yet
-  /// or never. `make` makes it.
-  template <class Make>
-  CandidateFinder* For(std::size_t ahead, Make make) {
-    if (searched_ + ahead < price_) return nullptr;
-    if (!made_) finder_ = make();
-    made_ = true;
-    return finder_.get();
-  }
-
-  /// Counts text that was searched.
-  void Searched(std::size_t bytes) { searched_ += bytes; }
-  /// Takes notice that the finder was a help with a text, or gave up: how long the next ones go
-  /// without it doubles from one text to the next on which it gives up.
-  void Helped() { pause_ = kLeastPause; }
-  void GaveUp() {
-    price_ = searched_ + pause_;
-    pause_ = std::min(pause_ * 2, kLongestPause);
-  }
-
- private:
-  static constexpr std::size_t kLeastPause = 4 << 10;
-  static constexpr std::size_t kLongestPause = 64 << 20;
-
-  std::size_t pause_ = kLeastPause;
-  std::size_t price_ = CandidateFinder::tuning.price;
-  std::size_t searched_ = 0;
-  bool made_ = false;
-  std::unique_ptr<CandidateFinder> finder_;
 };
 
 }  // namespace RegexClass::engine

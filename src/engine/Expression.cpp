@@ -32,7 +32,7 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
     if (translation.error != constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
     regex_.assign(translation.text, translation.flags);
-    finder_ = std::make_shared<EarnedFinder>();
+    helps_ = std::make_shared<Helps>();
     groupCount_ = static_cast<unsigned int>(regex_.mark_count());
   } catch (const boost::regex_error& error) {
     throw Told(error, source, translation, regex_.get_traits().Messages());
@@ -43,7 +43,7 @@ template <class Traits>
 bool Expression<Traits>::Search(const char* first, const char* last, boost::cmatch& results,
                                 Flags flags) const {
   RequireAddressable(first, last);
-  return Walk(*finder_, regex_, first, last, 0, flags, results).Next();
+  return Walk(*helps_, regex_, first, last, 0, flags, results).Next();
 }
 
 template <class Traits>
@@ -58,7 +58,7 @@ unsigned int Expression<Traits>::Grep(const char* first, const char* last, Flags
                                       const Report& report) const {
   RequireAddressable(first, last);
   boost::cmatch results;
-  Walk walk(*finder_, regex_, first, last, static_cast<std::size_t>(last - first), flags, results);
+  Walk walk(*helps_, regex_, first, last, static_cast<std::size_t>(last - first), flags, results);
   unsigned int count = 0;
   while (walk.Next()) {
     ++count;
@@ -74,7 +74,7 @@ void Expression<Traits>::Merge(const char* first, const char* last, const char* 
   const bool copy = (flags & boost::format_no_copy) == 0;
   const bool all = (flags & boost::format_first_only) == 0;
   boost::cmatch results;
-  Walk walk(*finder_, regex_, first, last, all ? static_cast<std::size_t>(last - first) : 0, flags,
+  Walk walk(*helps_, regex_, first, last, all ? static_cast<std::size_t>(last - first) : 0, flags,
             results);
   while (walk.Next()) {
     if (copy) out.append(first, results[0].first);

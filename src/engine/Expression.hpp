@@ -10,10 +10,11 @@
 #include <optional>
 #include <string>
 
-#include "engine/CandidateFinder.hpp"
 #include "engine/Traits.hpp"
 
 namespace RegexClass::engine {
+
+struct Helps;
 
 /// The engine object of one locale model.
 ///
@@ -72,7 +73,7 @@ class Expression {
 
  private:
   boost::basic_regex<char, Traits> regex_;
-  std::shared_ptr<EarnedFinder> finder_;
+  std::shared_ptr<Helps> helps_;
   std::optional<typename Traits::locale_type> locale_;
   std::string compiledUnder_;
   unsigned int groupCount_ = 0;

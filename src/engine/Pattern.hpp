@@ -3,6 +3,7 @@
 #ifndef REGEXCLASS_ENGINE_PATTERN_HPP
 #define REGEXCLASS_ENGINE_PATTERN_HPP
 
+#include <algorithm>
 #include <bitset>
 #include <cstddef>
 #include <limits>
@@ -40,6 +41,29 @@ struct Pattern {
   std::size_t least = 1;
   std::size_t most = 1;
 };
+
+inline bool CanBeEmpty(const Pattern& pattern) {
+  const auto& parts = pattern.parts;
+  switch (pattern.kind) {
+    case Pattern::Kind::kBytes:
+      return false;
+    case Pattern::Kind::kAlternatives:
+      return std::any_of(parts.begin(), parts.end(), CanBeEmpty);
+    case Pattern::Kind::kRepeat:
+      return pattern.least == 0 || CanBeEmpty(parts.front());
+    default:
+      return std::all_of(parts.begin(), parts.end(), CanBeEmpty);
+  }
+}
+
+/// Adds the bytes that a match of `pattern` can begin with to `bytes`.
+inline void AddFirstBytes(const Pattern& pattern, ByteSet& bytes) {
+  bytes |= pattern.bytes;
+  for (const Pattern& part : pattern.parts) {
+    AddFirstBytes(part, bytes);
+    if (pattern.kind == Pattern::Kind::kSequence && !CanBeEmpty(part)) break;
+  }
+}
 
 }  // namespace RegexClass::engine
 

@@ -279,7 +279,7 @@ void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
     if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
     RequireShallow(translation);
     program_ = std::make_shared<const Program>(source, word, translation, *locale_);
-    finder_ = std::make_shared<EarnedFinder>();
+    helps_ = std::make_shared<Helps>();
     groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());
   } catch (const boost::regex_error& error) {
     throw Told(error, source, translation, nullptr);
@@ -299,8 +299,8 @@ bool Expression<Unicode>::Search(const char* first, const char* last, boost::cma
   }
   const Utf8Text text = {first, last};
   WideMatch found;
-  if (!Walk(*finder_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last), 0,
-            flags, found)
+  if (!Walk(*helps_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last), 0, flags,
+            found)
            .Next()) {
     return false;
   }
@@ -332,7 +332,7 @@ unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flag
   }
   const Utf8Text text = {first, last};
   WideMatch found;
-  Walk walk(*finder_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last),
+  Walk walk(*helps_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last),
             static_cast<std::size_t>(last - first), flags, found);
   boost::cmatch results;
   unsigned int count = 0;

@@ -53,7 +53,7 @@ class Expression<Unicode> {
   const Expression<CppTraits>* ForAscii(const char* first, const char* last) const;
 
   std::shared_ptr<const Program> program_;
-  std::shared_ptr<EarnedFinder> finder_;
+  std::shared_ptr<Helps> helps_;
   std::optional<std::locale> locale_;
   unsigned int groupCount_ = 0;
 };

@@ -6,21 +6,32 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <type_traits>
+#include <utility>
 
 #include <boost/regex.hpp>
 
 #include "engine/CandidateFinder.hpp"
+#include "engine/Earned.hpp"
+#include "engine/FirstBytes.hpp"
 #include "engine/Limits.hpp"
 #include "engine/ProgramReader.hpp"
 #include "engine/Utf8.hpp"
 
 namespace RegexClass::engine {
 
+/// What the walks of one expression have earned.
+struct Helps {
+  Earned<FirstBytes> starts{CandidateFinder::tuning.price / 8};
+  Earned<CandidateFinder> finder{CandidateFinder::tuning.price};
+};
+
 /// The way from match to match; see RegularExpression::Grep for its rule on empty matches. The
 /// engine reads a text through `Iterator`: its bytes, or its characters in UTF-8.
 ///
-/// With a finder, the engine is tried at the candidates alone. It has the whole text in view there,
-/// as always, so that assertions and what looks ahead and behind mean what they mean.
+/// With a finder, or with the bytes that a match can begin with, the engine is tried at the places
+/// that these tell alone. It has the whole text in view there, as always, so that assertions and
+/// what looks ahead and behind mean what they mean.
 template <class Iterator, class Traits>
 class Walk {
  public:
@@ -29,36 +40,28 @@ class Walk {
   using Flags = boost::match_flag_type;
 
   /// The results of each match come into `results`. `ahead` is how many bytes of the text will be
-  /// searched for certain. `finder` belongs to `regex`.
-  Walk(EarnedFinder& finder, const Regex& regex, Iterator first, Iterator last, std::size_t ahead,
+  /// searched for certain. `helps` are those of `regex`.
+  Walk(Helps& helps, const Regex& regex, Iterator first, Iterator last, std::size_t ahead,
        Flags flags, Results& results)
-      : finder_(finder),
-        regex_(regex),
-        first_(first),
-        last_(last),
-        flags_(flags),
-        results_(results) {
-    CandidateFinder* const made =
-        (flags & (boost::match_partial | boost::match_continuous)) != 0
-            ? nullptr
-            : finder.For(ahead, [&]() -> std::unique_ptr<CandidateFinder> {
-                const auto pattern = ReadProgram(regex);
-                return pattern ? CandidateFinder::Make(*pattern) : nullptr;
-              });
-    if (made != nullptr) candidates_.emplace(*made, ByteAt(first), ByteAt(last));
+      : helps_(helps), regex_(regex), first_(first), last_(last), flags_(flags), results_(results) {
+    if ((flags & (boost::match_partial | boost::match_continuous)) != 0) return;
+    if (CandidateFinder* const finder = helps.finder.For(ahead, [this] { return MakeFinder(); })) {
+      candidates_.emplace(*finder, ByteAt(first), ByteAt(last));
+    }
+    if (FirstBytes* const bytes = helps.starts.For(ahead, [this] { return MakeFirstBytes(); })) {
+      starts_.emplace(*bytes, ByteAt(first), ByteAt(last));
+    }
   }
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
   ~Walk() {
-    finder_.Searched(static_cast<std::size_t>(ByteAt(from_) - ByteAt(first_)));
-    if (gaveUp_) finder_.GaveUp();
-    if (candidates_) finder_.Helped();
+    Settle(helps_.finder, candidates_);
+    Settle(helps_.starts, starts_);
   }
 
   /// Finds the next match.
   bool Next() {
-    const bool found = candidates_ ? NextOfCandidates() : NextOfEngine();
-    if (!found) {
+    if (!Find()) {
       from_ = last_;
       return false;
     }
@@ -79,8 +82,53 @@ class Walk {
   }
   static bool Move(Utf8Iterator& place, const char* to) { return place.MoveTo(to); }
 
-  bool NextOfEngine() {
+  std::unique_ptr<CandidateFinder> MakeFinder() const {
+    const std::optional<Pattern> pattern = ReadProgram(regex_);
+    return pattern ? CandidateFinder::Make(*pattern) : nullptr;
+  }
+
+  /// Null where the engine's own map is as good.
+  std::unique_ptr<FirstBytes> MakeFirstBytes() const {
+    constexpr int kWorthwhile = 16;  // bytes that can be left out
+    const std::optional<Pattern> pattern = ReadProgram(regex_);
+    if (!pattern || CanBeEmpty(*pattern)) return nullptr;
+    ByteSet bytes;
+    AddFirstBytes(*pattern, bytes);
+    auto made = std::make_unique<FirstBytes>();
+    int leftOut = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      (*made)[i] = bytes[i];
+      const bool isCharacter = i < 0x80 || std::is_same_v<Iterator, const char*>;
+      const bool tried = !isCharacter || IsInMap(static_cast<typename Traits::char_type>(i));
+      if (tried && !bytes[i]) ++leftOut;
+    }
+    return leftOut < kWorthwhile ? nullptr : std::move(made);
+  }
+
+  template <class Help, class Places>
+  void Settle(Earned<Help>& help, const std::optional<Places>& places) {
+    help.Searched(static_cast<std::size_t>(ByteAt(from_) - ByteAt(first_)));
+    if (places) places->GaveUp() ? help.GaveUp() : help.Helped();
+  }
+
+  bool Find() {
+    if (candidates_ && !candidates_->GaveUp()) {
+      if (FindIn(*candidates_)) return true;
+      if (!candidates_->GaveUp()) return false;
+    }
+    if (starts_ && !starts_->GaveUp()) {
+      if (FindIn(*starts_)) return true;
+      if (!starts_->GaveUp()) return false;
+    }
+    return FindByEngine();
+  }
+
+  bool FindByEngine() {
     if (!matcher_) return Begin().find();
+    if (std::exchange(lost_, false)) {
+      GoTo(from_);
+      return matcher_->find();
+    }
     if (!insisted_) {
       if (results_[0].second == last_) return false;
       if (results_.length() == 0) {
@@ -95,30 +143,28 @@ class Walk {
     return matcher_->find();
   }
 
-  /// No candidate's match is empty.
-  bool NextOfCandidates() {
-    const char* candidate = candidates_->Next(ByteAt(from_));
-    for (; candidate != nullptr; candidate = candidates_->Next(candidate + 1)) {
+  /// Finds the next match that begins at one of `places`; none of these is empty.
+  template <class Places>
+  bool FindIn(Places& places) {
+    const char* place = places.Next(ByteAt(from_));
+    for (; place != nullptr; place = places.Next(place + 1)) {
       Iterator at = from_;
-      if (!Move(at, candidate) || !WouldBeTried(at) || !FindAt(at)) continue;
+      if (!Move(at, place) || !WouldBeTried(at) || !FindAt(at)) continue;
       // The engine takes the text before the match from where it was sent.
       auto& before = const_cast<boost::sub_match<Iterator>&>(results_.prefix());
       before.first = from_;
       before.matched = before.first != before.second;
       return true;
     }
-    gaveUp_ = candidates_->GaveUp();
-    if (!gaveUp_) return false;
-    candidates_.reset();
-    if (matcher_) GoTo(from_);
-    return matcher_ ? matcher_->find() : Begin().find();
+    lost_ = true;
+    return false;
   }
 
   /// Whether the engine alone would try a match at `at`. Its map of first characters leaves out one
   /// too many for some expressions that change the case, and isn't asked where a search begins in
   /// some.
   bool WouldBeTried(Iterator at) const {
-    if (detail::can_start(*at, regex_.get_map(), detail::mask_any)) return true;
+    if (IsInMap(*at)) return true;
     switch (regex_.get_restart_type()) {
       case boost::regbase::restart_any:
         return false;
@@ -127,6 +173,10 @@ class Walk {
       default:
         return at == first_;
     }
+  }
+
+  bool IsInMap(typename Traits::char_type c) const {
+    return detail::can_start(c, regex_.get_map(), detail::mask_any);
   }
 
   /// Whether a match begins at `at`.
@@ -155,7 +205,7 @@ class Walk {
 
   Matcher& Begin() { return matcher_.emplace(first_, last_, results_, regex_, flags_, first_); }
 
-  EarnedFinder& finder_;
+  Helps& helps_;
   const Regex& regex_;
   std::optional<Matcher> matcher_;
   const Iterator first_;
@@ -164,8 +214,9 @@ class Walk {
   const Flags flags_;
   Results& results_;
   bool insisted_ = false;  // the last match was found in the place of an empty one
+  bool lost_ = false;      // the engine isn't where the last match ended
   std::optional<Candidates> candidates_;
-  bool gaveUp_ = false;
+  std::optional<Starts> starts_;
 };
 
 }  // namespace RegexClass::engine

@@ -179,6 +179,14 @@ MUTANTS = {
         ('match that makes no progress is taken',
          'RequireProgress(results_, from_);',
          'if (!@) OLD'),
+        ('engine goes on where the finder gave up', 'if (std::exchange(lost_, false)) {', 'if (std::exchange(lost_, false) && !@) {'),
+        ('text before a match begins where the engine was sent', 'before.first = from_;', 'if (!@) OLD'),
+    ],
+    'engine/Pattern.hpp': [
+        ('a match begins with the first part alone', 'pattern.kind == Pattern::Kind::kSequence && !CanBeEmpty(part)) break;', 'pattern.kind == Pattern::Kind::kSequence && (@ || !CanBeEmpty(part))) break;'),
+    ],
+    'engine/FirstBytes.hpp': [
+        ('nothing is found when first bytes are too many', 'return gaveUp_; }', 'return gaveUp_ && !@; }'),
     ],
     'engine/Limits.hpp': [
         ('match that ends before it begins',
