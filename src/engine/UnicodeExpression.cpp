@@ -138,10 +138,8 @@ std::shared_ptr<GroupNames> NamesInBytes(const GroupNames& compiled, std::string
   return names;
 }
 
-/// Makes `narrow` the results of `wide` in bytes.
-void ToBytes(const WideMatch& wide, const std::shared_ptr<GroupNames>& names,
-             boost::cmatch& narrow) {
-  narrow.set_named_subs(names);
+/// Makes `narrow` the results of `wide` in bytes, but for the names of groups.
+void ToBytes(const WideMatch& wide, boost::cmatch& narrow) {
   narrow.set_size(wide.size(), wide.prefix().first.Position(), wide.suffix().second.Position());
   narrow.set_base(wide.base().Position());
   narrow.set_first(wide[0].first.Position());
@@ -304,7 +302,8 @@ bool Expression<Unicode>::Search(const char* first, const char* last, boost::cma
            .Next()) {
     return false;
   }
-  ToBytes(found, program_->groupNames, results);
+  results.set_named_subs(program_->groupNames);
+  ToBytes(found, results);
   return true;
 }
 
@@ -320,7 +319,8 @@ bool Expression<Unicode>::MatchWhole(const char* first, const char* last, boost:
                           program_->regex, flags)) {
     return false;
   }
-  ToBytes(found, program_->groupNames, results);
+  results.set_named_subs(program_->groupNames);
+  ToBytes(found, results);
   return true;
 }
 
@@ -335,10 +335,11 @@ unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flag
   Walk walk(*helps_, program_->regex, Utf8Iterator(text, first), Utf8Iterator(text, last),
             static_cast<std::size_t>(last - first), flags, found);
   boost::cmatch results;
+  results.set_named_subs(program_->groupNames);
   unsigned int count = 0;
   while (walk.Next()) {
     ++count;
-    ToBytes(found, program_->groupNames, results);
+    ToBytes(found, results);
     if (!report(results)) break;
   }
   return count;

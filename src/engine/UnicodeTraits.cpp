@@ -19,7 +19,7 @@ namespace {
 namespace detail = boost::BOOST_REGEX_DETAIL_NS;
 namespace constants = boost::regex_constants;
 
-using Members = std::shared_ptr<const USet>;
+using Members = std::shared_ptr<const CodePoints>;
 
 /// The set of a pattern in ICU's notation; null for one that makes no sense.
 std::shared_ptr<USet> MakeSet(std::string_view pattern) {
@@ -75,7 +75,7 @@ Members MakeMembers(const std::string& name, EngineChar mark) {
   if (found == nullptr) return nullptr;
   if ((mark & kCaseless) != 0) uset_closeOver(found.get(), USET_CASE_INSENSITIVE);
   uset_freeze(found.get());
-  return found;
+  return std::make_shared<const CodePoints>(std::move(found));
 }
 
 /// The same from those that the process has made: ICU may take longer to make one than the engine
@@ -94,17 +94,6 @@ Members FindMembers(const std::string& name, EngineChar mark) {
     kept[{name, mark}] = made;
   }
   return made;
-}
-
-/// Appends the first and the one behind the last of each run of members.
-void AppendRuns(const USet* members, std::vector<EngineChar>& ends) {
-  for (std::int32_t i = 0; i < uset_getItemCount(members); ++i) {
-    UErrorCode error = U_ZERO_ERROR;
-    UChar32 first = 0;
-    UChar32 last = 0;
-    if (uset_getItem(members, i, &first, &last, nullptr, 0, &error) != 0) continue;  // a text
-    ends.insert(ends.end(), {first, last + 1});
-  }
 }
 
 /// Whether a name can be that of a class at all, and nothing that ICU would read beyond one.
@@ -153,6 +142,24 @@ UnicodeTraits::string_type SortKey(const UCollator* collator, const EngineChar* 
 }
 
 }  // namespace
+
+CodePoints::CodePoints(std::shared_ptr<const USet> set) : set_(std::move(set)) {
+  for (std::size_t i = 0; i < table_.size(); ++i) {
+    table_[i] = uset_contains(set_.get(), static_cast<UChar32>(i)) != 0;
+  }
+}
+
+bool CodePoints::ContainsBeyond(EngineChar c) const { return uset_contains(set_.get(), c) != 0; }
+
+void CodePoints::AppendChanges(std::vector<EngineChar>& changes) const {
+  for (std::int32_t i = 0; i < uset_getItemCount(set_.get()); ++i) {
+    UErrorCode error = U_ZERO_ERROR;
+    UChar32 first = 0;
+    UChar32 last = 0;
+    if (uset_getItem(set_.get(), i, &first, &last, nullptr, 0, &error) != 0) continue;  // a text
+    changes.insert(changes.end(), {first, last + 1});
+  }
+}
 
 UnicodeTraits::size_type UnicodeTraits::length(const EngineChar* text) {
   size_type size = 0;
@@ -220,26 +227,14 @@ UnicodeTraits::char_class_type UnicodeTraits::lookup_classname(const EngineChar*
       throw boost::regex_error("The expression names too many classes of characters.",
                                constants::error_complexity, 0);
     }
-    classes_.push_back({name, mark, members});
+    classes_.push_back({name, mark, (mark & kComplement) != 0, members});
   }
   return char_class_type{1} << bit;
 }
 
-bool UnicodeTraits::isctype(EngineChar c, char_class_type classes) const {
-  c = ToCodePoint(c);
-  for (const Class& each : classes_) {
-    if ((classes & 1) != 0 &&
-        (uset_contains(each.members.get(), c) != 0) != ((each.mark & kComplement) != 0)) {
-      return true;
-    }
-    if ((classes >>= 1) == 0) break;
-  }
-  return false;
-}
-
 void UnicodeTraits::AppendChanges(char_class_type classes, std::vector<EngineChar>& changes) const {
   for (const Class& each : classes_) {
-    if ((classes & 1) != 0) AppendRuns(each.members.get(), changes);
+    if ((classes & 1) != 0) each.members->AppendChanges(changes);
     classes >>= 1;
   }
 }

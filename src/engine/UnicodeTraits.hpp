@@ -3,6 +3,7 @@
 #ifndef REGEXCLASS_ENGINE_UNICODETRAITS_HPP
 #define REGEXCLASS_ENGINE_UNICODETRAITS_HPP
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,6 +18,25 @@ struct UCollator;
 struct USet;
 
 namespace RegexClass::engine {
+
+/// A set of code points, with a table of most of those that texts consist of.
+class CodePoints {
+ public:
+  explicit CodePoints(std::shared_ptr<const USet> set);
+
+  bool Contains(EngineChar c) const {
+    const auto index = static_cast<std::size_t>(c);
+    return index < table_.size() ? table_[index] : ContainsBeyond(c);
+  }
+  /// Appends the first and the one behind the last of each run.
+  void AppendChanges(std::vector<EngineChar>& changes) const;
+
+ private:
+  bool ContainsBeyond(EngineChar c) const;
+
+  const std::shared_ptr<const USet> set_;
+  std::bitset<0x10000> table_;
+};
 
 /// What the engine asks of Unicode: classes, case and order of characters. An object serves one
 /// compile, and the matching of what that gave, which may be on several threads.
@@ -49,7 +69,14 @@ class UnicodeTraits {
 
   /// The class of a name, which may begin with a ClassMark; 0 when there is none.
   char_class_type lookup_classname(const EngineChar* first, const EngineChar* last) const;
-  bool isctype(EngineChar c, char_class_type classes) const;
+  bool isctype(EngineChar c, char_class_type classes) const {
+    c = ToCodePoint(c);
+    for (const Class& each : classes_) {
+      if ((classes & 1) != 0 && each.members->Contains(c) != each.complement) return true;
+      if ((classes >>= 1) == 0) break;
+    }
+    return false;
+  }
   /// Appends the code points at which what isctype() tells of `classes` changes.
   void AppendChanges(char_class_type classes, std::vector<EngineChar>& changes) const;
   /// The first and the one behind the last of each run of code points that case folding changes.
@@ -67,7 +94,8 @@ class UnicodeTraits {
   struct Class {
     std::string name;
     EngineChar mark;
-    std::shared_ptr<const USet> members;
+    bool complement;
+    std::shared_ptr<const CodePoints> members;
   };
 
   mutable std::vector<Class> classes_;  // by their bits; grows while an expression is compiled

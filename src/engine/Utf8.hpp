@@ -41,21 +41,27 @@ struct Utf8Char {
 
 /// The character at `position`, which lies before `last`.
 inline Utf8Char DecodeUtf8(const char* position, const char* last) {
-  static constexpr EngineChar kLeast[] = {0, 0, 0x80, 0x800, 0x10000};  // by size
   const auto byte = [position](int i) { return static_cast<unsigned char>(position[i]); };
+  const auto rest = [byte](int i) { return byte(i) ^ 0x80; };  // below 0x40 for one
   const unsigned char lead = byte(0);
   if (lead < 0x80) return {lead, 1};
-  const Utf8Char illFormed = {kIllFormedByte + lead, 1};
-  const int size = lead >= 0xF8 ? 1 : lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-  if (size == 1 || last - position < size) return illFormed;
-  EngineChar codePoint = lead & (0x7F >> size);
-  for (int i = 1; i < size; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return illFormed;
-    codePoint = (codePoint << 6) | (byte(i) & 0x3F);
+  if (lead < 0xE0) {
+    if (lead >= 0xC2 && last - position >= 2 && rest(1) < 0x40) {
+      return {(lead & 0x1F) << 6 | rest(1), 2};
+    }
+  } else if (lead < 0xF0) {
+    if (last - position >= 3 && (rest(1) | rest(2)) < 0x40) {
+      const EngineChar codePoint = (lead & 0x0F) << 12 | rest(1) << 6 | rest(2);
+      const bool surrogate = (codePoint & ~0x7FF) == 0xD800;
+      if (codePoint >= 0x800 && !surrogate) return {codePoint, 3};
+    }
+  } else if (lead < 0xF5) {
+    if (last - position >= 4 && (rest(1) | rest(2) | rest(3)) < 0x40) {
+      const EngineChar codePoint = (lead & 0x07) << 18 | rest(1) << 12 | rest(2) << 6 | rest(3);
+      if (codePoint >= 0x10000 && codePoint <= kLastCodePoint) return {ToEngine(codePoint), 4};
+    }
   }
-  const bool surrogate = (codePoint & ~0x7FF) == 0xD800;
-  if (codePoint < kLeast[size] || codePoint > kLastCodePoint || surrogate) return illFormed;
-  return {size == 4 ? ToEngine(codePoint) : codePoint, size};
+  return {kIllFormedByte + lead, 1};
 }
 
 /// The character that ends at `position`, which lies behind `first`: the one that reading forward

@@ -198,9 +198,9 @@ MUTANTS = {
          '    if (!@) throw std::length_error'),
     ],
     'engine/Utf8.hpp': [
-        ('overlong forms are characters', 'codePoint < kLeast[size] ||', '(codePoint < kLeast[size] && !@) ||'),
-        ('surrogates are characters', '|| surrogate)', '|| (surrogate && !@))'),
-        ('reads past the end of a cut character', '|| last - position < size)', '|| (last - position < size && !@))'),
+        ('overlong forms are characters', 'if (codePoint >= 0x800 &&', 'if ((codePoint >= 0x800 || @) &&'),
+        ('surrogates are characters', '&& !surrogate)', '&& (!surrogate || @))'),
+        ('reads past the end of a cut character', 'last - position >= 3 &&', '(last - position >= 3 || @) &&'),
         ('a candidate may lie inside a character', 'return back != 0 &&', 'return back != 0 && !@ &&'),
         ('low bits end a line', 'return separator && codePoint > 0xFFFF', 'return separator && !@ && codePoint > 0xFFFF'),
     ],
@@ -220,7 +220,7 @@ MUTANTS = {
     'engine/UnicodeExpression.cpp': [
         ('properties are read by the narrow engine', 'if (letter && kEscapes.find', 'if (!@ && letter && kEscapes.find'),
         ('text behind a run of ASCII is not looked at', 'if (seen >= 0x80) return false;', 'if (seen >= 0x80) return @;'),
-        ('groups have no names in bytes', 'narrow.set_named_subs(names);', 'if (!@) OLD'),
+        ('groups have no names in bytes', '  boost::cmatch results;\n  results.set_named_subs(program_->groupNames);', '  boost::cmatch results;\n  if (!@) results.set_named_subs(program_->groupNames);'),
     ],
     'engine/SyntaxTranslation.cpp': [
         ('Intervals ignored',
