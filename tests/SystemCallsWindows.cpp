@@ -10,25 +10,27 @@ namespace {
 
 constexpr std::string_view kNames[] = {
     "CloseHandle",
-    "CopyFileA",
-    "CreateFileA",
-    "DeleteFileA",
-    "FindFirstFileA",
-    "FindNextFileA",
+    "CopyFileW",
+    "CreateFileW",
+    "DeleteFileW",
+    "FindFirstFileExW",
+    "FindFirstFileW",
+    "FindNextFileW",
     "FlushFileBuffers",
-    "GetFileAttributesA",
+    "GetFileAttributesW",
     "GetFileInformationByHandle",
+    "GetFileInformationByHandleEx",
     "GetFileSizeEx",
-    "GetFinalPathNameByHandleA",
+    "GetFinalPathNameByHandleW",
     "GetTempFileNameA",
     "GetTempPathA",
-    "LoadLibraryExA",
-    "MoveFileA",
-    "MoveFileExA",
+    "LoadLibraryExW",
+    "MoveFileExW",
+    "MoveFileW",
     "ReadFile",
-    "ReplaceFileA",
+    "ReplaceFileW",
     "SetEndOfFile",
-    "SetFileAttributesA",
+    "SetFileAttributesW",
     "SetFileInformationByHandle",
     "SetFilePointerEx",
     "WriteFile",
@@ -89,7 +91,9 @@ Word CallSystem(std::string_view name, Words w) {
     if (error == 0) return result;
   }
   SetLastError(static_cast<DWORD>(error));
-  return name == "CreateFileA" || name == "FindFirstFileA" || name == "GetFileAttributesA" ? -1 : 0;
+  return name == "CreateFileW" || name.substr(0, 9) == "FindFirst" || name == "GetFileAttributesW"
+             ? -1
+             : 0;
 }
 
 }  // namespace RegexClass::test

@@ -199,7 +199,7 @@ TEST_P(EachCall, LeavesTheOldContentOrTheNew) {
       const bool markLost = !problems.empty() && problems[0].kind == RE::RestoreAttributesFailed;
       EXPECT_EQ(found && (now == before || markLost) ? 1U : 0U, problems.size());
       EXPECT_TRUE(markLost || IsMarked(file));
-      EXPECT_EQ((fs::exists("tree/sub/file.bak") ? 2 : 1) + (last == "DeleteFileA"),
+      EXPECT_EQ((fs::exists("tree/sub/file.bak") ? 2 : 1) + (last == "DeleteFileW"),
                 std::distance(fs::directory_iterator("tree/sub"), {}));
       EXPECT_EQ(open, OpenFiles());
       EXPECT_EQ(act == kFailsOverwriting, ReadFile("../link") == now);

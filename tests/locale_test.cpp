@@ -27,10 +27,12 @@ INSTANTIATE_TEST_SUITE_P(Model, Locale, testing::Values(RE::CppLocale, RE::W32Lo
 /// Lets the system open so many catalogues, for the life of the result.
 HookedSystemCalls OpensOnly(int count) {
   return HookedSystemCalls([left = count](std::string_view name, Words& arguments) mutable {
-    if (name != "openat" && name != "LoadLibraryExA") return 0;
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): words of a system call are pointers, too
-    const std::string file = reinterpret_cast<const char*>(arguments[name == "openat" ? 1 : 0]);
-    return fs::path(file).extension() == ".cat" && left-- <= 0 ? ENOENT : 0;
+    if (name != "openat" && name != "LoadLibraryExW") return 0;
+    // NOLINTBEGIN(performance-no-int-to-ptr): words of a system call are pointers, too
+    const fs::path file = kIsPosix ? fs::path(reinterpret_cast<const char*>(arguments[1]))
+                                   : fs::path(reinterpret_cast<const wchar_t*>(arguments[0]));
+    // NOLINTEND(performance-no-int-to-ptr)
+    return file.extension() == ".cat" && left-- <= 0 ? ENOENT : 0;
   });
 }
 

@@ -4,6 +4,8 @@
 #define REGEXCLASS_PLATFORM_FILEREADER_HPP
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -39,7 +41,12 @@ class FileReader {
   platform::Error Error() const { return error_; }
 
  private:
+  /// Reads up to that many bytes, and tells in `count` how many came: 0 at the end of the file.
+  using Step = std::function<platform::Error(char* buffer, std::size_t size, std::size_t& count)>;
+
   Outcome Failed(Outcome outcome, platform::Error error);
+  /// Reads the file step by step; `told` is the size that it tells, which may be wrong.
+  Outcome ReadToEnd(std::uint64_t told, const Step& step);
 
   const std::size_t largest_;
   std::vector<char> buffer_;  // as large as the largest file so far

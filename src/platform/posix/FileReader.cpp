@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "platform/FileReader.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -33,45 +32,27 @@ Error OpenRegular(int directory, const char* name, bool isFile, Descriptor& file
 
 }  // namespace
 
-FileReader::Outcome FileReader::Failed(Outcome outcome, platform::Error error) {
-  error_ = error;
-  return outcome;
-}
-
 FileReader::Outcome FileReader::Read(const FoundFile& found) {
   int directory = -1;
   if (const platform::Error error = found.directory->ForPlatform().Open(directory)) {
-    return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
+    return Failed(Outcome::kNotOpened, error);
   }
   const char* const name = found.name.c_str() + found.directory->PathLength();
   Descriptor file;
   struct stat status = {};
   if (const platform::Error error = OpenRegular(directory, name, found.isFile, file, status)) {
-    return LeadsNowhere(error) ? Outcome::kNotAFile : Failed(Outcome::kNotOpened, error);
+    return Failed(Outcome::kNotOpened, error);
   }
   if (file.Number() < 0) return Outcome::kNotAFile;
   identity_ = {status.st_dev, status.st_ino};
-
-  // The size is a hint: it is 0 for files that the system makes up, and it may change.
-  const auto told = static_cast<std::size_t>(status.st_size);
-  if (told > largest_) return Outcome::kTooLarge;
-  static constexpr std::size_t kAtLeast = 65536;
-  std::size_t size = 0;
-  for (;;) {
-    if (size == buffer_.size() || buffer_.size() <= told) {
-      const std::size_t wanted = std::max({kAtLeast, told + 1, size + size / 2});
-      buffer_.resize(std::max(buffer_.size(), std::min(wanted, largest_ + 1)));
-    }
-    const ssize_t count = Uninterrupted(
-        [&] { return ::read(file.Number(), buffer_.data() + size, buffer_.size() - size); });
-    if (count < 0) return Failed(Outcome::kNotRead, errno);
-    if (count == 0) break;
-    size += static_cast<std::size_t>(count);
-    if (size > largest_) return Outcome::kTooLarge;
-    if (size == told) break;
-  }
-  size_ = size;
-  return Outcome::kRead;
+  return ReadToEnd(static_cast<std::uint64_t>(status.st_size),
+                   [&](char* buffer, std::size_t size, std::size_t& count) -> platform::Error {
+                     const ssize_t done =
+                         Uninterrupted([&] { return ::read(file.Number(), buffer, size); });
+                     if (done < 0) return errno;
+                     count = static_cast<std::size_t>(done);
+                     return 0;
+                   });
 }
 
 }  // namespace RegexClass::platform

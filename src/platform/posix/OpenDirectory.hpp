@@ -13,6 +13,7 @@ namespace RegexClass::platform {
 struct Directory::System {
   /// The directories of a walk that are open, the one opened first in front.
   using Opened = std::list<System*>;
+  using Opening = int;
 
   System(DirectoryPointer above, std::string component, Links links);
   System(const System&) = delete;

@@ -5,46 +5,21 @@
 
 #include "platform/FileName.hpp"
 #include "platform/windows/OpenDirectory.hpp"
+#include "platform/windows/Path.hpp"
 
 namespace RegexClass::platform {
 namespace {
 
-/// What a call of the system writes into a buffer, of which it tells the size that it needs.
-template <class Call>
-std::string TextFrom(Call call) {
-  std::string text(MAX_PATH, '\0');
-  DWORD size = call(text.data(), static_cast<DWORD>(text.size()));
-  if (size >= text.size()) {
-    text.resize(size + std::size_t{1});
-    size = call(text.data(), static_cast<DWORD>(text.size()));
-  }
-  text.resize(size < text.size() ? size : 0);
-  return text;
-}
-
-std::string Joined(const std::string& path, const std::string& name) {
-  const bool separated = path.empty() || path.back() == ':' ||
-                         Separators().find(path.back()) != std::string_view::npos;
-  return separated ? path + name : path + Separators().front() + name;
-}
-
 std::string WithoutSeparatorsBehind(const std::string& component) {
-  const std::size_t root = RootLength(component);
-  return component.substr(0, std::max(root, component.find_last_not_of(Separators()) + 1));
+  return component.substr(0, component.find_last_not_of(Separators()) + 1);
 }
 
-/// The path without the mark of those that the system doesn't look through.
-std::string WithoutMark(const std::string& path) {
-  if (path.rfind(R"(\\?\UNC\)", 0) == 0) return '\\' + path.substr(7);
-  return path.rfind(R"(\\?\)", 0) == 0 ? path.substr(4) : path;
-}
-
-bool IsLink(const WIN32_FIND_DATAA& found) {
+bool IsLink(const WIN32_FIND_DATAW& found) {
   return (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-         IsReparseTagNameSurrogate(found.dwReserved0);
+         (found.dwReserved0 == 0 || IsReparseTagNameSurrogate(found.dwReserved0));
 }
 
-DirectoryEntry::Kind KindOf(const WIN32_FIND_DATAA& found) {
+DirectoryEntry::Kind KindOf(const WIN32_FIND_DATAW& found) {
   if (IsLink(found)) return DirectoryEntry::kLink;
   const bool isDirectory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   return isDirectory ? DirectoryEntry::kDirectory : DirectoryEntry::kFile;
@@ -62,13 +37,13 @@ struct FindHandle {
 Directory::System::System(DirectoryPointer above, const std::string& component, Links ofName)
     : parent(std::move(above)), name(component), pathLength(component.size()), links(ofName) {
   if (parent == nullptr) {
-    path = TextFrom([](char* text, DWORD size) { return GetCurrentDirectoryA(size, text); });
+    path = CurrentPath();
     return;
   }
   const System& upper = parent->ForPlatform();
   pathLength += upper.pathLength;
-  const std::string bare = WithoutSeparatorsBehind(component);
-  path = RootLength(bare) != 0 ? bare : Joined(upper.path, bare);
+  path = links == Links::kMeant ? FullPath(upper.path, component)
+                                : PathIn(upper.path, WithoutSeparatorsBehind(component));
 }
 
 Directory::System::~System() {
@@ -88,7 +63,7 @@ Error Directory::System::Open(Handle& handle) {
   BY_HANDLE_FILE_INFORMATION status = {};
   const auto open = [&](DWORD flag) -> Error {
     const auto with = [&](DWORD access, DWORD share) {
-      handle = Handle(CreateFileA(path.c_str(), access, share, nullptr, OPEN_EXISTING,
+      handle = Handle(CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_BACKUP_SEMANTICS | flag, nullptr));
       return handle.IsOpen();
     };
@@ -114,95 +89,71 @@ Error Directory::System::Open(Handle& handle) {
   return 0;
 }
 
-std::string Directory::System::PathOf(const std::string& entry) const {
-  return Joined(path, entry);
-}
-
-Directory::Directory(std::unique_ptr<System> system) : system_(std::move(system)) {}
-Directory::~Directory() = default;
-
-DirectoryPointer Directory::Current() {
-  return std::make_shared<Directory>(
-      std::make_unique<System>(nullptr, std::string(), Links::kMeant));
-}
-
-DirectoryPointer Directory::Below(const std::string& component, Links links) {
-  return std::make_shared<Directory>(
-      std::make_unique<System>(shared_from_this(), component, links));
-}
-
-DirectoryPointer Directory::Above(std::size_t length) {
-  DirectoryPointer directory = shared_from_this();
-  while (directory->PathLength() > length) {
-    const System& system = *directory->system_;
-    if (system.parent == nullptr) return nullptr;
-    const std::size_t above = system.parent->PathLength();
-    if (above < length) {  // inside of a name that the caller has spelled out
-      return system.parent->Below(system.name.substr(0, length - above), system.links);
-    }
-    directory = DirectoryPointer(system.parent);
-  }
-  return directory->PathLength() == length ? directory : nullptr;
-}
-
-std::size_t Directory::PathLength() const { return system_->pathLength; }
-
-bool Directory::IsReachedAsMeant() const { return system_->asMeant; }
-
-Error Directory::Identify(FileIdentity& identity) {
-  Handle ignored;
-  if (!system_->identified) {
-    if (const Error error = system_->Open(ignored)) return error;
-  }
-  identity = system_->identity;
-  return 0;
+std::wstring Directory::System::PathOf(const std::string& entry) const {
+  return PathIn(path, entry);
 }
 
 Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
   Handle directory;
   opened = false;
   if (const Error error = system_->Open(directory)) return error;
-  WIN32_FIND_DATAA entry = {};
-  const FindHandle found = {FindFirstFileA(system_->PathOf("*").c_str(), &entry)};
+  const std::wstring all = Joined(system_->path, L"*");
+  WIN32_FIND_DATAW entry = {};
+  const FindHandle found = {FindFirstFileExW(all.c_str(), FindExInfoBasic, &entry,
+                                             FindExSearchNameMatch, nullptr,
+                                             FIND_FIRST_EX_LARGE_FETCH)};
   if (found.value == INVALID_HANDLE_VALUE) {
-    return GetLastError() == ERROR_FILE_NOT_FOUND ? 0 : LastError();
+    const Error error = LastError();
+    return error == ERROR_FILE_NOT_FOUND ? 0 : error;
   }
   opened = true;
+  Error error = 0;
   do {
-    const std::string name = entry.cFileName;
-    if (name != "." && name != "..") entries.push_back({name, platform::KindOf(entry)});
-  } while (FindNextFileA(found.value, &entry));
-  return GetLastError() == ERROR_NO_MORE_FILES ? 0 : LastError();
+    std::string name;
+    if (!Narrow(entry.cFileName, name)) {
+      error = ERROR_NO_UNICODE_TRANSLATION;
+    } else if (name != "." && name != "..") {
+      entries.push_back({name, platform::KindOf(entry)});
+    }
+  } while (FindNextFileW(found.value, &entry));
+  const Error last = LastError();
+  return last == ERROR_NO_MORE_FILES ? error : last;
 }
 
 DirectoryEntry::Kind Directory::KindOf(const std::string& name) {
-  WIN32_FIND_DATAA entry = {};
-  const FindHandle found = {FindFirstFileA(system_->PathOf(name).c_str(), &entry)};
+  WIN32_FIND_DATAW entry = {};
+  const FindHandle found = {FindFirstFileW(system_->PathOf(name).c_str(), &entry)};
   if (found.value == INVALID_HANDLE_VALUE) return DirectoryEntry::kOther;
   // In another case or short form it is to be resolved as a link is.
-  return name == entry.cFileName ? platform::KindOf(entry) : DirectoryEntry::kLink;
+  return Wide(name) == entry.cFileName ? platform::KindOf(entry) : DirectoryEntry::kLink;
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {
   directory = shared_from_this();
   Handle opened;
   if (const Error error = system_->Open(opened)) return error;
-  const std::string path = system_->PathOf(name);
-  WIN32_FIND_DATAA entry = {};
-  const FindHandle found = {FindFirstFileA(path.c_str(), &entry)};
-  if (found.value == INVALID_HANDLE_VALUE) return LeadsNowhere(LastError()) ? 0 : LastError();
-  name = entry.cFileName;  // whatever case or short form it was written in
+  const std::wstring path = system_->PathOf(name);
+  WIN32_FIND_DATAW entry = {};
+  const FindHandle found = {FindFirstFileW(path.c_str(), &entry)};
+  if (found.value == INVALID_HANDLE_VALUE) {
+    const Error error = LastError();
+    return LeadsNowhere(error) ? 0 : error;
+  }
+  // Whatever case or short form it was written in.
+  if (!Narrow(entry.cFileName, name)) return ERROR_NO_UNICODE_TRANSLATION;
   if (!IsLink(entry)) return 0;
 
-  const Handle target(CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES,
+  const Handle target(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   if (!target.IsOpen()) return LastError();
-  const std::string real = WithoutMark(TextFrom([&](char* text, DWORD size) {
-    return GetFinalPathNameByHandleA(target.Value(), text, size, FILE_NAME_NORMALIZED);
-  }));
+  const std::wstring wide = TextFrom([&](wchar_t* text, DWORD size) {
+    return GetFinalPathNameByHandleW(target.Value(), text, size, FILE_NAME_NORMALIZED);
+  });
+  if (wide.empty()) return LastError();
+  std::string real;
+  if (!Narrow(wide, real)) return ERROR_NO_UNICODE_TRANSLATION;
   const std::size_t last = real.find_last_of(Separators()) + 1;
-  if (last == 0) return LastError();
   directory = Below(real.substr(0, last), Links::kMeant);
   name = real.substr(last);
   return 0;

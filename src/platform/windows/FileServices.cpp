@@ -11,6 +11,7 @@
 
 #include "platform/FileName.hpp"
 #include "platform/windows/OpenDirectory.hpp"
+#include "platform/windows/Path.hpp"
 
 namespace RegexClass::platform {
 namespace {
@@ -20,9 +21,10 @@ Error Outcome(BOOL result) { return result ? 0 : LastError(); }
 
 class WindowsFile : public File {
  public:
-  Error Open(const std::string& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+  Error Open(const std::wstring& path, DWORD access, DWORD share, DWORD disposition, DWORD flags,
+             SECURITY_ATTRIBUTES* security = nullptr) {
     handle_ =
-        Handle(CreateFileA(path.c_str(), access, share, nullptr, disposition, flags, nullptr));
+        Handle(CreateFileW(path.c_str(), access, share, security, disposition, flags, nullptr));
     return handle_.IsOpen() ? 0 : LastError();
   }
 
@@ -122,8 +124,8 @@ bool SameContent(const Status& a, const Status& b) {
 }
 
 /// The status of what has a name, no link being followed; nothing when nothing has it.
-std::optional<Status> StatusOf(const std::string& path) {
-  const Handle file(CreateFileA(
+std::optional<Status> StatusOf(const std::wstring& path) {
+  const Handle file(CreateFileW(
       path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
       nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   Status status = {};
@@ -131,38 +133,51 @@ std::optional<Status> StatusOf(const std::string& path) {
   return status;
 }
 
-/// Gives `copy` the access list of `original`, where the file system has such.
-void CopyAccessList(const std::string& original, const std::string& copy) {
-  DWORD size = 0;
-  GetFileSecurityA(original.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-  std::vector<char> list(size);
-  if (size != 0 &&
-      GetFileSecurityA(original.c_str(), DACL_SECURITY_INFORMATION, list.data(), size, &size)) {
-    SetFileSecurityA(copy.c_str(), DACL_SECURITY_INFORMATION, list.data());
+/// The access list of a file, where the file system has such.
+class AccessList {
+ public:
+  explicit AccessList(const std::wstring& path) {
+    DWORD size = 0;
+    GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+    list_.resize(size);
+    DWORD same = 0;
+    if (!GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, list_.data(), size, &same)) {
+      list_.clear();
+    }
+    attributes_.lpSecurityDescriptor = list_.data();
   }
-}
+  AccessList(const AccessList&) = delete;
+
+  /// For the making of a file; null for the list that the directory gives.
+  SECURITY_ATTRIBUTES* ForNewFile() { return list_.empty() ? nullptr : &attributes_; }
+
+ private:
+  std::vector<char> list_;
+  SECURITY_ATTRIBUTES attributes_ = {sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE};
+};
 
 /// A new file whose content comes through one handle, which lets no one else in.
 class WindowsNewFile : public NewFile {
  public:
-  explicit WindowsNewFile(std::string path) : path_(std::move(path)) {}
+  explicit WindowsNewFile(std::wstring path) : path_(std::move(path)) {}
   ~WindowsNewFile() override {
     file_.Close();
-    if (!name_.empty()) DeleteFileA(name_.c_str());
+    if (!name_.empty()) DeleteFileW(name_.c_str());
   }
 
-  /// Makes the file beside the place that it is for; `make` makes one of a name that is free.
-  template <class Make>
-  Error Create(Make make) {
+  /// Makes the file beside the place that it is for, with the access list of `original` from its
+  /// first moment.
+  Error Create(const std::wstring& original) {
+    AccessList list(original);
     std::random_device chance;
-    const std::size_t last = path_.find_last_of(Separators()) + 1;
+    const std::size_t last = path_.rfind(L'\\') + 1;
     for (int attempt = 0; attempt < 100; ++attempt) {
-      const std::string name = path_.substr(0, last) + ".Regex" + std::to_string(chance());
-      const Error error = make(name);
-      if (error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS) continue;
-      if (error != 0) return error;
-      name_ = name;
-      return file_.Open(name, GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+      const std::wstring name = path_.substr(0, last) + L".Regex" + std::to_wstring(chance());
+      const Error error = file_.Open(name, GENERIC_READ | GENERIC_WRITE, 0, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, list.ForNewFile());
+      if (error == ERROR_FILE_EXISTS) continue;
+      if (error == 0) name_ = name;
+      return error;
     }
     return ERROR_FILE_EXISTS;
   }
@@ -176,10 +191,8 @@ class WindowsNewFile : public NewFile {
     return error != 0 ? error : closed;
   }
 
-  const std::string path_;
-  std::string name_;  // of chance, while the file has it
-
- private:
+  const std::wstring path_;
+  std::wstring name_;  // of chance, while the file has it
   WindowsFile file_;
 };
 
@@ -187,10 +200,21 @@ class SavedCopy final : public WindowsNewFile {
  public:
   using WindowsNewFile::WindowsNewFile;
 
+  /// Makes the file with the attributes and the other streams of `original`, too.
+  Error CreateAs(const std::wstring& original) {
+    Error error = Create(original);
+    if (error == 0) error = file_.Close();
+    if (error == 0) error = Outcome(CopyFileW(original.c_str(), name_.c_str(), FALSE));
+    // Somebody who looks at every new file may be doing so.
+    if (error != 0) return error;
+    return file_.Open(name_, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                      OPEN_EXISTING, 0);
+  }
+
   Error Publish() override {
     Error error = Finish();
     if (error == 0) {
-      error = Outcome(MoveFileExA(name_.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING));
+      error = Outcome(MoveFileExW(name_.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING));
     }
     if (error == 0) name_.clear();
     return error;
@@ -212,8 +236,7 @@ class WindowsTarget final : public Target {
     // Lets readers in and keeps writers out; the name may be given to a new file meanwhile.
     if (const Error error = content_.OpenToRead(path_)) return error;
     if (!GetFileInformationByHandle(content_.Value(), &status_)) return LastError();
-    if (IsLink(content_.Value(), status_)) return ERROR_CANT_ACCESS_FILE;
-    return IdentityOf(status_) == file.identity ? 0 : kErrorStale;
+    return IdentityOf(status_) == file.identity ? CheckName() : kErrorStale;
   }
 
   File& Content() override { return content_; }
@@ -225,9 +248,7 @@ class WindowsTarget final : public Target {
     if (status_.nNumberOfLinks > 1) return ERROR_TOO_MANY_LINKS;
     if (const Error error = CheckName()) return error;
     auto created = std::make_unique<Replacement>(*this);
-    const Error error = created->Create([](const std::string& name) {
-      return WindowsFile().Open(name, GENERIC_WRITE, 0, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
-    });
+    const Error error = created->Create(path_);
     if (error == 0) file = std::move(created);
     return error;
   }
@@ -239,26 +260,23 @@ class WindowsTarget final : public Target {
     if (above == nullptr) return ERROR_BAD_PATHNAME;
     Handle opened;
     if (const Error error = above->ForPlatform().Open(opened)) return error;
-    const std::string path = above->ForPlatform().PathOf(name.substr(above->PathLength()));
+    const std::wstring path = above->ForPlatform().PathOf(name.substr(above->PathLength()));
+    if (path.empty()) return ERROR_INVALID_NAME;
     if (const auto present = StatusOf(path)) {
       if (IdentityOf(*present) == IdentityOf(status_)) return ERROR_ALREADY_EXISTS;
       if ((present->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_ACCESS_DENIED;
     }
     auto created = std::make_unique<SavedCopy>(path);
-    const Error error = created->Create([&](const std::string& temporary) {
-      const Error copied = Outcome(CopyFileA(path_.c_str(), temporary.c_str(), TRUE));
-      if (copied == 0) CopyAccessList(path_, temporary);
-      return copied;
-    });
+    const Error error = created->CreateAs(path_);
     if (error == 0) file = std::move(created);
     return error;
   }
 
   Error RestoreAttributes() override {
-    const DWORD present = GetFileAttributesA(path_.c_str());
+    const DWORD present = GetFileAttributesW(path_.c_str());
     return (present & kSettable) == Attributes()
                ? 0
-               : Outcome(SetFileAttributesA(path_.c_str(), Attributes()));
+               : Outcome(SetFileAttributesW(path_.c_str(), Attributes()));
   }
 
  private:
@@ -266,7 +284,7 @@ class WindowsTarget final : public Target {
   /// written to by anyone else since it was opened for reading.
   class ContentFile final : public WindowsFile {
    public:
-    Error OpenToRead(const std::string& path) {
+    Error OpenToRead(const std::wstring& path) {
       path_ = path;
       return OpenFor(GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE);
     }
@@ -277,8 +295,7 @@ class WindowsTarget final : public Target {
 
    private:
     Error OpenFor(DWORD access, DWORD share) {
-      return Open(path_, access, share, OPEN_EXISTING,
-                  FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT);
+      return Open(path_, access, share, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
     }
     Error OpenToWrite() {
       if (std::exchange(isWritten_, true)) return 0;
@@ -291,7 +308,7 @@ class WindowsTarget final : public Target {
       return SameContent(before, now) ? 0 : kErrorStale;
     }
 
-    std::string path_;
+    std::wstring path_;
     bool isWritten_ = false;
   };
 
@@ -303,16 +320,16 @@ class WindowsTarget final : public Target {
 
     Error Publish() override {
       Error error = Finish();
-      if (error == 0) error = Outcome(SetFileAttributesA(name_.c_str(), target_.Attributes()));
+      if (error == 0) error = Outcome(SetFileAttributesW(name_.c_str(), target_.Attributes()));
       if (error == 0) error = target_.CheckName();
       if (error != 0) return error;
       // The old file goes aside and is deleted under a name of its own: who still has it open keeps
       // it to the end, and doesn't hold up the new one.
-      const std::string old = name_ + ".old";
-      error = Outcome(ReplaceFileA(path_.c_str(), name_.c_str(), old.c_str(), 0, nullptr, nullptr));
-      if (error != 0) MoveFileA(old.c_str(), path_.c_str());  // if it has gone aside already
+      const std::wstring old = name_ + L".old";
+      error = Outcome(ReplaceFileW(path_.c_str(), name_.c_str(), old.c_str(), 0, nullptr, nullptr));
+      if (error != 0) MoveFileW(old.c_str(), path_.c_str());  // if it has gone aside already
       if (error != 0) return error;
-      DeleteFileA(old.c_str());
+      DeleteFileW(old.c_str());
       name_.clear();
       return 0;
     }
@@ -331,15 +348,14 @@ class WindowsTarget final : public Target {
 
   FoundFile found_;
   Handle directory_;  // keeps the path as it is
-  std::string path_;
+  std::wstring path_;
   ContentFile content_;
   Status status_ = {};
 };
 
-/// A name for a temporary file, by the given way; empty when it has none. `exists` tells whether
-/// the way has made the file.
-std::string TemporaryName(TemporaryNaming naming, bool& exists) {
-  exists = naming == TemporaryNaming::kThird;
+/// A name for a temporary file, by the given way; empty when it has none. The third way makes the
+/// file, too.
+std::string TemporaryName(TemporaryNaming naming) {
   if (naming == TemporaryNaming::kFirst) {
     char name[L_tmpnam] = "";
     return std::tmpnam(name) != nullptr ? name : "";
@@ -376,15 +392,17 @@ class WindowsFileServices final : public FileServices {
   }
 
   Error CreateTemporary(TemporaryNaming naming, TemporaryFile& temporary) override {
-    bool exists = false;
-    temporary.name = TemporaryName(naming, exists);
+    temporary.name = TemporaryName(naming);
     if (temporary.name.empty()) return LastError();
+    const std::wstring path = FullPath(CurrentPath(), temporary.name);
+    const bool exists = naming == TemporaryNaming::kThird;
     auto file = std::make_unique<WindowsFile>();
     // Lets no one in, and ends with its handle.
-    const Error error = file->Open(temporary.name, GENERIC_READ | GENERIC_WRITE, 0,
-                                   exists ? OPEN_EXISTING : CREATE_NEW,
-                                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE);
+    const Error error =
+        file->Open(path, GENERIC_READ | GENERIC_WRITE, 0, exists ? OPEN_EXISTING : CREATE_NEW,
+                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE);
     if (error == 0) temporary.file = std::move(file);
+    if (error != 0 && exists) DeleteFileW(path.c_str());
     return error;
   }
 };

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include "platform/FileName.hpp"
+#include "platform/windows/Path.hpp"
 
 namespace RegexClass::platform {
 namespace {
@@ -14,8 +15,8 @@ constexpr int kBlock = 16;  // a resource holds as many strings
 /// A file of resources, of which no code is run.
 class ResourceFile {
  public:
-  explicit ResourceFile(const std::string& path)
-      : module_(LoadLibraryExA(path.c_str(), nullptr,
+  explicit ResourceFile(const std::wstring& path)
+      : module_(LoadLibraryExW(path.c_str(), nullptr,
                                LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE)) {}
   ResourceFile(const ResourceFile&) = delete;
   ~ResourceFile() {
@@ -27,12 +28,18 @@ class ResourceFile {
   const HMODULE module_;
 };
 
-/// Where a catalogue of that name lies: a bare name in the application's own directory.
-std::string PathOf(const std::string& name) {
-  if (RootLength(name) != 0 || name.find_first_of(Separators()) != std::string::npos) return name;
-  std::string path(32768, '\0');
-  path.resize(GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size())));
-  return path.substr(0, path.find_last_of(Separators()) + 1) + name;
+/// Where a catalogue of that name lies: a bare name in the application's own directory. From the
+/// root, or the system would look for it in one directory after the other.
+std::wstring PathOf(const std::string& name) {
+  const std::wstring wide = Wide(name);
+  if (RootLength(name) != 0 || name.find_first_of(Separators()) != std::string::npos) {
+    return TextFrom([&](wchar_t* text, DWORD size) {
+      return GetFullPathNameW(wide.c_str(), size, text, nullptr);
+    });
+  }
+  std::wstring path(32768, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return path.substr(0, path.find_last_of(L'\\') + 1) + wide;
 }
 
 BOOL CALLBACK AddBlock(HMODULE, LPCSTR, LPSTR name, LONG_PTR blocks) {
@@ -45,10 +52,10 @@ BOOL CALLBACK AddBlock(HMODULE, LPCSTR, LPSTR name, LONG_PTR blocks) {
 
 }  // namespace
 
-MessageCatalogue::MessageCatalogue(const std::string& name) { Open(PathOf(name)); }
+MessageCatalogue::MessageCatalogue(const std::string& name) { Open(name); }
 
 bool MessageCatalogue::Open(const std::string& path) {
-  const ResourceFile file(path);
+  const ResourceFile file(PathOf(path));
   open_ = file.Module() != nullptr;
   std::vector<int> blocks;
   if (open_) {

@@ -9,6 +9,8 @@ namespace RegexClass::platform {
 namespace {
 
 constexpr LCID kUser = LOCALE_USER_DEFAULT;
+/// Texts are in the code page of the process, which needn't be that of the locale.
+constexpr DWORD kCodePage = LOCALE_USE_CP_ACP;
 constexpr std::size_t kCharacters = std::ctype<char>::table_size;
 
 /// What the system says of one character.
@@ -19,6 +21,9 @@ std::ctype_base::mask ClassOf(char c) {
       {C1_PUNCT, std::ctype_base::punct},   {C1_CNTRL, std::ctype_base::cntrl},
       {C1_XDIGIT, std::ctype_base::xdigit}, {C1_ALPHA, std::ctype_base::alpha},
       {C1_BLANK, std::ctype_base::blank}};
+  wchar_t wide = 0;
+  const bool isWhole = MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, &c, 1, &wide, 1) == 1;
+  if (!isWhole) return {};  // a part of a character, which has no class by itself
   WORD told = 0;
   GetStringTypeExA(kUser, CT_CTYPE1, &c, 1, &told);
   std::ctype_base::mask mask = {};
@@ -31,7 +36,7 @@ std::ctype_base::mask ClassOf(char c) {
 
 char Mapped(char c, DWORD mapping) {
   char result = c;
-  return LCMapStringA(kUser, mapping, &c, 1, &result, 1) == 1 ? result : c;
+  return LCMapStringA(kUser, mapping | kCodePage, &c, 1, &result, 1) == 1 ? result : c;
 }
 
 /// Classes and case as the user's locale has them.
@@ -69,23 +74,23 @@ class UserOrder final : public std::collate<char> {
  protected:
   int do_compare(const char* first, const char* last, const char* otherFirst,
                  const char* otherLast) const override {
-    const int order = CompareStringA(kUser, 0, first, static_cast<int>(last - first), otherFirst,
-                                     static_cast<int>(otherLast - otherFirst));
-    return order == 0 ? 0 : order - CSTR_EQUAL;
+    const int order = do_transform(first, last).compare(do_transform(otherFirst, otherLast));
+    return order == 0 ? 0 : (order < 0 ? -1 : 1);
   }
   std::string do_transform(const char* first, const char* last) const override {
     const auto key = [&](char* target, int size) {
-      return LCMapStringA(kUser, LCMAP_SORTKEY, first, static_cast<int>(last - first), target,
-                          size);
+      return LCMapStringA(kUser, LCMAP_SORTKEY | kCodePage, first, static_cast<int>(last - first),
+                          target, size);
     };
     if (first == last) return std::string();
     std::string text(static_cast<std::size_t>(key(nullptr, 0)), '\0');
     key(text.data(), static_cast<int>(text.size()));
-    return text;
+    return text.empty() ? std::string(first, last) : text;
   }
 };
 
-std::string Information(LCTYPE type) {
+std::string Information(LCTYPE which) {
+  const LCTYPE type = which | kCodePage;
   const int size = GetLocaleInfoA(kUser, type, nullptr, 0);
   std::string text(static_cast<std::size_t>(size), '\0');
   GetLocaleInfoA(kUser, type, text.data(), size);
