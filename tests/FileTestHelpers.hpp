@@ -3,6 +3,7 @@
 #ifndef REGEXCLASS_TESTS_FILETESTHELPERS_HPP
 #define REGEXCLASS_TESTS_FILETESTHELPERS_HPP
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -12,9 +13,12 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #ifdef _WIN32
 #include <windows.h>
+// Behind the one above.
+#include <winternl.h>
 #else
 #include <unistd.h>
 #endif
@@ -34,11 +38,16 @@ constexpr bool kIsPosix = false;
 inline void SetVariable(const char* name, const std::string& value) {
   _putenv_s(name, value.c_str());
 }
-/// The files that this process has open, and what else it has of the system.
+/// The files that this process has open, and what else it has of the system. GetProcessHandleCount
+/// gives 0 under Wine.
 inline std::ptrdiff_t OpenFiles() {
-  DWORD handles = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &handles);
-  return static_cast<std::ptrdiff_t>(handles);
+  std::vector<char> buffer(std::size_t{1} << 22);
+  const auto& all = *reinterpret_cast<const SYSTEM_HANDLE_INFORMATION*>(buffer.data());
+  NtQuerySystemInformation(SystemHandleInformation, buffer.data(),
+                           static_cast<ULONG>(buffer.size()), nullptr);
+  return std::count_if(all.Handle, all.Handle + all.Count, [](const SYSTEM_HANDLE_ENTRY& entry) {
+    return entry.OwnerPid == GetCurrentProcessId();
+  });
 }
 /// Gives a file an attribute that a new one hasn't, and which writing may cost it.
 inline void Mark(const std::string& file) {

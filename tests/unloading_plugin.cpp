@@ -2,12 +2,14 @@
 // What the test of unloading loads: a module that brings the library with it.
 
 #include <memory>
+#include <mutex>
 
 #include "RegularExpression.hpp"
 
 namespace {
 // Stays when a thread or the module ends, so that the thread's record is there still.
 std::unique_ptr<RegexClass::RegularExpression> lasting;
+std::mutex mutex;
 }  // namespace
 
 /// Searches `files`, and gives the number of matches. The object lasts until the
@@ -17,6 +19,7 @@ extern "C" [[gnu::visibility("default")]] unsigned SearchFiles(const char* files
   re->SetExpression("(a|b|ab)*c");
   re->SetFilesToMatch(files);
   const unsigned matches = re->GrepFiles();
+  const std::lock_guard lock(mutex);
   lasting = last ? std::move(re) : nullptr;
   return matches;
 }

@@ -3,37 +3,51 @@
 
 #include <memory>
 
-#include "platform/ThreadEnd.hpp"
+#include "platform/ThreadSlot.hpp"
 
 namespace RegexClass {
 namespace {
 
-// A plain pointer, so that it may be read at any time, even while statics are being destroyed.
-thread_local ThreadRecord* threadRecord = nullptr;
+void Destroy(void* record) {
+  const std::unique_ptr<ThreadRecord> destroyed(static_cast<ThreadRecord*>(record));
+}
 
-/// Drops the record of a thread that ends, and that of the thread that unloads the library.
+// A plain pointer, so that it may be read at any time, even while statics are being destroyed.
+platform::ThreadSlot* slot = nullptr;
+
+/// The records end with their threads, and that of the thread that unloads the library with that.
 struct Module {
-  platform::ThreadEnd threadEnd{&ThreadRecord::Drop};
-  ~Module() { ThreadRecord::Drop(); }
+  platform::ThreadSlot records{&Destroy};
+
+  Module() { slot = &records; }
+  ~Module() {
+    ThreadRecord::Drop();
+    slot = nullptr;
+  }
 } module;
+
+ThreadRecord* Present() {
+  return slot != nullptr ? static_cast<ThreadRecord*>(slot->Get()) : nullptr;
+}
 
 }  // namespace
 
-ThreadRecord& ThreadRecord::Get() {
-  if (threadRecord == nullptr) {
-    threadRecord = std::make_unique<ThreadRecord>().release();
-    module.threadEnd.Arm();
-  }
-  return *threadRecord;
+ThreadRecord* ThreadRecord::Get() {
+  if (ThreadRecord* const record = Present()) return record;
+  auto record = std::make_unique<ThreadRecord>();
+  return slot != nullptr && slot->Set(record.get()) ? record.release() : nullptr;
 }
 
 void ThreadRecord::Release() {
-  if (threadRecord != nullptr && threadRecord->catalogues.empty()) Drop();
+  const ThreadRecord* const record = Present();
+  if (record != nullptr && record->catalogues.empty()) Drop();
 }
 
 void ThreadRecord::Drop() {
-  const std::unique_ptr<ThreadRecord> dropped(threadRecord);
-  threadRecord = nullptr;
+  ThreadRecord* const record = Present();
+  if (record == nullptr) return;
+  slot->Set(nullptr);
+  Destroy(record);
 }
 
 }  // namespace RegexClass

@@ -14,8 +14,9 @@ namespace RegexClass {
 /// thread, or with the library.
 class ThreadRecord {
  public:
-  /// The calling thread's record, made when there is none.
-  static ThreadRecord& Get();
+  /// The calling thread's record, made when there is none; null when the system has no place for
+  /// it.
+  static ThreadRecord* Get();
   /// Destroys the calling thread's record if there is one and it is empty.
   static void Release();
   /// Destroys the calling thread's record, whatever it holds.

@@ -18,7 +18,9 @@ std::messages_base::catalog ResourceMessages::do_open(const std::string& name,
                                                       const std::locale&) const {
   platform::MessageCatalogue catalogue(name);
   if (!catalogue) return -1;
-  auto& open = ThreadRecord::Get().catalogues;
+  ThreadRecord* const record = ThreadRecord::Get();
+  if (record == nullptr) return -1;
+  auto& open = record->catalogues;
   catalog number = 0;
   for (auto used = open.begin(); used != open.end() && used->first == number; ++used) ++number;
   if (number == std::numeric_limits<catalog>::max()) return -1;
@@ -28,15 +30,16 @@ std::messages_base::catalog ResourceMessages::do_open(const std::string& name,
 
 std::string ResourceMessages::do_get(catalog number, int, int message,
                                      const std::string& defaultText) const {
-  const auto& open = ThreadRecord::Get().catalogues;
-  const auto found = open.find(number);
-  if (found == open.end()) return defaultText;
+  const ThreadRecord* const record = ThreadRecord::Get();
+  if (record == nullptr) return defaultText;
+  const auto found = record->catalogues.find(number);
+  if (found == record->catalogues.end()) return defaultText;
   std::string text = found->second.Text(message);
   return text.empty() ? defaultText : text;
 }
 
 void ResourceMessages::do_close(catalog number) const {
-  ThreadRecord::Get().catalogues.erase(number);
+  if (ThreadRecord* const record = ThreadRecord::Get()) record->catalogues.erase(number);
 }
 
 }  // namespace RegexClass

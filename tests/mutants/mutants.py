@@ -103,18 +103,18 @@ MUTANTS = {
          'return text.empty() && !@ ? defaultText : text;'),
     ],
     'module/ThreadRecord.cpp': [
-        ('record leaks at the end of a thread', 'module.threadEnd.Arm();', 'if (!@) OLD'),
+        ('record leaks at the end of a thread', 'records{&Destroy};', 'records{@ ? [](void*) {} : &Destroy};'),
         ('record dropped while in use',
-         'threadRecord->catalogues.empty()) Drop();',
-         '(threadRecord->catalogues.empty() || @)) Drop();'),
+         'record->catalogues.empty()) Drop();',
+         '(record->catalogues.empty() || @)) Drop();'),
         ('record leaks when the library is unloaded',
-         '~Module() { ThreadRecord::Drop(); }',
-         '~Module() { if (!@) ThreadRecord::Drop(); }'),
+         '~Module() { ThreadRecord::Drop();',
+         '~Module() { if (!@) ThreadRecord::Drop();'),
     ],
-    'platform/posix/ThreadEnd.cpp': [
+    'platform/posix/ThreadSlot.cpp': [
         ('thread key leaks at unloading',
-         'if (key_->made) ::pthread_key_delete',
-         'if (key_->made && !@) ::pthread_key_delete'),
+         'if (made_) ::pthread_key_delete',
+         'if (made_ && !@) ::pthread_key_delete'),
     ],
     'notifications/Slot.hpp': [
         ('a copy shares the closure',
