@@ -161,11 +161,12 @@ TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
 }
 
 /// What a walk finds, one behind the other; "!" and the code for an expression that is no good.
-std::string Found(const std::string& expression, const std::string& text, bool icase = false) {
+std::string Found(const std::string& expression, const std::string& text, bool icase = false,
+                  const std::string& format = "$&") {
   RE re = Unicode(expression, text, icase);
   if (const int code = re.ParseExpression()) return '!' + std::to_string(code);
   std::string found;
-  re.SetFormatString("$&");
+  re.SetFormatString(format);
   re.SetMergeCopy(false);
   re.Merge(found);
   return found;
@@ -191,7 +192,7 @@ TEST(UnicodeTest, AsciiIsMatchedAlikeOnBothWays) {
     const bool icase = random.Flip();
     for (std::string& each : found) {
       try {
-        each = Found(expression, text, icase);
+        each = Found(expression, text, icase, "\\u$&<\\L$1$^N$`>(?1a:b)\\x41\\U$'\\E$$");
       } catch (const std::runtime_error&) {
         each = "too complex";
       }

@@ -347,6 +347,9 @@ unsigned int Expression<Unicode>::Grep(const char* first, const char* last, Flag
 
 void Expression<Unicode>::Merge(const char* first, const char* last, const char* format,
                                 Flags flags, std::string& out) const {
+  const char* const formatEnd = format + std::char_traits<char>::length(format);
+  const auto* const ascii = IsAscii(format, formatEnd) ? ForAscii(first, last) : nullptr;
+  if (ascii != nullptr) return ascii->Merge(first, last, format, flags, out);
   const bool copy = (flags & boost::format_no_copy) == 0;
   const bool all = (flags & boost::format_first_only) == 0;
   const char* done = first;
