@@ -366,7 +366,13 @@ ExitStatus RunChangeFiles(const Request& request) {
     if (!conflicts.empty() && !shown) throw Failure("nothing has been changed");
   }
   if (shown) return job.problems.Status(!files.empty());
-  return ChangeRun(job, files).Run();
+  try {
+    const ExitStatus status = ChangeRun(job, files).Run();
+    FinishOutput();
+    return status;
+  } catch (const OutputClosed& closed) {  // that files weren't told of shouldn't go unsaid
+    throw Failure(closed);
+  }
 }
 
 }  // namespace tool

@@ -36,7 +36,8 @@ std::string WithoutEscapes(std::string_view text) {
 
 /// The offset of the first character with a meaning of its own, or the size.
 std::size_t FindSpecial(const std::string& pattern) {
-  return std::min({pattern.find_first_of(";*?[]"), pattern.find(kEscape), pattern.size()});
+  const std::size_t at = MarkLength(pattern);
+  return std::min({pattern.find_first_of(";*?[]", at), pattern.find(kEscape), pattern.size()});
 }
 
 /// How much of a pattern stands in front of the first component with such a character.
@@ -84,7 +85,10 @@ class Lister {
       const std::string directory = ended ? name : name + kSeparators.front();
       Tree(directory, "*", directory.size());
     } else if (status.kind == FileStatus::kFile) {
-      Add(KeyOfTarget(name), {name, name.size(), false});
+      // By a wildcard the library comes to a name in the case that the directory has it in.
+      const bool plain = FindSpecial(name) == name.size();
+      const std::vector<std::string> found = plain ? std::vector{name} : Glob(Escaped(name));
+      if (!found.empty()) Add(KeyOfTarget(name), {found[0], name.size(), false});
     }
     return status.error;
   }
@@ -132,7 +136,8 @@ class Lister {
   /// The names of a pattern in byte order.
   std::vector<std::string> Glob(const std::string& pattern) {
     std::vector<std::string> names;
-    Glob("", pattern, names);
+    const std::size_t mark = MarkLength(pattern);
+    Glob(pattern.substr(0, mark), std::string_view(pattern).substr(mark), names);
     std::sort(names.begin(), names.end());
     return names;
   }
@@ -146,7 +151,7 @@ class Lister {
       const std::string separators(rest.substr(end, next - end));
       rest.remove_prefix(next);
       if (FindUnescaped(component, "*?[") < component.size()) {
-        for (const Entry& entry : Entries(path)) {
+        for (const Entry& entry : Entries(path, ENOTDIR)) {
           const bool leads = separators.empty() || entry.kind == FileStatus::kDirectory;
           if (!leads || !NameMatches(component, entry.name, true)) continue;
           Glob(path + entry.name + separators, rest, names);
@@ -182,7 +187,7 @@ class Lister {
     const std::size_t first = files_.size();
     bool all = !choice_.ignoreFiles;
     std::vector<std::string> directories;
-    for (const Entry& entry : Entries(directory)) {
+    for (const Entry& entry : Entries(directory, ENOENT)) {
       const std::string path = directory + entry.name;
       const bool dotted = entry.name[0] == '.';
       if (IsExcluded(entry.name) || IsExcluded(path) || (entry.hidden && !shown)) {
@@ -206,10 +211,10 @@ class Lister {
         [&name](const std::string& pattern) { return NameMatches(pattern, name, false); });
   }
 
-  /// The entries of a directory, as it stands before a name.
-  std::vector<Entry> Entries(const std::string& directory) {
+  /// The entries of a directory, as it stands before a name. Of one error nothing is told.
+  std::vector<Entry> Entries(const std::string& directory, int expected) {
     Listing listing = List(directory);
-    if (listing.error != 0 && listing.error != ENOENT) {
+    if (listing.error != 0 && listing.error != expected) {
       const std::size_t end = directory.find_last_not_of(kSeparators);
       const std::string name = directory.empty() ? "." : directory.substr(0, end + 1);
       progress_.Clear();

@@ -23,6 +23,9 @@ inline std::string OwnName(const std::string& path) { return path.substr(OwnName
 /// What stands in front of it; empty for a name in the current directory.
 inline std::string DirectoryOf(const std::string& path) { return path.substr(0, OwnNameAt(path)); }
 
+/// How long a mark at the start of a path is that is no component, whatever characters it has.
+std::size_t MarkLength(const std::string& path);
+
 /// The path with / between its components, which programs of other systems take.
 std::string WithSlashes(std::string path);
 
@@ -58,8 +61,8 @@ FileStatus StatusOfLink(const std::string& path);
 /// Why the process can't write to the file.
 int WriteError(const std::string& path);
 
-/// One name for what has this path, by whatever way and in whatever case it is written; a link that
-/// the last component may be isn't followed.
+/// One name for what has this path, whatever way leads to its directory and in whatever case it is
+/// written; a link that the last component may be isn't followed.
 std::string KeyOf(const std::string& path);
 /// The same of a name that a listing gave, in the directory whose own key is `directory`.
 std::string KeyIn(const std::string& directory, const std::string& name);

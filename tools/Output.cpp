@@ -145,10 +145,18 @@ tool::Json Printer::Place(const std::string& file, std::uint64_t line) {
   return object;
 }
 
+void CheckOutput() {
+  if (std::cout) return;
+  const int error = WriteErrno();
+  const std::string words = "standard output: " + SystemWords(error != 0 ? error : EIO);
+  if (error == EPIPE) throw OutputClosed(words);
+  throw Failure(words);
+}
+
 void FinishOutput() {
   errno = 0;
   std::cout.flush();
-  if (!std::cout) throw Failure("standard output: " + SystemWords(errno != 0 ? errno : EIO));
+  CheckOutput();
 }
 
 Progress::Progress()

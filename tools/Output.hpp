@@ -92,7 +92,9 @@ class Printer {
   std::string headed_;  // the file whose heading was the last
 };
 
-/// Throws Failure when standard output hasn't taken everything.
+/// Throws OutputClosed or another Failure when what was written last has failed.
+void CheckOutput();
+/// Passes on what has been written. Throws as CheckOutput does.
 void FinishOutput();
 
 /// Shows on standard error how far a run has come, when that is a terminal and the run takes more

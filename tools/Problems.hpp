@@ -24,6 +24,12 @@ class Failure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Nobody reads the output any more.
+class OutputClosed : public Failure {
+ public:
+  using Failure::Failure;
+};
+
 /// The system's words for one of its error numbers.
 inline std::string SystemWords(int number) { return std::strerror(number); }
 

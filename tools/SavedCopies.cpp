@@ -70,8 +70,9 @@ std::vector<std::string> CopyConflicts(const std::vector<ListedFile>& files,
       conflicts.push_back(file.name + ": its copy would be " + copy + ", which is named too");
     } else if (present != FileStatus::kNothing &&
                (present != FileStatus::kFile || !HaveSameContent(copy, file.name))) {
-      conflicts.push_back(file.name + ": its copy would be " + copy +
-                          ", which is there already and isn't one");
+      conflicts.push_back(
+          file.name + ": its copy would be " + copy +
+          ", which is there already with other content: take another extension, or move it away");
     }
   }
   return conflicts;

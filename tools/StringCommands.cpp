@@ -97,6 +97,7 @@ std::uint64_t RunOnText(Job& job, const Operation& operation) {
     job.problems.Tell(job.file + ':' + std::to_string(job.text.line), error.what());
   }
   job.PrintLines();
+  CheckOutput();
   return matches;
 }
 

@@ -30,6 +30,9 @@ bool OutputIsTerminal();
 /// Whether standard error is a terminal.
 bool MessagesGoToTerminal();
 
+/// The number of errno for the last write that has failed; 0 when it isn't known.
+int WriteErrno();
+
 /// Whether names and the texts of the user's locale are UTF-8.
 bool SpeaksUtf8();
 

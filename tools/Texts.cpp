@@ -6,6 +6,8 @@
 #include <limits>
 #include <vector>
 
+#include "FileSystem.hpp"
+
 namespace tool {
 
 namespace {
@@ -23,6 +25,7 @@ TextReader::TextReader(const std::string& name, bool whole) : whole_(whole) {
     file_.open(name, std::ios::binary);
     in_ = &file_;
     if (!file_) error_ = errno;
+    if (StatusOf(name).kind == FileStatus::kDirectory) error_ = EISDIR;
   }
 }
 

@@ -30,7 +30,7 @@ void OrderedOutput::Print(const Piece& piece) {
     if (piece.beginsFile && anyPrinted_) std::cout << separator_;
     anyPrinted_ = true;
     std::cout << piece.out;
-    if (!std::cout) FinishOutput();
+    CheckOutput();
   }
   if (!piece.messages.empty()) {
     std::cout.flush();  // keeps the order when both go to one place

@@ -268,6 +268,7 @@ ExitStatus Main(int argc, char** argv) {
   app.formatter(std::make_shared<Help>("COMMAND [OPTIONS] [ARGUMENTS]"));
   app.footer("Exit status: 0 for a match, 1 for none, 2 for an error. See regexclass(1).");
   app.require_subcommand(1);
+  app.allow_windows_style_options(false);  // a slash begins names and expressions
 
   Request request;
   request.jobs = std::max(1U, std::thread::hardware_concurrency());
@@ -308,6 +309,8 @@ int main(int argc, char** argv) {
   std::cin.tie(nullptr);
   try {
     return tool::Main(argc, argv);
+  } catch (const tool::OutputClosed&) {  // where no signal has ended the program
+    return tool::kError;
   } catch (const std::exception& error) {
     tool::Problems::Note(error.what());
     return tool::kError;

@@ -55,6 +55,8 @@ const bool kStarTakesDots = false;
 
 std::size_t OwnNameAt(const std::string& path) { return path.rfind('/') + 1; }
 
+std::size_t MarkLength(const std::string&) { return 0; }
+
 std::string WithSlashes(std::string path) { return path; }
 
 std::string Escaped(const std::string& name) {

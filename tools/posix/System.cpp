@@ -30,6 +30,8 @@ bool OutputIsTerminal() {
 
 bool MessagesGoToTerminal() { return isatty(STDERR_FILENO) != 0; }
 
+int WriteErrno() { return errno; }
+
 bool SpeaksUtf8() { return nl_langinfo(CODESET) == std::string("UTF-8"); }
 
 std::string LibraryWords(std::uint32_t code) { return SystemWords(static_cast<int>(code)); }
