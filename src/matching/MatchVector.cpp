@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "matching/MatchVector.hpp"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
 
 namespace RegexClass {
 namespace {
@@ -16,6 +16,20 @@ void Fill(REMatch& match, const boost::csub_match& part, bool took, const char* 
     match.text.clear();
     match.position = -1;
   }
+}
+
+unsigned int CountFeeds(const char* first, const char* last) {
+  constexpr std::ptrdiff_t kMost = 255;  // fit in a byte, so that the loop counts many at a time
+  unsigned int feeds = 0;
+  while (first < last) {
+    const char* const end = first + std::min(kMost, last - first);
+    unsigned char some = 0;
+    for (; first != end; ++first) {
+      if (*first == '\n') ++some;
+    }
+    feeds += some;
+  }
+  return feeds;
 }
 
 }  // namespace
@@ -41,17 +55,13 @@ void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch
 }
 
 Line LineCounter::At(const char* position) {
-  while (position_ < position) {
-    const auto rest = static_cast<std::size_t>(position - position_);
-    const void* const feed = std::memchr(position_, '\n', rest);
-    if (feed == nullptr) {
-      position_ = position;
-    } else {
-      position_ = static_cast<const char*>(feed) + 1;
-      ++line_.number;
-      line_.start = static_cast<unsigned int>(position_ - text_);
-    }
+  if (const unsigned int feeds = CountFeeds(position_, position)) {
+    const char* start = position;
+    while (start[-1] != '\n') --start;
+    line_.number += feeds;
+    line_.start = static_cast<unsigned int>(start - text_);
   }
+  position_ = std::max(position_, position);
   return line_;
 }
 
