@@ -5,9 +5,12 @@
 #include <RegularExpression.hpp>
 #include <cstddef>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "Samples.hpp"
@@ -113,9 +116,36 @@ void CompareExpression(Table& table, const char* expression) {
   beside("rg -c", "rg -uuuac" + tail);
 }
 
+/// A walk over many small files beside the least that anybody has to do with them.
+void CompareBareLoop(Table& table) {
+  constexpr const char* kOn = "20000 files of 10 KB";
+  if (!table.Wants("GrepFiles", kOn)) return;
+  std::vector<std::string> names;
+  const fs::path tree = fs::path(REGEXCLASS_BENCHMARK_FOLDER) / "small";
+  for (int i = 0; i < 20000; ++i) {
+    const fs::path name = tree / std::to_string(i / 200) / std::to_string(i);
+    names.push_back(name.string());
+    if (fs::exists(name)) continue;
+    fs::create_directories(name.parent_path());
+    std::ofstream(name) << std::string(10 << 10, 'a');
+  }
+  const auto loop = [names, buffer = std::vector<char>(1 << 20)]() mutable {
+    for (const std::string& name : names) {
+      const int file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+      benchmark::DoNotOptimize(::read(file, buffer.data(), buffer.size()));
+      ::close(file);
+    }
+  };
+  table.Add(
+      {"GrepFiles", kOn, "open, read, close", Repeat(loop),
+       Repeat([object = Make("template", tree)] { benchmark::DoNotOptimize(object->GrepFiles()); }),
+       Run(), 9});
+}
+
 }  // namespace
 
 void MeasureFiles(Table& table) {
+  CompareBareLoop(table);
   for (const char* const expression : kExpressions) CompareExpression(table, expression);
   constexpr Expression kWord = {"a word", "Copyright"};
   constexpr Expression kDate = {"a date", "[A-Z][a-z]+ [0-9]+, [0-9]{4}"};

@@ -16,7 +16,7 @@ namespace RegexClass {
 struct FileVisitor {
   /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file,
   /// and hasn't been identified.
-  std::function<bool(const platform::FoundFile& file)> file;
+  std::function<bool(platform::FoundFile&& file)> file;
   /// A directory whose names can't be told: because it can't be opened, or can't be read to its
   /// end. `error` is the system's number.
   std::function<bool(const std::string& directory, bool opened, int error)> failure;

@@ -42,9 +42,10 @@ bool FileWalker::RaiseReport(const Report& report) {
 template <class Search>
 unsigned int FileWalker::Visit(Search search) {
   using Outcome = platform::FileReader::Outcome;
-  const auto visit = [&](const platform::FoundFile& found) {
-    const std::string& file = found.name;
-    switch (reader_.Read(found)) {
+  const auto visit = [&](platform::FoundFile&& found) {
+    file_ = std::move(found);
+    const std::string& file = file_.name;
+    switch (reader_.Read(file_)) {
       case Outcome::kNotAFile:
         return true;
       case Outcome::kNotOpened:
@@ -56,7 +57,6 @@ unsigned int FileWalker::Visit(Search search) {
       case Outcome::kRead:
         break;
     }
-    file_ = found;
     file_.identity = reader_.Identity();
     try {
       search(reader_.Text());
