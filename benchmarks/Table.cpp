@@ -116,7 +116,12 @@ void Table::Add(const Row& row) {
     registered->Repetitions(row.rounds)
         ->ReportAggregatesOnly()
         ->ComputeStatistics(kStatistic, Decile);
-    if (row.wholeRuns) registered->UseRealTime()->Iterations(1);
+    if (row.wholeRuns) registered->Iterations(1);
+    if (row.ownTime) {
+      registered->UseManualTime();
+    } else if (row.wholeRuns) {
+      registered->UseRealTime();
+    }
   };
   add("other", row.other);
   add("library", row.ours);

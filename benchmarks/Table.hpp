@@ -36,6 +36,7 @@ struct Row {
   int rounds = 51;         // how often each of them is measured
   Run without = {};        // the library without finders; empty where that isn't of interest
   bool wholeRuns = false;  // measures the wall clock, one run each; else the processor's time
+  bool ownTime = false;    // takes the time that each whole run tells
 };
 
 class Table {

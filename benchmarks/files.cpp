@@ -10,6 +10,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -21,14 +22,26 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// The processor's time that ended commands have taken, in seconds.
+double TimeOfCommands() {
+  rusage used = {};
+  ::getrusage(RUSAGE_CHILDREN, &used);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+  };
+  return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
 /// Runs a command line of the shell with its output in a file: into /dev/null, grep wouldn't look
-/// for more than one match. With 1 the tools tell that there is none.
+/// for more than one match. With 1 the tools tell that there is none. Tells the processor's time.
 Run Shell(const std::string& command) {
   const std::string line = "cd '" REGEXCLASS_BENCHMARK_FOLDER "' && { LC_ALL=C " + command +
                            " || test $? = 1; } >output";
   return [line](benchmark::State& state) {
     for (auto round : state) {
+      const double before = TimeOfCommands();
       if (std::system(line.c_str()) != 0) state.SkipWithError("the command failed");
+      state.SetIterationTime(TimeOfCommands() - before);
     }
   };
 }
@@ -116,6 +129,30 @@ void CompareExpression(Table& table, const char* expression) {
   beside("rg -c", "rg -uuuac" + tail);
 }
 
+/// The tool beside others on the headers: the processor's time of one thread, and the wall clock
+/// with a thread for each core.
+void CompareTool(Table& table, const char* expression) {
+  const std::string on = OnExpression("headers", expression);
+  if (!table.Wants("regexclass grep-files", on)) return;
+  const std::string tail =
+      std::string(" -e '") + expression + "' " + HeaderTree().filename().string();
+  const auto compare = [&](const char* options, const char* beside, const std::string& other) {
+    Row row{std::string("regexclass grep-files ") + options,
+            on,
+            beside,
+            Shell(other + tail),
+            Shell(REGEXCLASS_TOOL " grep-files -r " + (options + tail)),
+            Run()};
+    row.rounds = 9;
+    row.wholeRuns = true;
+    row.ownTime = std::string(options) == "-c -j1";
+    table.Add(row);
+  };
+  compare("-c -j1", "grep -rcE", "grep -rcE");
+  compare("-c -j1", "rg -j1 -c", "rg -j1 -c");
+  compare("-c", "rg -c", "rg -c");
+}
+
 /// A walk over many small files beside the least that anybody has to do with them.
 void CompareBareLoop(Table& table) {
   constexpr const char* kOn = "20000 files of 10 KB";
@@ -147,6 +184,7 @@ void CompareBareLoop(Table& table) {
 void MeasureFiles(Table& table) {
   CompareBareLoop(table);
   for (const char* const expression : kExpressions) CompareExpression(table, expression);
+  for (const char* const expression : kExpressions) CompareTool(table, expression);
   constexpr Expression kWord = {"a word", "Copyright"};
   constexpr Expression kDate = {"a date", "[A-Z][a-z]+ [0-9]+, [0-9]{4}"};
   for (const Expression& expression : {kWord, kDate}) {
