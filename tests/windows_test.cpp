@@ -34,23 +34,27 @@ TEST(Windows, FindsFilesByItsOwnRules) {
       {here.substr(2) + "\\noext", false, {here.substr(2) + "\\noext"}},
       {drive + "noext", false, {drive + "noext"}},
       {"\\\\?\\" + here + "\\n*", false, {"\\\\?\\" + here + "\\noext"}},
-      {"NUL;sub\\con.txt;COM1;\\\\.\\NUL;nothing\\*;noext\\x;sub;[", false, {}},
+      {"sub\\..\\noext;SUB\\in\\..\\d.txt", false, {"sub\\..\\noext", "SUB\\in\\..\\d.txt"}},
+      {"NUL;sub\\con.txt;COM1;nul.;aux ;lpt9 .x;CONOUT$;NUL:;COM\xB9", false, {}},
+      {"\\\\.\\NUL;//./" + here + "/noext;\\\\?\\pipe\\*;\\\\.\\pipe\\*;\\\\x\\pipe\\y", false, {}},
+      {"nothing\\*;noext\\x;sub;[;noext.;noext ;noext:x;noext::$DATA;n<;\"oext;.;..", false, {}},
   };
   for (const auto& [pattern, recursion, files] : cases) {
     EXPECT_EQ(files, Found(Walker("x", pattern, recursion))) << pattern;
   }
 }
 
-/// Opens a file as another program would have it open.
-struct Opened {
-  Opened(const char* name, DWORD access, DWORD share)
-      : handle(CreateFileA(name, access, share, nullptr, OPEN_EXISTING, 0, nullptr)) {
-    EXPECT_NE(INVALID_HANDLE_VALUE, handle) << name;
-  }
-  Opened(const Opened&) = delete;
-  ~Opened() { CloseHandle(handle); }
-  const HANDLE handle;
+struct CloseFile {
+  using pointer = HANDLE;
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
+using Handle = std::unique_ptr<HANDLE, CloseFile>;
+
+/// Opens a file as another program would have it open.
+HANDLE Open(const char* name, DWORD access,
+            DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE) {
+  return CreateFileA(name, access, share, nullptr, OPEN_EXISTING, 0, nullptr);
+}
 
 /// One line for what comes of a rewriting while the result of `provoke` lasts: the number of
 /// changes, the problem, and the contents afterwards.
@@ -71,18 +75,101 @@ std::string Changed(Provoke provoke) {
   return told;
 }
 
+TEST(Windows, HasNamesOfAnyLength) {
+  const Scratch scratch;
+  std::wstring deep = L"\\\\?\\" + fs::current_path().wstring();
+  for (int i = 0; i < 8; ++i) {
+    deep += L'\\' + std::wstring(50, L'd');
+    EXPECT_TRUE(CreateDirectoryW(deep.c_str(), nullptr));
+  }
+  std::ofstream(fs::path(deep + L"\\x.txt")) << "x";
+  RE re = Walker("x", "*.txt", true);
+  re.SetFormatString("y");
+  re.SetSaveExtension("bak");
+  EXPECT_EQ(1U, re.ChangeFiles());
+  std::string way;
+  for (int i = 0; i < 8; ++i) way += std::string(50, 'd') + '\\';
+  EXPECT_EQ(Texts{way + "x.bak"}, Found(Walker("x", "x.*", true)));
+  EXPECT_EQ(Texts{way + "x.txt"}, Found(Walker("y", "x.*", true)));
+  for (const wchar_t* const file : {L"\\x.txt", L"\\x.bak"}) DeleteFileW((deep + file).c_str());
+  for (int i = 0; i < 8; ++i, deep.resize(deep.size() - 51)) RemoveDirectoryW(deep.c_str());
+  // One that is no text in the code page, but is like another's.
+  std::ofstream(fs::path(L"\uff41.txt")) << "y";
+  WriteFile("a.txt", "y");
+  EXPECT_EQ((Texts{"a.txt", ".: read: 1113"}), Found(Walker("y", "*.txt")));
+}
+
 TEST(Windows, TellsWhyAFileInUseIsNotRewritten) {
   const Scratch scratch;
   WriteFile("a.txt", "-x-");
   // By one who writes, one whose reading shuts out all that write, and one who reads on.
-  const auto opened = [](DWORD access, DWORD share) {
-    return [=] { return std::make_unique<Opened>("a.txt", access, share); };
-  };
-  constexpr DWORD kAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  EXPECT_EQ("0 a.txt kind 0 at 0  error 32 a.txt=-x-", Changed(opened(GENERIC_WRITE, kAll)));
+  EXPECT_EQ("0 a.txt kind 0 at 0  error 32 a.txt=-x-",
+            Changed([] { return Handle(Open("a.txt", GENERIC_WRITE)); }));
   EXPECT_EQ("0 a.txt kind 6 at 0  error 32 a.bak=-x- a.txt=-x-",
-            Changed(opened(GENERIC_READ, FILE_SHARE_READ)));
-  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", Changed(opened(GENERIC_READ, kAll)));
+            Changed([] { return Handle(Open("a.txt", GENERIC_READ, FILE_SHARE_READ)); }));
+  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", Changed([] { return Handle(Open("a.txt", GENERIC_READ)); }));
+}
+
+TEST(Windows, HoldsAFileWhateverFails) {
+  // What fails of the calls of a name, from the one number to the other.
+  const std::tuple<std::string_view, int, int, int, const char*> cases[] = {
+      {"", 0, 0, 0, "1 a.bak=-x- a.txt=-yy-"},
+      {"SetFileInformationByHandle", ERROR_DISK_FULL, 0, 1, "1 a.bak=-x- a.txt=-yy-"},
+      {"SetFileInformationByHandle", ERROR_DISK_FULL, 0, 9,
+       "0 a.txt kind 6 at 0  error 112 a.bak=-x- a.txt=-x-"},
+      {"WriteFile", ERROR_DISK_FULL, 0, 2, "1 a.bak=-x- a.txt=-yy-"},
+      {"ReplaceFileW", ERROR_UNABLE_TO_MOVE_REPLACEMENT_2, 0, 1, "1 a.bak=-x- a.txt=-yy-"},
+      {"CopyFileW", ERROR_CRC, 0, 1, "0 a.bak kind 5 at 0  error 23 a.txt=-x-"},
+      {"SetFileAttributesW", ERROR_GEN_FAILURE, 0, 9, "1 a.bak=-x- a.txt=-yy-"},
+  };
+  for (const auto& [call, error, from, to, told] : cases) {
+    const Scratch scratch;
+    WriteFile("a.txt", "-x-");
+    int calls = 0;
+    const auto hook = [&, wanted = call, number = error, begin = from, end = to](
+                          std::string_view name, const Words& w) {
+      if (name == "WriteFile" || name == "CopyFileW" || name == "ReplaceFileW") {
+        const Handle writer(Open("a.txt", GENERIC_WRITE));
+        EXPECT_EQ(INVALID_HANDLE_VALUE, writer.get());
+        EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
+        EXPECT_NE(INVALID_HANDLE_VALUE, Handle(Open("a.txt", GENERIC_READ)).get());
+      }
+      if (name != wanted || calls++ < begin || calls > end) return 0;
+      // It may fail with the old file gone aside.
+      const auto path = [&](int i) { return reinterpret_cast<const wchar_t*>(w[i]); };
+      EXPECT_TRUE(name != "ReplaceFileW" || MoveFileW(path(0), path(2)));
+      return number;
+    };
+    const HookedSystemCalls hooked(hook);
+    EXPECT_EQ(told, Changed([] { return 0; })) << call << calls;
+  }
+}
+
+TEST(Windows, NamesATemporaryFileInThreeWays) {
+  Changer c("x", "y", {{"a", "x"}});
+  for (const bool exists : {true, false}) {
+    if (!exists) SetVariable(Changer::kVariable, c.path + "\\nowhere");
+    Texts tried;
+    {
+      const HookedSystemCalls hooked([&](std::string_view name, const Words& w) {
+        if (name == "GetTempFileNameA") tried.emplace_back("by the system");
+        if (name != "CreateFileW" || w[4] != CREATE_NEW) return 0;
+        const std::string file =
+            fs::path(reinterpret_cast<const wchar_t*>(w[0])).filename().string();
+        if (file[0] == '.') return 0;  // beside the file that it is for
+        tried.push_back(file.substr(0, 3));
+        return int{ERROR_DISK_FULL};
+      });
+      EXPECT_EQ(exists ? 1U : 0U, c.re.ChangeFiles());
+    }
+    ASSERT_GE(tried.size(), 2U);  // the second may see that there is no such directory
+    EXPECT_EQ(exists ? "Reg" : tried[1], tried[1]);
+    EXPECT_EQ("by the system", tried.back());
+    EXPECT_EQ(exists ? "" : "NoName kind 1 at 0  error 267",
+              c.Problems().empty() ? "" : Line(c.Problems()[0]));
+    WriteFile("a", "x");
+    EXPECT_TRUE(fs::is_empty("../tmp"));
+  }
 }
 
 // ----------------------------------------------------------------------------------- locales
