@@ -1,7 +1,23 @@
 # SPDX-License-Identifier: BSL-1.0
-# For Windows, one archive of all.
+# For Windows, one archive of all, with the documents, and the tool's manual as a page for browsers
+# where there is what makes one.
 if(WIN32)
+  install(FILES LICENSE README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  # What has come into the tool from others.
+  foreach(package libcli11-dev nlohmann-json3-dev mingw-w64-x86-64-dev g++-mingw-w64-x86-64-posix)
+    install(FILES /usr/share/doc/${package}/copyright RENAME ${package}
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/licences OPTIONAL)
+  endforeach()
+  find_program(MANDOC mandoc)
+  if(MANDOC)
+    set(manual ${PROJECT_BINARY_DIR}/regexclass.html)
+    execute_process(COMMAND ${MANDOC} -T html tools/regexclass.1 OUTPUT_FILE ${manual}
+      WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMAND_ERROR_IS_FATAL ANY)
+    install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+  endif()
   set(CPACK_GENERATOR ZIP)
+  set(CPACK_STRIP_FILES ON)
   include(CPack)
   return()
 endif()
