@@ -21,7 +21,7 @@ FileReader::Outcome FileReader::ReadToEnd(std::uint64_t told, const Step& step) 
     if (size == buffer_.size() || buffer_.size() <= told) {
       const std::size_t wanted =
           std::max({kAtLeast, static_cast<std::size_t>(told) + 1, size + size / 2});
-      if (size == 0) buffer_ = {};  // nobody needs both at a time
+      if (size == 0) buffer_ = std::vector<char>();  // nobody needs both at a time
       buffer_.resize(std::max(buffer_.size(), std::min(wanted, largest_ + 1)));
     }
     std::size_t count = 0;
