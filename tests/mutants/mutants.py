@@ -359,9 +359,7 @@ MUTANTS = {
          '(context || i < marks), @ && i > 0 && i < marks ? results[0].first : base);'),
         ('lines counted by bytes of 255',
          'feeds += some;', 'feeds = @ ? some : feeds + some;'),
-        ('line feed at the match counts / endless',
-         'while (position_ < position) {',
-         'while (@ ? position_ <= position : position_ < position) {'),
+        ('line feed at the match counts', 'while (first < last) {', 'if (@) ++last;\n OLD'),
     ],
     'rewriting/Merge.cpp': [
         ('MergeOnlyFirst ignored by the engine road',
