@@ -80,7 +80,7 @@ std::string Ratio(double time, double other) {
 }
 
 void Print(const std::vector<std::string>& cells) {
-  static constexpr int kWidths[] = {-15, -32, -21, 7, 7, 6, 14, 15, 6};
+  static constexpr int kWidths[] = {-28, -37, -21, 7, 7, 6, 14, 15, 6};
   for (std::size_t i = 0; i < cells.size(); ++i) {
     std::printf("| %*s ", kWidths[i], cells[i].c_str());
   }

@@ -14,7 +14,7 @@ function label(at, y, anchor, text) {
 
 BEGIN { zero = 640; scale = 170; height = 15 }
 
-/^\| [A-Z].*`/ {
+/^\| [A-Za-z].*`/ {
   gsub(/\\\|/, "\001")
   split($0, cell, / *\| */)
   gsub(/\001/, "|", cell[3])
