@@ -154,7 +154,7 @@ class Lister {
         for (const Entry& entry : Entries(path, ENOTDIR)) {
           const bool leads = separators.empty() || entry.kind == FileStatus::kDirectory;
           if (!leads || !NameMatches(component, entry.name, true)) continue;
-          Glob(path + entry.name + separators, rest, names);
+          Glob(std::string(path).append(entry.name).append(separators), rest, names);
         }
         return;
       }

@@ -12,18 +12,9 @@
 
 namespace tool {
 
-/// Exists while the program runs: standard streams carry bytes as they are, and a terminal shows
-/// text as the program has it.
-class Session {
- public:
-  Session();
-  ~Session();
-  Session(const Session&) = delete;
-  Session& operator=(const Session&) = delete;
-
- private:
-  unsigned int before_ = 0;
-};
+/// Lets standard streams carry bytes as they are, and a terminal show text as the program has it,
+/// for as long as what it gives exists.
+std::shared_ptr<void> BeginSession();
 
 /// Whether standard output is a terminal, and one that takes colours.
 bool OutputIsTerminal();

@@ -304,7 +304,7 @@ ExitStatus Main(int argc, char** argv) {
 }  // namespace tool
 
 int main(int argc, char** argv) {
-  const tool::Session session;
+  const std::shared_ptr<void> session = tool::BeginSession();
   std::ios::sync_with_stdio(false);
   std::cin.tie(nullptr);
   try {

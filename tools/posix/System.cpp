@@ -20,8 +20,10 @@ std::atomic<int> interruption{0};
 
 }  // namespace
 
-Session::Session() { std::setlocale(LC_ALL, ""); }
-Session::~Session() = default;
+std::shared_ptr<void> BeginSession() {
+  std::setlocale(LC_ALL, "");
+  return nullptr;
+}
 
 bool OutputIsTerminal() {
   static const bool terminal = isatty(STDOUT_FILENO) != 0;
@@ -58,6 +60,7 @@ int RunProgram(const std::vector<std::string>& words, std::FILE* in, std::FILE* 
                std::FILE* err) {
   std::vector<std::string> copies = words;
   std::vector<char*> arguments;
+  arguments.reserve(copies.size() + 1);
   for (std::string& word : copies) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;

@@ -64,17 +64,17 @@ std::string Found(const std::string& program) {
 
 }  // namespace
 
-Session::Session() {
+std::shared_ptr<void> BeginSession() {
   for (std::FILE* const stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
   // The C library here knows no locale in UTF-8: bytes that aren't ASCII stay letters of none.
   if (!SpeaksUtf8()) std::setlocale(LC_ALL, "");
-  before_ = GetConsoleOutputCP();
-  if (before_ != 0) SetConsoleOutputCP(GetACP());
-}
-
-Session::~Session() {
-  std::cout.flush();
-  if (before_ != 0) SetConsoleOutputCP(before_);
+  const UINT before = GetConsoleOutputCP();
+  if (before == 0) return nullptr;  // there is no console
+  SetConsoleOutputCP(GetACP());
+  return {nullptr, [before](void*) {
+            std::cout.flush();
+            SetConsoleOutputCP(before);
+          }};
 }
 
 bool OutputIsTerminal() {
