@@ -364,10 +364,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Only regular files are visited, and links to them. Directories, pipes, devices and links that
   /// lead nowhere are passed over and are no problem; neither is a pattern that selects nothing.
   ///
-  /// On Windows `\` separates components as `/` does, and nothing is escaped. Names and patterns
-  /// are compared without regard to case, a dot at the start is a character like any other, and
-  /// `*.*` stands for all names. Names of devices, such as NUL and COM1, are passed over. Names are
-  /// in the code page of the process.
+  /// On Windows `\` separates as `/` does, nothing is escaped, case and a dot at the start make no
+  /// difference, and `*.*` stands for all names. Devices such as NUL and COM1, pipes and streams
+  /// are passed over. Names have any length and are in the code page of the process; a file with a
+  /// name that isn't text in it isn't visited, and its directory is reported.
   std::string GetFilesToMatch() const;
   void SetFilesToMatch(const std::string& pattern);
 
