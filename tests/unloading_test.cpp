@@ -45,7 +45,7 @@ std::size_t Memory() {
   return bytes;
 }
 #else
-constexpr unsigned kRounds = 1000;
+constexpr unsigned kRounds = 300;
 
 void* Load() {
   ::mallopt(M_ARENA_MAX, 1);  // so that what other threads take is counted
