@@ -20,7 +20,8 @@
 //   has the reason. What passes to the caller as an exception is what the standard library throws
 //   (out of memory), what a notification throws, and what the engine throws when it gives up on a
 //   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
-//   needs too much memory. The object is then fit for the next operation. A string to match of more
+//   needs too much memory. The object is then fit for the next operation. A walk over much text
+//   may find an answer where a short one gives up. A string to match of more
 //   than 2147483647 bytes, whose offsets a position can't tell, is a std::length_error.
 // - One search takes up to 512 MiB for the ways that it may have to come back to, where an
 //   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
@@ -75,6 +76,10 @@ template <class... Parameters>
 using LastOf = std::tuple_element_t<sizeof...(Parameters), std::tuple<void, Parameters...>>;
 template <class Result, class... Parameters>
 struct LastParameter<Result (*)(Parameters...)> {
+  using Type = LastOf<Parameters...>;
+};
+template <class Result, class... Parameters>
+struct LastParameter<Result (*)(Parameters...) noexcept> {
   using Type = LastOf<Parameters...>;
 };
 template <class Result, class Class, class... Parameters>
@@ -422,7 +427,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   std::string GetExpressionError() const;
 
   /// The number of marked groups, not counting the whole match, compiling first if need be; 0
-  /// when the compile fails.
+  /// when the engine refuses the expression. A LocaleDllFailure leaves the number of the compile
+  /// before.
   unsigned int NumberOfSubexpressions();
   /// The same without compiling: 0 when the expression hasn't been compiled yet.
   unsigned int NumberOfSubexpressions() const;
@@ -431,8 +437,9 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// Where classes, case and collation come from. CppLocale at the start.
   LocaleModels GetLocaleModel() const;
-  /// Stores any value; one that is no model counts as CppLocale. Has no effect while the object
-  /// runs the engine (from a notification of a running walk).
+  /// Stores any value; one that is no model counts as CppLocale, but NumberOfSubexpressions() and
+  /// GetExpressionError() tell nothing under it. Has no effect while the object runs the engine
+  /// (from a notification of a running walk).
   void SetLocaleModel(LocaleModels model);
 
   /// The locale of the models CppLocale and UnicodeLocale; at the start, the global one of that
@@ -495,8 +502,9 @@ class REGEXCLASS_EXPORT RegularExpression {
   // ------------------------------------------------------ operations on the string to match
   //
   // Each compiles if need be, and gives its failure value when that fails. With no subscriber to
-  // its notification an operation costs what the engine costs: no REMatch is made. A report costs
-  // a copy of the whole text, since its vector holds what lies before and behind the match.
+  // its notification, and no vector to fill, an operation costs what the engine costs: no REMatch
+  // is made. A report costs a copy of the whole text, since its vector holds what lies before and
+  // behind the match, unless SetReportContext() says otherwise.
   //
   // Expressions in NormalSyntax take the first match that Perl would take; all other syntaxes take
   // the longest of the leftmost matches.
@@ -535,11 +543,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// reported: inside OnMatching, OnSearching, OnGrepping and OnMerging. Leaves it empty at any
   /// other time, and within OnMatching and OnSearching once the string to match has been set.
   ///
-  /// Of operations that a notification starts on its own object, a Grep or a Merge ends the results
-  /// of the report, so that Format gives nothing behind it. A Match, a MatchAll or a Search inside
-  /// a report of Grep or Merge leaves them: Format keeps giving the outer match, and the vector of
-  /// the inner notification is that of the outer match too. Inside OnMatching and OnSearching they
-  /// end the results as well.
+  /// Of operations that a notification starts on its own object, a Grep or a Merge inside a report
+  /// of Grep or Merge ends the results, so that Format gives nothing behind it. A Match, a MatchAll
+  /// or a Search there leaves them: Format keeps giving the outer match, and the vector of the
+  /// inner notification is that of the outer match too. Inside OnMatching and OnSearching it is the
+  /// other way round: a Match, a MatchAll or a Search ends the results.
   ///
   /// A format type that is no enumerator counts as FormatAll.
   void Format(std::string& out) const;
@@ -584,7 +592,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   //
   // With an empty expression or file pattern, or an expression that is no good in the Perl syntax,
   // nothing is visited and the result is 0. The expression is also parsed as the object has it,
-  // for GetExpressionError(), which changes nothing in the operation.
+  // for GetExpressionError(), which changes nothing in the operation. The walk knows nothing of the
+  // message catalogue, and reads the expression in the engine's own characters and class names.
   //
   // A file is read whole into memory, up to its end whatever size it tells, and is closed again
   // before the first report of it. One of more than 2147483647 bytes isn't searched, since
@@ -607,8 +616,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   unsigned int FindFiles();
 
   /// What the latest GrepFiles or FindFiles failed on, in the order of the walk; null when there
-  /// was nothing. Valid until that operation is called again or the object ends; a copy starts
-  /// without.
+  /// was nothing. Valid until that operation is called again, or the object is moved from, swapped
+  /// or ends; a copy starts without.
   const std::vector<FileSearchProblem>* GetGrepFilesErrors() const;
   const std::vector<FileSearchProblem>* GetFindFilesErrors() const;
 
@@ -673,7 +682,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   unsigned int ChangeFiles();
 
   /// What the latest ChangeFiles failed at, oldest first; null when there was nothing. Valid until
-  /// that operation is called again or the object ends; a copy starts without.
+  /// that operation is called again, or the object is moved from, swapped or ends; a copy starts
+  /// without.
   const std::vector<FileChangeProblem>* GetChangeFilesErrors() const;
 
   // ---------------------------------------------------------------------------- notifications
@@ -681,10 +691,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   // Each event has two slots: a plain function and a closure. Setting one kind empties the other;
   // setting a null function or an empty closure leaves the other kind alone; nullptr and an empty
   // std::function are empty closures. A closure whose last parameter is a bool where a bool&
-  // belongs doesn't compile, since it couldn't stop anything. Grep and Merge call a clone of the
-  // closure, so that what a mutable one changes in itself is gone with the operation. A closure
-  // that replaces or removes itself while it runs stays alive until it has returned. Slots are
-  // copied with the object and take no part in comparison.
+  // belongs doesn't compile, where that can be told, since it couldn't stop anything. Grep and
+  // Merge call a clone of the closure, so that what a mutable one changes in itself is gone with
+  // the operation. A closure that replaces or removes itself while it runs stays alive until it has
+  // returned. Slots are copied with the object and take no part in comparison.
   //
   // The vector holds the whole match, each group in order, then the text between the end of the
   // match before (or the start of the string) and this match, and the text behind this match;

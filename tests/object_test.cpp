@@ -163,7 +163,9 @@ TEST(Object, CopiesNotificationsButNoLocale) {
 TEST(Object, RefusesWhatWouldTakeTheStack) {
   std::string deep = "a";
   for (int i = 0; i < 500; ++i) deep.insert(0, 1, '(').push_back(')');
-  for (const std::string& expression : {deep, std::string(40000, '$')}) {
+  std::string words = "(?x:a)#|";
+  for (int i = 0; i < 20000; ++i) words += "[[:<:]]$";
+  for (const std::string& expression : {deep, std::string(40000, '$'), words}) {
     RE re = Make(expression, "a");
     EXPECT_EQ(re.ParseExpression(), RE::OutOfSpace);
     EXPECT_FALSE(re.Search());

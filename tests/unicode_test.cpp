@@ -222,6 +222,8 @@ TEST(UnicodeTest, SpeaksUnicode) {
       {"(?i:a)\\p{Lu}|[[:^upper:]\\P{L}]{2}", "aBbc1", "aBbc"},
       {"\\pL\\P{Lu}[\\p{Script=Greek}\\p{Nd}][\\PL]", "ébα-", "ébα-"},
       {"\\S[\\W][[:punct:]]", "é $", "é $"},
+      {"(?x:a #[\f)(?-x)#[\\p{Greek}]", "a#α", "a#α"},
+      {"(?i:(?(?=x)x|b)\\p{Lu})\\c[[\\c]\\p{Greek}]", "bc\x1Bα", "bc\x1Bα"},
       {"^.$", "a\U00012028", ""},  // not the end of a line, whatever its low bits
       {"(.)\\1", "\xFF\xFE\xFE", "\xFE\xFE"},
       {"[^a]\\W.", "\x80\xC3\xC3\x81", "\x80\xC3\xC3\x81"},

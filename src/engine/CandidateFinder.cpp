@@ -78,8 +78,8 @@ double Bits(const Pattern& pattern) {
 
 /// Cuts `pattern` where its width begins to vary, if what stands before is rare enough: a fixed
 /// width is much cheaper to look for, and an attempt of the engine costs little when there are few.
-[[maybe_unused]] /// Gives whether it was cut.
-bool CutToFixedWidth(Pattern& pattern) {
+/// Gives whether it was cut.
+[[maybe_unused]] bool CutToFixedWidth(Pattern& pattern) {
   constexpr double kRare = 32;  // as four letters are
   if (pattern.kind != Pattern::Kind::kSequence) return false;
   double bits = 0;

@@ -38,8 +38,8 @@ bool IsPassedOver(std::string_view token) {
 
 std::vector<List> Lists(std::string_view text) {
   std::vector<List> lists;
-  ForEachToken(text, [&](std::size_t at, std::size_t) {
-    if (text[at] == '[') lists.push_back({at, EndOfList(text, at)});
+  ForEachToken(text, false, [&](const Token& token) {
+    if (token.text.front() == '[') lists.push_back({token.at, EndOfList(text, token.at)});
   });
   return lists;
 }
@@ -78,19 +78,20 @@ std::string TextOf(const boost::regex_error& error, constants::error_type code,
 
 }  // namespace
 
-void RequireShallow(const Translation& translation) {
+void RequireShallow(const Translation& translation,
+                    const std::function<bool(std::string_view)>& isDeep) {
   if ((translation.flags & boost::regbase::literal) != 0) return;
   const std::string_view text = translation.text;
   if (text.size() <= kMostAssertions) return;
   std::size_t assertions = 0;
-  ForEachToken(text, [&](std::size_t at, std::size_t size) {
-    const std::string_view token = text.substr(at, size);
-    if (token == "$" || token == "\\<" || token == "\\>") {
+  ForEachToken(text, false, [&](const Token& token) {
+    if (isDeep(token.text)) {
       if (++assertions > kMostAssertions) {
         throw boost::regex_error(detail::get_default_error_string(constants::error_complexity),
-                                 constants::error_complexity, static_cast<std::ptrdiff_t>(at));
+                                 constants::error_complexity,
+                                 static_cast<std::ptrdiff_t>(token.at));
       }
-    } else if (!IsPassedOver(token)) {
+    } else if (!IsPassedOver(token.text)) {
       assertions = 0;
     }
   });

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "engine/Tokens.hpp"
+
 namespace RegexClass::engine {
 namespace {
 
@@ -132,8 +134,8 @@ class Translator {
     if (c == 'Q') {  // all is literal up to \E, or to the end
       const std::size_t end = text_.find("\\E", position_);
       CopyTo(end == std::string_view::npos ? text_.size() : end + 2);
-    } else if (c == 'c') {  // \cX names a control character, whatever X is
-      CopyTo(std::min(position_ + 3, text_.size()));
+    } else if (c == 'c') {
+      CopyTo(position_ + SizeOfEscape(text_, position_));
     } else if (TakesBraces(c) && position_ + 2 < text_.size() && text_[position_ + 2] == '{') {
       const std::size_t end = text_.find('}', position_);
       CopyTo(end == std::string_view::npos ? text_.size() : end + 1);
@@ -167,7 +169,7 @@ class Translator {
       first = false;
       if (c == '\\') {
         if (Has(kEscapeInLists)) {
-          CopyTo(std::min(position_ + 2, text_.size()));
+          CopyTo(position_ + SizeOfEscape(text_, position_));
         } else {
           EmitEscaped();
         }

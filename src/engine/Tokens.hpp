@@ -6,8 +6,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace RegexClass::engine {
+
+/// The length of the escape at `at`; \cX names a control character, whatever X is.
+inline std::size_t SizeOfEscape(std::string_view text, std::size_t at) {
+  return std::min<std::size_t>(text.substr(at + 1, 1) == "c" ? 3 : 2, text.size() - at);
+}
 
 /// Where a list that begins at `at` ends, behind its bracket; npos when it doesn't.
 inline std::size_t EndOfList(std::string_view text, std::size_t at) {
@@ -17,7 +23,7 @@ inline std::size_t EndOfList(std::string_view text, std::size_t at) {
     if (text[at] == ']' && at != first) return at + 1;
     const char kind = at + 1 < text.size() ? text[at + 1] : '\0';
     if (text[at] == '\\') {
-      at += 2;
+      at += SizeOfEscape(text, at);
     } else if (text[at] == '[' && (kind == ':' || kind == '.' || kind == '=')) {
       const char closing[] = {kind, ']', 0};
       const std::size_t end = text.find(closing, std::min(at + 3, text.size()));
@@ -30,12 +36,52 @@ inline std::size_t EndOfList(std::string_view text, std::size_t at) {
   return std::string_view::npos;
 }
 
-/// Calls `step` with the offset and the length of each token of the engine's notation: an escape, a
-/// quoted text, a comment, a verb, a list, the opening of a group with its options, or a character.
-/// A list without end reaches to the end.
+/// A token of the engine's notation: an escape, a quoted text, a comment, a verb, a list (to the
+/// end when it has none), the opening of a group with its options, or a character.
+struct Token {
+  std::size_t at;
+  std::string_view text;
+  bool icase;  // case doesn't count here
+};
+
+/// Follows the options that an expression changes in itself, for the rest of a group.
+class InlineOptions {
+ public:
+  struct Options {
+    bool icase = false;
+    bool extended = false;  // blanks and comments don't count
+  };
+
+  explicit InlineOptions(bool icase) { now_.icase = icase; }
+
+  const Options& Now() const { return now_; }
+
+  void Pass(std::string_view token) {
+    if (token == ")") {
+      if (outer_.empty()) return;
+      now_ = outer_.back();
+      outer_.pop_back();
+    } else if (token == "(" || (token.substr(0, 2) == "(?" && token.substr(0, 3) != "(?#")) {
+      if (token.back() != ')') outer_.push_back(now_);
+      if (token.back() == '(' && token.size() > 1) outer_.push_back(now_);  // a condition
+      bool on = true;
+      for (const char c : token.substr(1)) {
+        if (c == '-') on = false;
+        if (c == 'i') now_.icase = on;
+        if (c == 'x') now_.extended = on;
+      }
+    }
+  }
+
+ private:
+  Options now_;
+  std::vector<Options> outer_;  // of the groups that are open
+};
+
+/// Calls `step` with each token of `text`. `icase` tells whether case doesn't count at its start.
 template <class Step>
-void ForEachToken(std::string_view text, Step step) {
-  bool extended = false;  // an option says that blanks and comments don't count
+void ForEachToken(std::string_view text, bool icase, Step step) {
+  InlineOptions options(icase);
   for (std::size_t at = 0; at < text.size();) {
     std::size_t end = at + 1;
     const auto to = [&](std::string_view closing) {
@@ -47,16 +93,17 @@ void ForEachToken(std::string_view text, Step step) {
     } else if (text.substr(at, 2) == "\\Q") {
       to("\\E");
     } else if (text[at] == '\\') {
-      end = std::min(at + 2, text.size());
+      end = at + SizeOfEscape(text, at);
     } else if (text.substr(at, 2) == "(?") {
-      end = std::min(text.find_first_not_of("imsx-^", at + 2), text.size() - 1) + 1;
-      extended = extended || text.substr(at, end - at).find('x') != std::string_view::npos;
-    } else if (text[at] == '#' && extended) {
-      to("\n");
+      end = std::min(text.find_first_not_of("imsx-", at + 2), text.size() - 1) + 1;
+    } else if (text[at] == '#' && options.Now().extended) {
+      end = std::min(text.find_first_of("\n\r\f", at), text.size() - 1) + 1;
     } else if (text[at] == '[') {
       end = std::min(EndOfList(text, at), text.size());
     }
-    step(at, end - at);
+    const Token token = {at, text.substr(at, end - at), options.Now().icase};
+    step(token);
+    options.Pass(token.text);
     at = end;
   }
 }

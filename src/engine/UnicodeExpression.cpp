@@ -99,8 +99,8 @@ bool IsAlikeInAscii(const Translation& translation) {
   if (!IsAscii(text.data(), text.data() + text.size())) return false;
   if ((translation.flags & boost::regbase::literal) != 0) return true;
   bool alike = true;
-  ForEachToken(text, [&](std::size_t at, std::size_t size) {
-    const std::string_view token = text.substr(at, size);
+  ForEachToken(text, false, [&](const Token& each) {
+    const std::string_view token = each.text;
     if (token.front() == '[' && !IsListOfAscii(token)) alike = false;
     for (std::size_t i = 0; (i = token.find('\\', i)) != token.npos; i += 2) {
       const char c = i + 1 < token.size() ? token[i + 1] : 'x';
@@ -118,11 +118,10 @@ using GroupNames = boost::BOOST_REGEX_DETAIL_NS::named_subexpressions;
 std::shared_ptr<GroupNames> NamesInBytes(const GroupNames& compiled, std::string_view text) {
   auto names = std::make_shared<GroupNames>();
   std::set<std::string_view> known;
-  ForEachToken(text, [&](std::size_t at, std::size_t size) {
-    const std::string_view token = text.substr(at, size);
-    if (token != "(?<" && token != "(?'") return;
-    const std::size_t begin = at + size;
-    const std::size_t end = text.find(token.back() == '<' ? '>' : '\'', begin);
+  ForEachToken(text, false, [&](const Token& token) {
+    if (token.text != "(?<" && token.text != "(?'") return;
+    const std::size_t begin = token.at + token.text.size();
+    const std::size_t end = text.find(token.text.back() == '<' ? '>' : '\'', begin);
     const std::string_view name = text.substr(begin, std::min(end, text.size()) - begin);
     if (!known.insert(name).second) return;
     const Utf8Text bytes = {name.data(), name.data() + name.size()};
@@ -275,7 +274,8 @@ void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
   if (!locale_) Imbue(std::locale());
   try {
     if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
-    RequireShallow(translation);
+    RequireShallow(translation,
+                   [](std::string_view token) { return IsDeep(UnicodeTraits(), token); });
     program_ = std::make_shared<const Program>(source, word, translation, *locale_);
     helps_ = std::make_shared<Helps>();
     groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());

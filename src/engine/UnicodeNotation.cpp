@@ -16,16 +16,15 @@ class Reader {
 
   UnicodeNotation Run(bool literal) {
     if (!literal) {
-      ForEachToken(text_, [this](std::size_t at, std::size_t size) {
-        if (at < position_) return;  // belongs to what was read before
-        const std::string_view token = text_.substr(at, size);
-        if (token.front() == '[') {
-          List(at + size);
+      ForEachToken(text_, icase_, [this](const Token& token) {
+        if (token.at < position_) return;  // belongs to what was read before
+        icase_ = token.icase;
+        if (token.text.front() == '[') {
+          List(token.at + token.text.size());
         } else if (AtProperty()) {
           Property(text_.size(), "{", "}");
         } else {
-          NoteCase(token);
-          CopyTo(at + size);
+          CopyTo(token.at + token.text.size());
         }
       });
     }
@@ -35,22 +34,6 @@ class Reader {
   }
 
  private:
-  /// Whether case counts behind the token.
-  void NoteCase(std::string_view token) {
-    if (token == ")") {
-      if (outer_.empty()) return;
-      icase_ = outer_.back();
-      outer_.pop_back();
-    } else if (token == "(" || (token.substr(0, 2) == "(?" && token.substr(0, 3) != "(?#")) {
-      if (token.back() != ')') outer_.push_back(icase_);
-      bool on = true;
-      for (const char c : token.substr(1)) {
-        if (c == '-') on = false;
-        if (c == '^' || c == 'i') icase_ = c == 'i' && on;
-      }
-    }
-  }
-
   void List(std::size_t end) {
     CopyTo(position_ + 1);
     while (position_ < end) {
@@ -65,7 +48,7 @@ class Reader {
       } else if (AtProperty()) {
         Property(end - (text_[end - 1] == ']' ? 1 : 0), "[:", ":]");
       } else {
-        CopyTo(position_ + (text_[position_] == '\\' ? 2 : 1));
+        CopyTo(position_ + (text_[position_] == '\\' ? SizeOfEscape(text_, position_) : 1));
       }
     }
   }
@@ -143,8 +126,7 @@ class Reader {
   }
 
   const std::string_view text_;
-  bool icase_;
-  std::vector<bool> outer_;  // of the groups that are open
+  bool icase_;  // case doesn't count here
   std::size_t position_ = 0;
   UnicodeNotation result_;
 };

@@ -5,6 +5,7 @@
 #define REGEXCLASS_NOTIFICATIONS_SLOT_HPP
 
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include "RegularExpression.hpp"
@@ -37,11 +38,13 @@ class Subscriber {
   std::shared_ptr<Closure> closure_;
 };
 
-/// The two slots of one event. A copy clones the closure.
+/// The two slots of one event. A copy clones the closure, a move takes it over.
 template <class Function, class Closure>
 class Slot {
  public:
   Slot() = default;
+  Slot(Slot&&) noexcept = default;
+  Slot& operator=(Slot&&) noexcept = default;
   Slot(const Slot& source) : function_(source.function_), closure_(source.CloneClosure()) {}
   Slot& operator=(const Slot& source) {
     if (this == &source) return *this;
@@ -91,6 +94,7 @@ struct Notifications {
   Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onMerging;
   Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onChangingFiles;
 };
+static_assert(std::is_nothrow_swappable_v<Notifications>, "else a swap could end the process");
 
 }  // namespace RegexClass
 

@@ -13,8 +13,8 @@ ExpressionState::ExpressionState(RegularExpression* object, const ExpressionStat
 
 ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   if (this == &source) return *this;
+  models.ForEach([](auto& model) { model.record.Forget(); });  // also when the memory gives out
   SettingsToChangeString() = source.settings;
-  models.ForEach([](auto& model) { model.record.Forget(); });
   texts = source.texts;
   notifications = source.notifications;
   return *this;

@@ -59,7 +59,7 @@ class ExpressionState {
   Settings settings;
   CatalogueTexts texts;
   Notifications notifications;
-  std::locale locale;  // of the model CppLocale: the global one of the moment
+  std::locale locale;  // of CppLocale and UnicodeLocale: the global one of the moment
   Models models;
 
   // The results belong to the operation that has published them here.

@@ -211,7 +211,12 @@ MUTANTS = {
     ],
     'engine/UnicodeNotation.cpp': [
         ('complement in a list is the class', '(inList && complement ? kComplement : 0)', '(inList && complement && !@ ? kComplement : 0)'),
-        ('case counts behind a group', 'icase_ = outer_.back();', 'if (!@) OLD'),
+    ],
+    'engine/Tokens.hpp': [
+        ('options of a group count behind it', 'now_ = outer_.back();', 'if (!@) OLD'),
+        ('a condition ends the group it stands in', "if (token.back() == '(' && token.size() > 1)", "if (!@ && token.back() == '(' && token.size() > 1)"),
+        ('\\cX off by one', '== "c" ? 3 : 2', '== "c" ? (@ ? 2 : 3) : 2'),
+        ('-x switches on', "now_.extended = on;", "now_.extended = on || @;"),
     ],
     'engine/UnicodeTraits.cpp': [
         ('bytes that are no UTF-8 fold as characters', 'return c <= kLastCodePoint ? u_foldCase', 'return c <= kLastCodePoint && !@ ? u_foldCase'),
@@ -230,9 +235,6 @@ MUTANTS = {
          "      case '|':\n        if (Has(kBkVbar)) return Notation::kEscaped;\n        return Has(kLimitedOps) ?",
          "      case '|':\n        if (Has(kBkVbar)) return Notation::kEscaped;\n        return Has(kLimitedOps) && !@ ?"),
         ('\\Q..\\E translated', "if (c == 'Q') {", "if (c == 'Q' && !@) {"),
-        ('\\cX off by one',
-         'CopyTo(std::min(position_ + 3, text_.size()));\n    } else if (Takes',
-         'CopyTo(std::min(position_ + (@ ? 2 : 3), text_.size()));\n    } else if (Takes'),
         ('\\g{1} in a Perl word with other switches',
          'perl_ ? "xpPNgk" : "xpPN"',
          'perl_ && !@ ? "xpPNgk" : "xpPN"'),
