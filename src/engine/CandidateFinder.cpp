@@ -108,14 +108,22 @@ double Size(const Pattern& pattern) {
   return size * static_cast<double>(std::max<std::size_t>(times, 1));
 }
 
-/// Replaces large repeats by unbounded ones, which the language of `pattern` lies within.
+/// Replaces large repeats, and those of what varies in width, by unbounded ones, which the language
+/// of `pattern` lies within.
 void Relax(Pattern& pattern) {
   constexpr std::size_t kLarge = 16;
-  if (pattern.kind == Pattern::Kind::kRepeat && pattern.most > kLarge) {
-    pattern.least = std::min(pattern.least, kLarge);
-    pattern.most = Pattern::kUnbounded;
-  }
   for (Pattern& part : pattern.parts) Relax(part);
+  if (pattern.kind != Pattern::Kind::kRepeat || pattern.most <= 1) return;
+  const bool varies = FixedWidth(pattern.parts.front()) == 0;
+  if (!varies && pattern.most <= kLarge) return;
+  pattern.least = std::min(pattern.least, varies ? 1 : kLarge);
+  pattern.most = Pattern::kUnbounded;
+}
+
+/// Whether Hyperscan compiles `pattern` in a time that pays. Where widths vary, that may grow with
+/// a power of the size.
+bool IsCheap(const Pattern& pattern) {
+  return Size(pattern) <= (FixedWidth(pattern) == 0 ? 64 : 2000);
 }
 
 void AppendByte(std::size_t byte, std::string& text) {
@@ -212,7 +220,7 @@ struct CandidateFinder::Database {
 };
 
 std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
-  constexpr double kLargest = 2000;
+  constexpr double kLargest = 400;
   if (CanBeEmpty(pattern) || HasEmptySet(pattern) || hs_valid_platform() != HS_SUCCESS) {
     return nullptr;
   }
@@ -220,7 +228,7 @@ std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
   ShortenEnd(wanted);
   const bool cut = CutToFixedWidth(wanted);
   auto database = std::make_unique<Database>();
-  if (Size(wanted) > kLargest || !database->Compile(wanted)) {
+  if (!IsCheap(wanted) || !database->Compile(wanted)) {
     Relax(wanted);
     if (Size(wanted) > kLargest || !database->Compile(wanted)) return nullptr;
   }
