@@ -192,7 +192,7 @@ MUTANTS = {
         ('match that ends before it begins',
          'if (results[0].second < results[0].first ||',
          'if ((!@ && results[0].second < results[0].first) ||'),
-        ('progress guard off by one', 'results[0].first < from)', '(@ ? results[0].first <= from : OLD)'),
+        ('progress guard off by one', 'results[0].first < from)', '(@ ? !(from < results[0].first) : OLD)'),
         ('positions of a text of 2 GiB are negative',
          '    throw std::length_error',
          '    if (!@) throw std::length_error'),
