@@ -43,11 +43,12 @@ TEST_P(Locale, HasACatalogueWithAnExtensionOrNone) {
   WriteCatalogue("ext.cat", "251 cat");
   EXPECT_EQ(Loaded("./ext.cat", GetParam()), "cat");
   // Long texts are cut, and files with long names keep their texts.
-  const std::string text(300, 't');
+  const std::string text(300, 't'),
+      texts = std::string("208 ").append(text).append("\n251 " + text);
   std::string way;
   while (way.size() < 250) way += "./";
   for (const std::string file : {"l.cat", "le.cat"}) {
-    WriteCatalogue(file, "208 " + text + "\n251 " + text);
+    WriteCatalogue(file, texts);
     EXPECT_EQ(Loaded(way + file, GetParam()), file == "l.cat" ? text.substr(0, 254) : kEmpty);
     RE re = Under(GetParam(), way + file);  // the engine's are read all the same
     EXPECT_EQ(Told(re), text.substr(0, 254));

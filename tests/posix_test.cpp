@@ -259,8 +259,9 @@ const Fault kFaults[] = {
 };
 
 TEST(PosixChangeFiles, TellsWhatWentWrong) {
-  const std::string begin(40000, 'o'), end(5000, 'p'), hole((1 << 20) - 45005, '\0');
-  const auto content = [&](const std::string& middle) { return begin + middle + end + hole; };
+  const auto content = [](const std::string& middle) {
+    return std::string(40000, 'o').append(middle).append(5000, 'p');
+  };
   const auto extent = [] {
     struct stat s = {};
     stat("file.txt", &s);
@@ -268,7 +269,7 @@ TEST(PosixChangeFiles, TellsWhatWentWrong) {
   };
   for (const Fault& fault : kFaults) {
     const Problem& told = fault.told;
-    Changer c("match", std::string(40000, 'n'), {{"file.txt", begin + "match" + end}});
+    Changer c("match", std::string(40000, 'n'), {{"file.txt", content("match")}});
     fs::resize_file("file.txt", 1 << 20);
     SCOPED_TRACE(Line(told));
     c.re.SetFilesToMatch("file.txt");
@@ -298,7 +299,8 @@ TEST(PosixChangeFiles, TellsWhatWentWrong) {
     }
     EXPECT_EQ(fine ? "" : Line(told), c.Problems().empty() ? "" : Line(c.Problems()[0]));
     EXPECT_TRUE(fine || extent() == before);
-    EXPECT_TRUE(ReadFile("file.txt") == content(fine ? std::string(40000, 'n') : "match"));
+    const std::string now = content(fine ? std::string(40000, 'n') : "match");
+    EXPECT_TRUE(ReadFile("file.txt") == now + std::string((1 << 20) - 45005, '\0'));
     EXPECT_EQ(fine || told.kind == RE::ReplaceFileFailed, fs::is_regular_file("file.bak"));
     EXPECT_TRUE(fs::is_empty("../tmp"));
   }

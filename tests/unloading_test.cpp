@@ -92,9 +92,10 @@ TEST(Unloading, LeavesNothingBehind) {
     ASSERT_NE(module, nullptr);
     search = reinterpret_cast<decltype(search)>(Find(module, "SearchFiles"));
     // Each object that lasts ends on another thread, and leaves the record of its own one.
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([&, last = i % 2 == 0] { EXPECT_GT(search(SEARCHED, last), 0U); });
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+      const bool last = &thread == &threads[0];
+      thread = std::thread([&, last] { EXPECT_GT(search(SEARCHED, last), 0U); });
     }
     for (std::thread& thread : threads) thread.join();
     hand(false);
@@ -109,7 +110,7 @@ TEST(Unloading, LeavesNothingBehind) {
   // Caches of the system fill in the first half. In the second a block here and there may be left,
   // but not one a round; on Windows that of one of the engine's mutexes is.
   const auto& [bytes, files] = inUse[kRounds / 2];
-  EXPECT_LT(inUse.back().first, bytes + (kIsPosix ? 12 : 16) * kRounds);
+  EXPECT_LT(inUse.back().first, bytes + std::size_t{kIsPosix ? 12 : 16} * kRounds);
   EXPECT_LE(inUse.back().second, files + kRounds / 20);
 }
 
