@@ -122,7 +122,7 @@ void Relax(Pattern& pattern) {
 
 /// Whether Hyperscan compiles `pattern` in a time that pays. Where widths vary, that may grow with
 /// a power of the size.
-bool IsCheap(const Pattern& pattern) {
+[[maybe_unused]] bool IsCheap(const Pattern& pattern) {
   return Size(pattern) <= (FixedWidth(pattern) == 0 ? 64 : 2000);
 }
 
