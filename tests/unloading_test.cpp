@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 // The library comes and goes with a module of the application, while its threads stay.
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -45,7 +46,7 @@ std::size_t Memory() {
   return bytes;
 }
 #else
-constexpr unsigned kRounds = 300;
+constexpr unsigned kRounds = 400;
 
 void* Load() {
   ::mallopt(M_ARENA_MAX, 1);  // so that what other threads take is counted
@@ -107,11 +108,15 @@ TEST(Unloading, LeavesNothingBehind) {
   }
   hand(false);
   lasting.join();
-  // Caches of the system fill in the first half. In the second a block here and there may be left,
-  // but not one a round; on Windows that of one of the engine's mutexes is.
-  const auto& [bytes, files] = inUse[kRounds / 2];
-  EXPECT_LT(inUse.back().first, bytes + std::size_t{kIsPosix ? 12 : 16} * kRounds);
-  EXPECT_LE(inUse.back().second, files + kRounds / 20);
+  // The system's caches grow slower and slower, and have now more and now less in them. What isn't
+  // given back in a round is more: a record has 64 bytes. On Windows one of the engine's mutexes is
+  // left in each.
+  const auto least = [&](unsigned first) {
+    const auto begin = inUse.begin() + first;
+    return std::min_element(begin, begin + kRounds / 6)->first;
+  };
+  EXPECT_LT(least(kRounds * 5 / 6), least(kRounds / 3) + std::size_t{kIsPosix ? 24 : 16} * kRounds);
+  EXPECT_LE(inUse.back().second, inUse[kRounds / 2].second + kRounds / 20);
 }
 
 }  // namespace
