@@ -261,6 +261,14 @@ class REGEXCLASS_EXPORT RegularExpression {
     LocaleDllFailure = 20,
   };
 
+  /// What a walk over files has found in a directory. The numbers are fixed.
+  enum EntryKinds : int {
+    DirectoryEntry = 0,
+    LinkEntry = 1,   ///< A symbolic link, whatever it leads to.
+    FileEntry = 2,   ///< A regular file.
+    OtherEntry = 3,  ///< A pipe, a device and the like, which is never opened.
+  };
+
   /// What a search through files failed at. The numbers are fixed.
   enum SearchProblemKind : std::uint32_t {
     FileNotOpened = 0,    ///< The file or directory can't be opened.
@@ -723,6 +731,9 @@ class REGEXCLASS_EXPORT RegularExpression {
                                             const std::vector<REMatch>&, unsigned int, bool&>;
   using FileFunction = void (*)(RegularExpression*, std::string, bool&);
   using FileClosure = boost::function3<void, RegularExpression*, std::string, bool&>;
+  using EntryFunction = void (*)(RegularExpression*, const std::string&, EntryKinds, bool&);
+  using EntryClosure =
+      boost::function4<void, RegularExpression*, const std::string&, EntryKinds, bool&>;
 
   /// Whether a report of a match in a string has the text before and behind the match, which are
   /// copied for it: a walk with a match in each line of a text copies half of the text at each.
@@ -801,6 +812,26 @@ class REGEXCLASS_EXPORT RegularExpression {
     SetOnChangingFilesClosure(detail::ToClosure<FileMatchClosure>(std::move(callable)));
   }
   FileMatchClosure GetOnChangingFilesClosure() const;
+
+  /// OnSelectingFiles: a walk over files has found something in a directory where a wildcard or the
+  /// recursion has led it, and asks whether to take it: a file to be searched, a directory to be
+  /// walked, too. The subscriber gets its name, as the pattern leads to it, what it is, and a bool
+  /// that arrives as the pattern has it, and may be set either way. So a walk is kept out of .git,
+  /// or led to files that no pattern tells apart.
+  ///
+  /// Raised in the order of the walk, for a file right before it is read, and for all entries but
+  /// `.` and `..`, those with a dot at their start included; for a wildcard in the middle of a
+  /// pattern, for the directories and links that match it. What a pattern spells out isn't asked
+  /// about. In a directory that is taken without recursion, the last component of the pattern
+  /// selects files as above it, and directories are asked about in their turn.
+  void SetOnSelectingFiles(EntryFunction function);
+  EntryFunction GetOnSelectingFiles() const;
+  void SetOnSelectingFilesClosure(EntryClosure closure);
+  template <class Callable, class = detail::EnableForClosure<Callable>>
+  void SetOnSelectingFilesClosure(Callable callable) {
+    SetOnSelectingFilesClosure(detail::ToClosure<EntryClosure>(std::move(callable)));
+  }
+  EntryClosure GetOnSelectingFilesClosure() const;
 
  private:
   friend REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out,

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSL-1.0
 // Searching in files: which are found, in which order, what is reported of them.
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "OperationTestHelpers.hpp"
@@ -72,6 +74,29 @@ TEST_F(FilesTest, AreSearchedUnderTheSettingsThatCount) {
     EXPECT_EQ(re.GrepFiles(), count) << expression;
     EXPECT_EQ(re.GetExpressionError().empty(), option != RE::ExtendedSyntax) << expression;
     EXPECT_EQ(re.FindFiles(), count > 0 ? 1U : 0U) << expression;
+  }
+}
+
+TEST_F(FilesTest, AreTakenAsTheSubscriberWants) {
+  Write({"a", "b.x", "d.x/a", "d.x/e/b.x", "f/g/a"});
+  const std::tuple<const char*, bool, Texts, Texts, std::size_t> cases[] = {
+      {"a;*/?", false, {}, {"a", "d.x/a"}, 5},
+      {"*", true, {"d.x/e", "f"}, {"a", "b.x", "d.x/a"}, 6},
+      {"*.x", false, {"a", "d.x", "d.x/e"}, {"a", "b.x", "d.x/e/b.x"}, 7},
+      {"*/*/a", false, {"d.x", "f/g"}, {}, 3}};
+  for (const auto& [pattern, recursion, changed, found, count] : cases) {
+    RE re = Walker("x", pattern, recursion);
+    Texts asked;
+    re.SetOnSelectingFilesClosure(
+        [&](RE*, const std::string& name, RE::EntryKinds kind, bool& take) {
+          asked.push_back(fs::path(name).generic_string());
+          EXPECT_EQ(kind, fs::is_directory(name) ? RE::DirectoryEntry : RE::FileEntry);
+          take ^= std::count(changed.begin(), changed.end(), asked.back()) != 0;
+        });
+    Texts files = Found(std::move(re));
+    for (std::string& file : files) file = fs::path(file).generic_string();
+    EXPECT_EQ(files, found) << pattern;
+    EXPECT_EQ(asked.size(), count) << pattern << testing::PrintToString(asked);
   }
 }
 

@@ -71,6 +71,7 @@ TEST(Notifications, DisplaceOneAnotherInTheSlotsOfEachEvent) {
   CHECK_SLOTS(OnGreppingFiles);
   CHECK_SLOTS(OnFindFiles);
   CHECK_SLOTS(OnChangingFiles);
+  CHECK_SLOTS(OnSelectingFiles);
 }
 
 TEST(Notifications, KeepWhatAClosureChangesInItselfUnlessAWalkClonesIt) {

@@ -130,12 +130,15 @@ class Selection {
     }
     std::vector<DirectoryEntry> entries;
     if (!List(directory, entries)) return false;
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-      if (entry->kind > DirectoryEntry::kLink || !platform::NameMatches(wanted, entry->name)) {
-        continue;
-      }
-      pending_.push_back({directory, entry->name + separators, Links::kFollowed, rest});
+    const std::size_t others = pending_.size();
+    for (const DirectoryEntry& entry : entries) {
+      const bool leads =
+          entry.kind == DirectoryEntry::kDirectory || entry.kind == DirectoryEntry::kLink;
+      if (!leads || !platform::NameMatches(wanted, entry.name)) continue;
+      if (!visitor_.select(path_, entry, true)) continue;
+      pending_.push_back({directory, entry.name + separators, Links::kFollowed, rest});
     }
+    ReversePending(others);
     return true;
   }
 
@@ -146,18 +149,23 @@ class Selection {
     if (!List(directory, entries)) return false;
     const std::size_t others = pending_.size();
     for (const DirectoryEntry& entry : entries) {
-      if (entry.kind == DirectoryEntry::kDirectory) {
-        if (recursion_)
-          pending_.push_back(
-              {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
-      } else if (platform::NameMatches(wanted, entry.name)) {
-        if (!VisitFile(directory, entry.name, Links::kFollowed, entry.kind)) {
-          return false;
-        }
+      const bool below = entry.kind == DirectoryEntry::kDirectory;
+      const bool selected = below ? recursion_ : platform::NameMatches(wanted, entry.name);
+      if (!visitor_.select(path_, entry, selected)) continue;
+      if (below) {
+        pending_.push_back(
+            {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
+      } else if (!VisitFile(directory, entry.name, Links::kFollowed, entry.kind)) {
+        return false;
       }
     }
-    std::reverse(pending_.begin() + static_cast<std::ptrdiff_t>(others), pending_.end());
+    ReversePending(others);
     return true;
+  }
+
+  /// Lets what has been left pending since there were `others` come in its order, before those.
+  void ReversePending(std::size_t others) {
+    std::reverse(pending_.begin() + static_cast<std::ptrdiff_t>(others), pending_.end());
   }
 
   /// Visits a file, unless it was visited before. `kind` is kLink for what may be one.

@@ -11,9 +11,14 @@
 
 namespace RegexClass {
 
-/// Who is told what a pattern selects. Each answers whether to go on; with the first false the
-/// selection ends.
+/// Who is told what a pattern selects. The two below `select` answer whether to go on; with the
+/// first false the selection ends.
 struct FileVisitor {
+  /// Whether the walk takes something in a directory that it has read, whose path comes first, as
+  /// it stands before a name. `selected` is what the pattern and the recursion say.
+  std::function<bool(const std::string& directory, const platform::DirectoryEntry& entry,
+                     bool selected)>
+      select;
   /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file,
   /// and hasn't been identified.
   std::function<bool(platform::FoundFile&& file)> file;

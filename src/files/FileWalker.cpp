@@ -7,8 +7,6 @@
 #include <utility>
 #include <variant>
 
-#include "files/FileSelection.hpp"
-
 namespace RegexClass {
 namespace {
 
@@ -17,8 +15,9 @@ constexpr std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expression)
+FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expression, Select select)
     : expression_(std::move(expression)),
+      select_(std::move(select)),
       patterns_(settings.filesToMatch.c_str()),
       recursion_(settings.directoryRecursion),
       goOn_(settings.continueFiles),
@@ -67,7 +66,7 @@ unsigned int FileWalker::Visit(Search search) {
     return true;
   };
   SelectFiles(patterns_, recursion_,
-              {visit, [&](const std::string& directory, bool opened, int error) {
+              {select_, visit, [&](const std::string& directory, bool opened, int error) {
                  return Fail(
                      directory,
                      opened ? RegularExpression::FileNotRead : RegularExpression::FileNotOpened,

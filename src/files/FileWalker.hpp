@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/AnyExpression.hpp"
+#include "files/FileSelection.hpp"
 #include "matching/MatchVector.hpp"
 #include "object/Settings.hpp"
 #include "platform/FileReader.hpp"
@@ -27,9 +28,11 @@ class FileWalker {
   /// asks for no more reports of this file.
   using Report = std::function<bool(const FileWalker&)>;
   using Problems = std::vector<RegularExpression::FileSearchProblem>;
+  /// Asked about each entry of a directory, as FileVisitor::select.
+  using Select = decltype(FileVisitor::select);
 
   /// A walker by the settings, which searches for `expression`.
-  FileWalker(const Settings& settings, engine::AnyExpression expression);
+  FileWalker(const Settings& settings, engine::AnyExpression expression, Select select);
 
   /// Reports each match in each file. Gives the number of reports. The matches of a file come
   /// together, ascending and without overlap, when the file has been read and closed.
@@ -69,6 +72,7 @@ class FileWalker {
   bool Fail(const std::string& file, RegularExpression::SearchProblemKind kind, int number);
 
   engine::AnyExpression expression_;
+  const Select select_;
   const std::string patterns_;
   const bool recursion_;
   const bool goOn_;  // past what the walk fails on

@@ -10,6 +10,16 @@ const FileWalker::Problems* NullIfEmpty(const FileWalker::Problems& problems) {
   return problems.empty() ? nullptr : &problems;
 }
 
+/// Whether the walk takes what it has found in a directory.
+bool RaiseSelectingFiles(ExpressionState& state, const std::string& directory,
+                         const platform::DirectoryEntry& entry, bool selected) {
+  if (const auto subscriber = state.notifications.onSelectingFiles.Current()) {
+    subscriber(state.owner, directory + entry.name,
+               static_cast<RegularExpression::EntryKinds>(entry.kind), selected);
+  }
+  return selected;
+}
+
 bool RaiseGreppingFiles(ExpressionState& state, const FileWalker& walker) {
   const FileContentScope content(state, walker.Content());
   bool more = true;
@@ -35,7 +45,13 @@ std::optional<FileWalker> WalkerFor(ExpressionState& state) {
   std::optional<FileWalker> walker;
   if (!settings.HasExpression() || settings.filesToMatch.empty()) return walker;
   try {
-    state.WithModel([&](auto& model) { walker.emplace(settings, model.walk.For(settings)); });
+    state.WithModel([&](auto& model) {
+      walker.emplace(settings, model.walk.For(settings),
+                     [&state](const std::string& directory, const platform::DirectoryEntry& entry,
+                              bool selected) {
+                       return RaiseSelectingFiles(state, directory, entry, selected);
+                     });
+    });
   } catch (const boost::regex_error&) {
     return walker;
   }

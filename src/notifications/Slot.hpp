@@ -93,6 +93,7 @@ struct Notifications {
   Slot<RegularExpression::FileFunction, RegularExpression::FileClosure> onFindFiles;
   Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onMerging;
   Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onChangingFiles;
+  Slot<RegularExpression::EntryFunction, RegularExpression::EntryClosure> onSelectingFiles;
 };
 static_assert(std::is_nothrow_swappable_v<Notifications>, "else a swap could end the process");
 

@@ -101,4 +101,17 @@ RegularExpression::FileMatchClosure RegularExpression::GetOnChangingFilesClosure
   return state->notifications.onChangingFiles.GetClosure();
 }
 
+void RegularExpression::SetOnSelectingFiles(EntryFunction function) {
+  state->notifications.onSelectingFiles.SetFunction(function);
+}
+RegularExpression::EntryFunction RegularExpression::GetOnSelectingFiles() const {
+  return state->notifications.onSelectingFiles.GetFunction();
+}
+void RegularExpression::SetOnSelectingFilesClosure(EntryClosure closure) {
+  state->notifications.onSelectingFiles.SetClosure(std::move(closure));
+}
+RegularExpression::EntryClosure RegularExpression::GetOnSelectingFilesClosure() const {
+  return state->notifications.onSelectingFiles.GetClosure();
+}
+
 }  // namespace RegexClass
