@@ -3,9 +3,9 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <utility>
 
@@ -31,7 +31,7 @@ DirectoryEntry::Kind KindByMode(mode_t mode) {
 }
 
 /// What an entry is, as far as the directory tells it; asked for where it doesn't.
-DirectoryEntry::Kind KindOf(int directory, const dirent& entry) {
+DirectoryEntry::Kind KindOf(int directory, const dirent64& entry) {
   if (entry.d_type != DT_UNKNOWN) return KindByMode(DTTOIF(entry.d_type));
   struct stat status = {};
   const bool told = ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0;
@@ -131,34 +131,39 @@ Error Directory::System::Open(int& number) {
   return 0;
 }
 
-Error Directory::System::OpenToRead(Descriptor& opening) {
+Error Directory::System::OpenToRead(int& number) {
   int above = AT_FDCWD;
   if (parent != nullptr) {
     if (const Error error = parent->ForPlatform().Open(above)) return error;
   }
+  Descriptor opening;
   if (const Error error = OpenIn(above, O_RDONLY, opening)) return error;
-  if (descriptor.Number() < 0) {
-    Descriptor kept(::fcntl(opening.Number(), F_DUPFD_CLOEXEC, 0));
-    if (kept.Number() >= 0) Keep(std::move(kept));
-  }
+  Close();
+  Keep(std::move(opening));
+  number = descriptor.Number();
   return 0;
 }
 
 Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
-  Descriptor descriptor;
+  int descriptor = -1;
   opened = false;
   if (const Error error = system_->OpenToRead(descriptor)) return error;
-  const auto close = [](DIR* directory) { ::closedir(directory); };
-  const std::unique_ptr<DIR, decltype(close)> directory(::fdopendir(descriptor.Number()), close);
-  if (directory == nullptr) return errno;
-  const int number = descriptor.Release();
   opened = true;
+  // Without readdir, whose stream is as large as this buffer, made anew for each directory, and
+  // owns the descriptor.
+  alignas(dirent64) char buffer[32768];
   for (;;) {
-    errno = 0;
-    const dirent* const entry = ::readdir(directory.get());
-    if (entry == nullptr) return errno;
-    if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
-    entries.push_back({entry->d_name, RegexClass::platform::KindOf(number, *entry)});
+    const ssize_t size =
+        Uninterrupted([&] { return ::getdents64(descriptor, buffer, sizeof buffer); });
+    // One that has been removed has no entries.
+    if (size <= 0) return size == 0 || errno == ENOENT ? 0 : errno;
+    for (ssize_t at = 0; at < size;) {
+      const auto& entry = *reinterpret_cast<const dirent64*>(buffer + at);
+      at += entry.d_reclen;
+      const std::string_view name = entry.d_name;
+      if (name == "." || name == "..") continue;
+      entries.push_back({std::string(name), RegexClass::platform::KindOf(descriptor, entry)});
+    }
   }
 }
 

@@ -22,8 +22,8 @@ struct Directory::System {
   /// Opens the directory unless it is open. The descriptor stays the directory's, and is good
   /// until another one of the walk is opened.
   Error Open(int& descriptor);
-  /// Opens it for reading, with a descriptor of the caller's.
-  Error OpenToRead(Descriptor& descriptor);
+  /// Opens it anew, to be read from its start. The descriptor is the directory's from now on.
+  Error OpenToRead(int& descriptor);
 
   DirectoryPointer parent;  // null for the current directory
   std::string name;
