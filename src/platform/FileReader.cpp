@@ -3,6 +3,8 @@
 #include "platform/FileReader.hpp"
 
 #include <algorithm>
+#include <new>
+#include <tuple>
 
 namespace RegexClass::platform {
 
@@ -15,17 +17,22 @@ FileReader::Outcome FileReader::Failed(Outcome outcome, platform::Error error) {
 FileReader::Outcome FileReader::ReadToEnd(std::uint64_t told, const Step& step) {
   // The size is a hint: it is 0 for files that a system makes up, and it may change.
   if (told > largest_) return Outcome::kTooLarge;
-  static constexpr std::size_t kAtLeast = 65536;
+  static constexpr std::size_t kAtLeast = std::size_t{1} << 20;
   std::size_t size = 0;
   for (;;) {
-    if (size == buffer_.size() || buffer_.size() <= told) {
-      const std::size_t wanted =
-          std::max({kAtLeast, static_cast<std::size_t>(told) + 1, size + size / 2});
-      if (size == 0) buffer_ = std::vector<char>();  // nobody needs both at a time
-      buffer_.resize(std::max(buffer_.size(), std::min(wanted, largest_ + 1)));
+    if (size == capacity_ || capacity_ <= told) {
+      const std::size_t wanted = std::min(
+          std::max({kAtLeast, static_cast<std::size_t>(told) + 1, capacity_ + capacity_ / 2}),
+          largest_ + 1);
+      if (size == 0) buffer_.reset(), capacity_ = 0;  // nobody needs both at a time
+      void* const memory = std::realloc(buffer_.get(), wanted);
+      if (memory == nullptr) throw std::bad_alloc();
+      std::ignore = buffer_.release();
+      buffer_.reset(static_cast<char*>(memory));
+      capacity_ = wanted;
     }
     std::size_t count = 0;
-    if (const platform::Error error = step(buffer_.data() + size, buffer_.size() - size, count)) {
+    if (const platform::Error error = step(buffer_.get() + size, capacity_ - size, count)) {
       return Failed(Outcome::kNotRead, error);
     }
     if (count == 0) break;

@@ -5,9 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 #include "platform/FoundFile.hpp"
 
@@ -34,7 +35,7 @@ class FileReader {
   Outcome Read(const FoundFile& found);
 
   /// What the last successful Read() has read; valid until the next one.
-  std::string_view Text() const { return {buffer_.data(), size_}; }
+  std::string_view Text() const { return {buffer_.get(), size_}; }
   /// Which file that was.
   const FileIdentity& Identity() const { return identity_; }
   /// The system's number for the last failure.
@@ -44,12 +45,18 @@ class FileReader {
   /// Reads up to that many bytes, and tells in `count` how many came: 0 at the end of the file.
   using Step = std::function<platform::Error(char* buffer, std::size_t size, std::size_t& count)>;
 
+  struct FreeMemory {
+    void operator()(char* memory) const { std::free(memory); }
+  };
+
   Outcome Failed(Outcome outcome, platform::Error error);
   /// Reads the file step by step; `told` is the size that it tells, which may be wrong.
   Outcome ReadToEnd(std::uint64_t told, const Step& step);
 
   const std::size_t largest_;
-  std::vector<char> buffer_;  // as large as the largest file so far
+  // As large as the largest file so far, and not all of it written to.
+  std::unique_ptr<char, FreeMemory> buffer_;
+  std::size_t capacity_ = 0;
   std::size_t size_ = 0;
   FileIdentity identity_;
   platform::Error error_ = 0;
