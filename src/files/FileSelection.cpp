@@ -45,6 +45,24 @@ std::string OnlyName(std::string_view component) {
   }
 }
 
+/// Names that were met.
+class Names {
+ public:
+  /// Whether the name is a new one.
+  bool Add(std::string name) {
+    if (inOrder_.empty() || inOrder_.back() < name) {
+      inOrder_.push_back(std::move(name));
+      return true;
+    }
+    return !std::binary_search(inOrder_.begin(), inOrder_.end(), name) &&
+           others_.insert(std::move(name)).second;
+  }
+
+ private:
+  std::vector<std::string> inOrder_;  // nearly all, since the names of a directory come sorted
+  std::set<std::string> others_;
+};
+
 /// One pattern's walk. Every member answers whether to go on.
 class Selection {
  public:
@@ -148,14 +166,14 @@ class Selection {
     std::vector<DirectoryEntry> entries;
     if (!List(directory, entries)) return false;
     const std::size_t others = pending_.size();
-    for (const DirectoryEntry& entry : entries) {
+    for (DirectoryEntry& entry : entries) {
       const bool below = entry.kind == DirectoryEntry::kDirectory;
       const bool selected = below ? recursion_ : platform::NameMatches(wanted, entry.name);
       if (!visitor_.select(path_, entry, selected)) continue;
       if (below) {
         pending_.push_back(
             {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
-      } else if (!VisitFile(directory, entry.name, Links::kFollowed, entry.kind)) {
+      } else if (!VisitFile(directory, std::move(entry.name), Links::kFollowed, entry.kind)) {
         return false;
       }
     }
@@ -169,15 +187,17 @@ class Selection {
   }
 
   /// Visits a file, unless it was visited before. `kind` is kLink for what may be one.
-  bool VisitFile(const DirectoryPointer& directory, const std::string& name, Links links,
+  bool VisitFile(const DirectoryPointer& directory, std::string name, Links links,
                  DirectoryEntry::Kind kind) {
     std::string file = path_ + name;
     DirectoryPointer place;
     std::string nameThere;
     const bool resolved =
         kind == DirectoryEntry::kLink && directory->Resolve(place, nameThere = name) == 0;
-    if (!IsNew(resolved ? *place : *directory, resolved ? nameThere : name, file)) return true;
-    return visitor_.file({std::move(file), directory, links, {}, kind == DirectoryEntry::kFile});
+    const bool isNew = resolved ? IsNew(*place, std::move(nameThere), file)
+                                : IsNew(*directory, std::move(name), file);
+    return !isNew ||
+           visitor_.file({std::move(file), directory, links, {}, kind == DirectoryEntry::kFile});
   }
 
   /// Reports a directory, unless it was reported before.
@@ -190,13 +210,10 @@ class Selection {
 
   /// Whether this is the first time that what has this name in the directory is met; an empty name
   /// stands for the directory, and `path` for both when they can't be told.
-  bool IsNew(Directory& directory, const std::string& name, const std::string& path) {
+  bool IsNew(Directory& directory, std::string name, const std::string& path) {
     platform::FileIdentity identity;
     const bool told = directory.Identify(identity) == 0;
-    std::set<std::string>& names = seen_[{identity.device, identity.number}];
-    const std::size_t before = names.size();
-    names.insert(names.end(), told ? name : path);  // most come in their order
-    return names.size() != before;
+    return seen_[{identity.device, identity.number}].Add(told ? std::move(name) : path);
   }
 
   /// The entries of `directory` in the byte order of their names, as many as can be told.
@@ -217,7 +234,7 @@ class Selection {
   std::string path_;              // of the directory in hand, as it stands before a name
   std::vector<Pending> pending_;  // the next one at the back
   /// Files that were visited and directories that failed, by the directory.
-  std::map<std::pair<std::uint64_t, std::uint64_t>, std::set<std::string>> seen_;
+  std::map<std::pair<std::uint64_t, std::uint64_t>, Names> seen_;
 };
 
 }  // namespace
