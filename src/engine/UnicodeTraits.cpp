@@ -144,8 +144,11 @@ UnicodeTraits::string_type SortKey(const UCollator* collator, const EngineChar* 
 }  // namespace
 
 CodePoints::CodePoints(std::shared_ptr<const USet> set) : set_(std::move(set)) {
-  for (std::size_t i = 0; i < table_.size(); ++i) {
-    table_[i] = uset_contains(set_.get(), static_cast<UChar32>(i)) != 0;
+  std::vector<EngineChar> changes;
+  AppendChanges(changes);
+  for (std::size_t run = 0; run < changes.size(); run += 2) {
+    const auto end = std::min(static_cast<std::size_t>(changes[run + 1]), table_.size());
+    for (auto c = static_cast<std::size_t>(changes[run]); c < end; ++c) table_[c] = true;
   }
 }
 
