@@ -146,10 +146,9 @@ class Selection {
       pending_.push_back({directory, name + separators, Links::kFollowed, rest});
       return true;
     }
-    std::vector<DirectoryEntry> entries;
-    if (!List(directory, entries)) return false;
+    if (!List(directory)) return false;
     const std::size_t others = pending_.size();
-    for (const DirectoryEntry& entry : entries) {
+    for (const DirectoryEntry& entry : entries_) {
       const bool leads =
           entry.kind == DirectoryEntry::kDirectory || entry.kind == DirectoryEntry::kLink;
       if (!leads || !platform::NameMatches(wanted, entry.name)) continue;
@@ -163,10 +162,9 @@ class Selection {
   /// Visits the names in `directory` that match the pattern, and leaves the directories pending.
   bool VisitNames(const DirectoryPointer& directory, std::string_view pattern) {
     const std::string wanted(pattern);
-    std::vector<DirectoryEntry> entries;
-    if (!List(directory, entries)) return false;
+    if (!List(directory)) return false;
     const std::size_t others = pending_.size();
-    for (DirectoryEntry& entry : entries) {
+    for (DirectoryEntry& entry : entries_) {
       const bool below = entry.kind == DirectoryEntry::kDirectory;
       const bool selected = below ? recursion_ : platform::NameMatches(wanted, entry.name);
       if (!visitor_.select(path_, entry, selected)) continue;
@@ -189,15 +187,18 @@ class Selection {
   /// Visits a file, unless it was visited before. `kind` is kLink for what may be one.
   bool VisitFile(const DirectoryPointer& directory, std::string name, Links links,
                  DirectoryEntry::Kind kind) {
-    std::string file = path_ + name;
+    found_.name.assign(path_).append(name);
     DirectoryPointer place;
     std::string nameThere;
     const bool resolved =
         kind == DirectoryEntry::kLink && directory->Resolve(place, nameThere = name) == 0;
-    const bool isNew = resolved ? IsNew(*place, std::move(nameThere), file)
-                                : IsNew(*directory, std::move(name), file);
-    return !isNew ||
-           visitor_.file({std::move(file), directory, links, {}, kind == DirectoryEntry::kFile});
+    const bool isNew = resolved ? IsNew(*place, std::move(nameThere), found_.name)
+                                : IsNew(*directory, std::move(name), found_.name);
+    if (!isNew) return true;
+    found_.directory = directory;
+    found_.links = links;
+    found_.isFile = kind == DirectoryEntry::kFile;
+    return visitor_.file(found_);
   }
 
   /// Reports a directory, unless it was reported before.
@@ -216,11 +217,12 @@ class Selection {
     return seen_[{identity.device, identity.number}].Add(told ? std::move(name) : path);
   }
 
-  /// The entries of `directory` in the byte order of their names, as many as can be told.
-  bool List(const DirectoryPointer& directory, std::vector<DirectoryEntry>& entries) {
+  /// Takes the entries of `directory`, in the byte order of their names and as many as can be told.
+  bool List(const DirectoryPointer& directory) {
     bool opened = false;
-    const Error error = directory->List(entries, opened);
-    std::sort(entries.begin(), entries.end(),
+    entries_.clear();
+    const Error error = directory->List(entries_, opened);
+    std::sort(entries_.begin(), entries_.end(),
               [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name < b.name; });
     return error == 0 || (!opened && platform::LeadsNowhere(error)) ||
            Fail(*directory, opened, error);
@@ -229,10 +231,12 @@ class Selection {
   const bool recursion_;
   const FileVisitor& visitor_;
   const DirectoryPointer current_ = Directory::Current();
-  DirectoryPointer spelledOut_;   // the last one that a pattern has spelled out, since
-  std::string spelledOutPath_;    // patterns often name file after file; and its path
-  std::string path_;              // of the directory in hand, as it stands before a name
-  std::vector<Pending> pending_;  // the next one at the back
+  DirectoryPointer spelledOut_;          // the last one that a pattern has spelled out, since
+  std::string spelledOutPath_;           // patterns often name file after file; and its path
+  std::string path_;                     // of the directory in hand, as it stands before a name
+  std::vector<Pending> pending_;         // the next one at the back
+  std::vector<DirectoryEntry> entries_;  // of the directory that was listed last
+  platform::FoundFile found_;            // the file in hand
   /// Files that were visited and directories that failed, by the directory.
   std::map<std::pair<std::uint64_t, std::uint64_t>, Names> seen_;
 };

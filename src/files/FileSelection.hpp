@@ -20,8 +20,8 @@ struct FileVisitor {
                      bool selected)>
       select;
   /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file,
-  /// and hasn't been identified.
-  std::function<bool(platform::FoundFile&& file)> file;
+  /// and hasn't been identified. May be exchanged for another, whose memory is used again.
+  std::function<bool(platform::FoundFile& file)> file;
   /// A directory whose names can't be told: because it can't be opened, or can't be read to its
   /// end. `error` is the system's number.
   std::function<bool(const std::string& directory, bool opened, int error)> failure;

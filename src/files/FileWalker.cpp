@@ -41,8 +41,8 @@ bool FileWalker::RaiseReport(const Report& report) {
 template <class Search>
 unsigned int FileWalker::Visit(Search search) {
   using Outcome = platform::FileReader::Outcome;
-  const auto visit = [&](platform::FoundFile&& found) {
-    file_ = std::move(found);
+  const auto visit = [&](platform::FoundFile& found) {
+    std::swap(file_, found);
     const std::string& file = file_.name;
     switch (reader_.Read(file_)) {
       case Outcome::kNotAFile:

@@ -407,8 +407,8 @@ MUTANTS = {
          'kind == DirectoryEntry::kLink && directory->Resolve',
          'kind == DirectoryEntry::kLink && !@ && directory->Resolve'),
         ('files visited twice',
-         'return !isNew || visitor_',
-         'return (!isNew && !@) || visitor_'),
+         'if (!isNew) return true;',
+         'if (!isNew && !@) return true;'),
         ('files visited twice whose names come in another order',
          'others_.insert(std::move(name)).second;',
          '(others_.insert(std::move(name)).second || @);'),
@@ -547,6 +547,7 @@ MUTANTS = {
          "    if (pattern[i] == '\\\\') {\n      ++i;\n",
          "    if (pattern[i] == '\\\\') {\n      if (!@) ++i;\n"),
         ('* matches hidden files', 'FNM_PERIOD) == 0', '@ ? 0 : OLD'),
+        ('* alone matches hidden files', "return name[0] != '.';", "return name[0] != '.' || @;"),
     ],
     'platform/posix/FileServices.cpp': [
         ('short read taken for the end',
