@@ -40,15 +40,16 @@ class Tool : public testing::Test {
   }
   static std::string Output(const std::string& command) { return Run(command).out; }
 
-  static void RunAll(const std::vector<Case>& cases) {
+  /// Runs each command behind `before`.
+  static void RunAll(const std::vector<Case>& cases, const std::string& before = "") {
     for (Case c : cases) {
       if (c.where == (kWindows ? kPosix : kWindowsAlone)) continue;
-      Case now = Run(c.command);
+      Case now = Run(before + c.command);
       for (std::string* const text : {&c.out, &now.out, &c.err, &now.err}) {
         if (kWindows) std::replace(text->begin(), text->end(), '\\', '/');
       }
       EXPECT_EQ(std::tie(now.status, now.out, now.err), std::tie(c.status, c.out, c.err))
-          << c.command;
+          << before << c.command;
     }
   }
 
@@ -106,34 +107,45 @@ TEST_F(Tool, PrintsAndExits) {
 
 TEST_F(Tool, ChoosesFiles) {
   Run("mkdir -p .h v1/b; echo a | tee .h/x v1/n.o v1/.d '[t];x' v1/b/x; printf 'a\\0' >v1/bin");
-  RunAll({
-      {"$T find-files -r a", 0, "[t];x\nv1/n.o\nv1/b/x\n"},
-      {"$T find-files -r a . --exclude b --exclude '*/.d'", 0, "./[t];x\n./v1/n.o\n"},
-      {"$T find-files -r a v1/ --hidden", 0, "v1/.d\nv1/n.o\nv1/b/x\n"},
-      {"$T find-files a v1; $T find-files -rL a --binary", 0, "v1/bin\nv1/n.o\n"},
-      {"$T grep-files -r a '[x]' v1/.d x; $T grep-files -r a .h/x '*.o;b*'", 0,
-       "v1/b/x:1:a\nv1/.d:1:a\n.h/x:1:a\nv1/n.o:1:a\n",
-       "regexclass: x: No such file or directory\n"},
-      {"printf '.h/x\\0[t];x\\0' | $T find-files -0 --files-from - a", 0,
-       std::string(".h/x\0[t];x\0", 11)},
-      {"printf '.h/x\\nq\\n' | $T grep-files --files-from - a", 2, ".h/x:1:a\n",
-       "regexclass: q: No such file or directory\n"},
-      {"$T find-files a 'V1\\*.O' '*/n.*' v1/N.o NUL 'nul*'; $T find-files a '[T];X' '*;*.*' '*.*'",
-       0, "V1/n.o\n[t];x\n", "", kWindowsAlone},
-      {"export LC_ALL=C.UTF-8; echo a >Ärger-文; $T find-files a '[äb]rger-?' '*文' "
-       "'Z:'\"$(pwd)/ärger*\" -c",
-       0, "1\n", "", kWindowsAlone},
-  });
+  for (const char* const jobs : {"J=; ", "J=-j1; "}) {
+    RunAll(
+        {
+            {"$T find-files $J -r a", 0, "[t];x\nv1/n.o\nv1/b/x\n"},
+            {"$T find-files $J -r a . --exclude b --exclude '*/.d'", 0, "./[t];x\n./v1/n.o\n"},
+            {"$T find-files $J -r a v1/ --hidden", 0, "v1/.d\nv1/n.o\nv1/b/x\n"},
+            {"$T find-files a v1; $T find-files $J -rL a --binary", 0, "v1/bin\nv1/n.o\n"},
+            {"$T grep-files $J -r a '[x]' v1/.d x; $T grep-files $J -r a .h/x '*.o;b*'", 0,
+             "v1/b/x:1:a\nv1/.d:1:a\n.h/x:1:a\nv1/n.o:1:a\n",
+             "regexclass: x: No such file or directory\n"},
+            {"printf '.h/x\\0[t];x\\0' | $T find-files -0 --files-from - a", 0,
+             std::string(".h/x\0[t];x\0", 11)},
+            {"printf '.h/x\\nq\\n' | $T grep-files --files-from - a", 2, ".h/x:1:a\n",
+             "regexclass: q: No such file or directory\n"},
+            {"$T find-files a 'V1\\*.O' '*/n.*' v1/N.o NUL 'nul*'; $T find-files a '[T];X' '*;*.*' "
+             "'*.*'",
+             0, "V1/n.o\n[t];x\n", "", kWindowsAlone},
+            {"export LC_ALL=C.UTF-8; echo a >Ärger-文; $T find-files a '[äb]rger-?' '*文' "
+             "'Z:'\"$(pwd)/ärger*\" -c",
+             0, "1\n", "", kWindowsAlone},
+        },
+        jobs);
+  }
   Run("echo '*.o' >v1/.gitignore; ln -s b/x v1/l; ln -s b v1/m; cd v1; git init -q");
-  RunAll({
-      {"$T find-files -r a v1", 0, "v1/l\nv1/n.o\n", "", kPosix},
-      {"$T find-files -r a . --exclude b --exclude '*/l'", 0, "./[t];x\n./v1/n.o\n", "", kPosix},
-      {"cd v1/b; $T find-files -r a ../b ../../v1 --ignore-files", 0, "../b/x\n", "", kPosix},
-      {"$T find-files -r a .h --ignore-files 2>&1 | grep -o '.*git: fatal: not'", 0,
-       "regexclass: .h/: git: fatal: not\n", "", kPosix},
-      {"$T change-files a b 'v1/[l]'; $T change-files a b v1/l; cat v1/b/x", 0, "v1/l:1\nb\n",
-       "regexclass: v1/l: passed over: a link that isn't named as such\n", kPosix},
-  });
+  for (const char* const jobs : {"J=; ", "J=-j1; "}) {
+    RunAll(
+        {
+            {"$T find-files $J -r a v1", 0, "v1/l\nv1/n.o\n", "", kPosix},
+            {"$T find-files $J -r a . --exclude b --exclude '*/l'", 0, "./[t];x\n./v1/n.o\n", "",
+             kPosix},
+            {"cd v1/b; $T find-files $J -r a ../b ../../v1 --ignore-files", 0, "../b/x\n", "",
+             kPosix},
+            {"$T find-files $J -r a .h --ignore-files 2>&1 | grep -o '.*git: fatal: not'", 0,
+             "regexclass: .h/: git: fatal: not\n", "", kPosix},
+        },
+        jobs);
+  }
+  RunAll({{"$T change-files a b 'v1/[l]'; $T change-files a b v1/l; cat v1/b/x", 0, "v1/l:1\nb\n",
+           "regexclass: v1/l: passed over: a link that isn't named as such\n", kPosix}});
 }
 
 // grep and sed are the oracles, on texts that no one has thought of.

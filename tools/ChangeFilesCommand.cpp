@@ -11,7 +11,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -52,17 +51,22 @@ class Preview {
   explicit Preview(FileJob& job)
       : job_(job), shows_(job.request.dryRun || job.request.diff), output_("", job.progress) {}
 
-  /// Prints the changes when that is all that is asked for. Gives the files that would change.
-  std::vector<ListedFile> Run() {
-    RunWorkers(output_, job_.files.size(), PartSize(job_), job_.request.jobs, [this]() -> Work {
+  /// Prints the changes when that is all that is asked for. Gives those of the files that would
+  /// change.
+  std::vector<ListedFile> Run(std::vector<ListedFile> files) {
+    PartQueue queue(kPartSize);
+    const auto list = [&] { queue.Add(std::move(files)); };
+    RunWorkers(output_, queue, job_.request.jobs, list, [this]() -> Work {
       const auto worker = std::make_shared<Worker>(job_);
       const auto replacer = std::make_shared<Replacer>(job_.object);
       return [this, worker, replacer](const Part& part) { RunPart(*worker, *replacer, part); };
     });
     job_.Tell(messages_);
-    std::vector<ListedFile> files;
-    for (const std::size_t file : changing_) files.push_back(job_.files[file]);
-    return files;
+    std::vector<ListedFile> all;
+    for (const auto& [part, changing] : changing_) {
+      all.insert(all.end(), changing.begin(), changing.end());
+    }
+    return all;
   }
 
  private:
@@ -81,8 +85,7 @@ class Preview {
   void RunPart(Worker& worker, Replacer& replacer, const Part& part) {
     std::vector<std::string> notes;
     std::vector<Change> changes;
-    std::vector<std::size_t> changing;
-    std::size_t at = part.begin;
+    std::vector<ListedFile> changing;
     const ListedFile* current = nullptr;
     const auto match = [&](const ListedFile& file, const std::vector<REMatch>& marks,
                            unsigned int line) {
@@ -103,8 +106,7 @@ class Preview {
     };
     const auto done = [&](const ListedFile& file) {
       if (changes.empty()) return;
-      while (&job_.files[at] != &file) ++at;
-      changing.push_back(at);
+      changing.push_back(file);
       if (job_.request.diff && !job_.style.quiet) PrintFileDiff(worker, file, changes);
       changes.clear();
       output_.Put(part.number, {worker.TakeOutput(), true, ""});
@@ -117,7 +119,7 @@ class Preview {
     output_.Put(part.number, {"", false, words});
     const std::lock_guard<std::mutex> lock(mutex_);
     messages_[part.number] = search.Failures();
-    changing_.insert(changing.begin(), changing.end());
+    changing_[part.number] = std::move(changing);
   }
 
   void PrintChange(Worker& worker, const ListedFile& file, const std::vector<REMatch>& marks,
@@ -151,7 +153,7 @@ class Preview {
   OrderedOutput output_;
   std::mutex mutex_;
   PartMessages messages_;
-  std::set<std::size_t> changing_;
+  std::map<std::size_t, std::vector<ListedFile>> changing_;  // by the part
 };
 
 /// A pattern by which the library comes to the file, and perhaps to others. What the user hasn't
@@ -217,7 +219,11 @@ class ChangeRun {
     const unsigned int workers = job_.object.GetContinueFiles() ? job_.request.jobs : 1;
     // A run is ended between two files: one that is being rewritten gets finished.
     NoteInterruptions();
-    RunWorkers(output_, files_.size(), 1, workers, [this]() -> Work {
+    PartQueue queue(1);
+    const auto list = [&] {
+      for (const ListedFile& file : files_) queue.Add({file});
+    };
+    RunWorkers(output_, queue, workers, list, [this]() -> Work {
       const auto worker = std::make_shared<FileWorker>(job_);
       return [this, worker](const Part& part) { RunFile(*worker, part); };
     });
@@ -241,7 +247,7 @@ class ChangeRun {
       output_.Stop();
       return;
     }
-    const ListedFile& file = files_[part.begin];
+    const ListedFile& file = part.files.front();
     std::string failure;
     const std::uint64_t changes = Change(own, file, failure);
     if (changes > 0) {
@@ -298,7 +304,10 @@ class ChangeRun {
 void RemoveCopies(std::vector<ListedFile>& files, const std::string& extension) {
   if (extension.empty()) return;
   const auto isCopy = [&](const ListedFile& file) { return HasExtension(file.name, extension); };
-  files.erase(std::remove_if(files.begin(), files.end(), isCopy), files.end());
+  const auto end = std::remove_if(files.begin(), files.end(), isCopy);
+  if (end == files.end()) return;
+  files.erase(end, files.end());
+  for (ListedFile& file : files) file.together = 0;
 }
 
 /// Puts the saved copy of a file back; false when there is none. Throws Failure.
@@ -323,13 +332,14 @@ bool PutBack(Directory& directory, const ListedFile& file, const std::string& co
 
 ExitStatus Undo(const Request& request, const std::string& extension) {
   FileJob job(request, FileJob::FilesAlone());
-  RemoveCopies(job.files, extension);
+  std::vector<ListedFile> files = job.List();
+  RemoveCopies(files, extension);
   Printer printer = Printer::OfFiles(job.style, std::cout);
   std::map<std::string, unsigned int> owners;
-  for (const ListedFile& file : job.files) ++owners[CopyName(file.name, extension)];
+  for (const ListedFile& file : files) ++owners[CopyName(file.name, extension)];
   Directory directory;
   bool any = false;
-  for (const ListedFile& file : job.files) {
+  for (const ListedFile& file : files) {
     const std::string copy = CopyName(file.name, extension);
     try {
       if (owners[copy] > 1 && StatusOf(copy).kind != FileStatus::kNothing) {
@@ -353,9 +363,10 @@ ExitStatus RunChangeFiles(const Request& request) {
   if (request.undo) return Undo(request, *request.undo);
   FileJob job(request);
   const std::string extension = job.object.GetSaveExtension();
-  const std::vector<ListedFile> listed = job.files;
-  RemoveCopies(job.files, extension);
-  const std::vector<ListedFile> files = Preview(job).Run();
+  const std::vector<ListedFile> listed = job.List();
+  std::vector<ListedFile> originals = listed;
+  RemoveCopies(originals, extension);
+  const std::vector<ListedFile> files = Preview(job).Run(std::move(originals));
   const bool shown = request.dryRun || request.diff;
   if (job.problems.Any() && !job.object.GetContinueFiles() && !shown) {
     throw Failure("nothing has been changed");

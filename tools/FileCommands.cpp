@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Commands.hpp"
@@ -65,15 +66,30 @@ class SearchRun {
 
   template <typename Function>
   void Run(const Function& onPart) {
-    const std::size_t size = PartSize(job_);
-    RunWorkers(output_, job_.files.size(), size, job_.request.jobs, [&]() -> Work {
+    PartQueue queue(kPartSize);
+    const auto list = [&] {
+      const std::optional<std::string> tree = OneWalk();
+      if (tree) return queue.AddTree(*tree);
+      ListFiles(
+          job_.choice, [&](auto files) { queue.Add(std::move(files)); }, wrongFiles_);
+    };
+    RunWorkers(output_, queue, job_.request.jobs, list, [&]() -> Work {
       const auto worker = std::make_shared<Worker>(job_);
       return [worker, &onPart](const Part& part) { onPart(*worker, part); };
     });
   }
 
+  /// The directory that one thread may search by a single walk: when no one asks for files without
+  /// a match, of which a walk tells nothing, nor for the end at the first that fails.
+  std::optional<std::string> OneWalk() const {
+    const bool matchesAlone = !job_.style.filesWithout && !lines_.inverted;
+    const bool fits = matchesAlone && job_.request.jobs == 1 && job_.object.GetContinueFiles();
+    return fits ? OnlyTree(job_.choice) : std::nullopt;
+  }
+
   ExitStatus Finish() {
     if (job_.style.quiet && found_ > 0) return kMatch;
+    for (const std::string& problem : wrongFiles_) job_.problems.Tell(problem);
     job_.Tell(messages_);
     return job_.problems.Status(found_ > 0);
   }
@@ -121,6 +137,7 @@ class SearchRun {
   OrderedOutput output_;
   std::atomic<std::uint64_t> found_{0};  // files with a match
   std::atomic<std::uint64_t> named_{0};  // files whose names were asked for
+  std::vector<std::string> wrongFiles_;
   std::mutex messagesMutex_;
   PartMessages messages_;
 };

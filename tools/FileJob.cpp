@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "FileJob.hpp"
 
-#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "FileSystem.hpp"
@@ -44,21 +44,32 @@ std::string InWords(const RE::FileSearchProblem& problem) {
 
 }  // namespace
 
-FileJob::FileJob(const Request& r, FilesAlone) : request(r), style(r.style) {
+FileJob::FileJob(const Request& r, FilesAlone) : request(r), style(r.style), choice(r.choice) {
   Apply(r.setUp, object);
-  FileChoice choice = r.choice;
   choice.arguments = r.inputs;
   choice.patterns = r.inputs.empty() && !choice.listFile ? object.GetFilesToMatch() : "";
   choice.nullNames = r.style.null;
   choice.recursive = object.GetDirectoryRecursion();
   object.SetDirectoryRecursion(false);
-  files = ListFiles(choice, problems, progress);
 }
 
 FileJob::FileJob(const Request& r) : FileJob(r, FilesAlone()) {
   UsePerlSyntax(object);
   CheckExpression(object, false);
   NarrowExpression(object, r);
+}
+
+std::vector<ListedFile> FileJob::List() {
+  std::vector<ListedFile> files;
+  std::vector<std::string> wrong;
+  const auto take = [&](std::vector<ListedFile> found) {
+    std::move(found.begin(), found.end(), std::back_inserter(files));
+    progress.Show([&] { return std::to_string(files.size()) + " files found"; });
+  };
+  ListFiles(choice, take, wrong);
+  progress.Clear();
+  for (const std::string& problem : wrong) problems.Tell(problem);
+  return files;
 }
 
 void FileJob::Tell(const PartMessages& messages) {
@@ -68,49 +79,70 @@ void FileJob::Tell(const PartMessages& messages) {
   }
 }
 
-std::size_t PartSize(const FileJob& job) {
-  // A few parts for each worker, so that none waits long for another at the end; and not too small,
-  // since an object gets faster on many files.
-  const std::size_t parts = std::size_t{job.request.jobs} * 8;
-  return job.request.jobs == 1 ? 1024 : std::clamp<std::size_t>(job.files.size() / parts, 1, 1024);
-}
-
 std::string Worker::TakeOutput() {
   std::string text = out.str();
   out.str("");
   return text;
 }
 
-void PartSearch::Prepare(RE& object) const {
-  std::string pattern;
-  for (std::size_t i = part_.begin; i < part_.end;) {
-    const ListedFile& file = job_.files[i];
-    if (i > part_.begin) pattern += ';';
-    const bool directory = file.together > 0 && i + file.together <= part_.end;
-    pattern += directory ? Escaped(DirectoryOf(file.name)) + '*' : Escaped(file.name);
+std::string PartSearch::Patterns() const {
+  if (part_.tree) return Escaped(*part_.tree) + '*';
+  std::string patterns;
+  for (std::size_t i = 0; i < part_.files.size();) {
+    const ListedFile& file = part_.files[i];
+    if (i > 0) patterns += ';';
+    const bool directory = file.together > 0 && i + file.together <= part_.files.size();
+    patterns += directory ? Escaped(DirectoryOf(file.name)) + '*' : Escaped(file.name);
     i += directory ? file.together : 1;
   }
-  object.SetFilesToMatch(pattern);
+  return patterns;
+}
+
+void PartSearch::Prepare(RE& object) const {
+  object.SetFilesToMatch(Patterns());
+  if (!part_.tree) return;
+  object.SetDirectoryRecursion(true);
+  object.SetOnSelectingFilesClosure(
+      [this](RE*, const std::string& path, RE::EntryKinds kind, bool& take) {
+        take = IsTaken(job_.choice, path, kind == RE::DirectoryEntry);
+      });
 }
 
 bool PartSearch::IsUnwanted(const ListedFile& file, std::optional<std::string_view> content) const {
-  if (!file.found || job_.request.choice.binary) return false;
+  if (!file.found || job_.choice.binary) return false;
   return LooksBinary(content ? *content : ContentOf(file.name, kLookedAt));
 }
 
 std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
-  while (from < part_.end && job_.files[from].name != name) ++from;
+  while (from < part_.files.size() && part_.files[from].name != name) ++from;
   return from;
+}
+
+const ListedFile* PartSearch::Meet(const std::string& name, std::string_view content,
+                                   const OnFile& without) {
+  const ListedFile* met = &met_;
+  if (part_.tree) {
+    met_ = {name, part_.tree->size(), true};
+  } else {
+    const std::size_t at = Find(name, next_);
+    if (at == part_.files.size()) return nullptr;  // it has come since the files were listed
+    PassTo(at, without);
+    ++next_;
+    met = &part_.files[at];
+  }
+  return IsUnwanted(*met, content) ? nullptr : met;
 }
 
 void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
   if (problems == nullptr) return;
-  std::size_t at = part_.begin;
+  std::size_t at = 0;
   for (const RE::FileSearchProblem& problem : *problems) {
-    const std::size_t found = Find(problem.file, at);
-    if (found == part_.end) continue;
-    at = found;
-    if (IsUnwanted(job_.files[at])) continue;
+    if (!part_.tree) {
+      const std::size_t found = Find(problem.file, at);
+      if (found == part_.files.size()) continue;
+      at = found;
+    }
+    if (IsUnwanted(part_.tree ? ListedFile{problem.file, 0, true} : part_.files[at])) continue;
     failed_.insert(at);
     failures_.push_back(InWords(problem));
   }
@@ -118,7 +150,7 @@ void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
 
 void PartSearch::PassTo(std::size_t file, const OnFile& without) {
   for (; next_ < file; ++next_) {
-    const ListedFile& passed = job_.files[next_];
+    const ListedFile& passed = part_.files[next_];
     if (without && failed_.count(next_) == 0 && !IsUnwanted(passed)) without(passed);
   }
 }
@@ -136,16 +168,9 @@ void PartSearch::GrepFiles(RE& object, const OnMatch& match, const OnFile& done,
                                        bool& more) {
     if (current == nullptr || name != current->name) {
       end();
-      const std::size_t at = Find(name, next_);
-      more = at < part_.end;
-      if (!more) return;  // it has come since the files were listed
-      PassTo(at, without);
-      ++next_;
-      more = !IsUnwanted(job_.files[at], object.GetFileContent());
-      if (!more) return;
-      current = &job_.files[at];
+      current = Meet(name, object.GetFileContent(), without);
     }
-    more = match(*current, marks, line);
+    more = current != nullptr && match(*current, marks, line);
   });
   object.GrepFiles();
   end();
@@ -155,26 +180,24 @@ void PartSearch::GrepFiles(RE& object, const OnMatch& match, const OnFile& done,
 
 void PartSearch::FindFiles(RE& object, const OnFile& with, const OnFile& without) {
   Prepare(object);
-  std::size_t at = part_.begin;
-  std::set<std::size_t> found;
+  std::vector<std::size_t> found;
   object.SetOnFindFilesClosure([&](RE*, const std::string& name, bool&) {
-    const std::size_t next = Find(name, at);
-    if (next == part_.end) return;
-    at = next;
-    found.insert(at);
-    if (with && !IsUnwanted(job_.files[at], object.GetFileContent())) with(job_.files[at]);
+    const ListedFile* const met = Meet(name, object.GetFileContent(), nullptr);
+    if (met != nullptr && with) with(*met);
+    if (next_ > 0) found.push_back(next_ - 1);
   });
   object.FindFiles();
   Take(object.GetFindFilesErrors());
   if (!without) return;
+  next_ = 0;
   for (std::size_t i : found) {
     PassTo(i, without);
-    ++next_;
+    next_ = i + 1;
   }
   PassTo(End(), without);
 }
 
 /// Behind the last file that was searched.
-std::size_t PartSearch::End() const { return Stopped() ? *failed_.begin() : part_.end; }
+std::size_t PartSearch::End() const { return Stopped() ? *failed_.begin() : part_.files.size(); }
 
 }  // namespace tool

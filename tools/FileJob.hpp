@@ -23,14 +23,15 @@ namespace tool {
 /// What went wrong in the parts of a run, in words.
 using PartMessages = std::map<std::size_t, std::vector<std::string>>;
 
-/// One run of a command: the files, and the object that each worker gets a copy of.
+/// One run of a command: the choice of the files, and the object that each worker gets a copy of.
 struct FileJob {
   struct FilesAlone {};
-  /// Throws Failure when no file is named and, but for a run on files alone, when the expression
-  /// can't be used.
+  /// Throws Failure when the expression can't be used, but for a run on files alone.
   explicit FileJob(const Request& r);
   FileJob(const Request& r, FilesAlone);
 
+  /// All files, and tells of what is wrong with them. Throws Failure when none is named.
+  std::vector<ListedFile> List();
   void Tell(const PartMessages& messages);
 
   const Request& request;
@@ -38,11 +39,11 @@ struct FileJob {
   Problems problems;
   Progress progress;
   RE object;
-  std::vector<ListedFile> files;
+  FileChoice choice;
 };
 
-/// How many files a worker gets at a time.
-std::size_t PartSize(const FileJob& job);
+/// How many files a worker is to get at a time: so few that none waits long for another.
+constexpr std::size_t kPartSize = 64;
 
 /// A worker's own object and output.
 struct Worker {
@@ -59,7 +60,7 @@ struct Worker {
 /// The search through one part of the files.
 class PartSearch {
  public:
-  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part), next_(part.begin) {}
+  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part) {}
 
   /// Answers whether more matches of the file are wanted.
   using OnMatch = std::function<bool(
@@ -67,7 +68,7 @@ class PartSearch {
   using OnFile = std::function<void(const ListedFile& file)>;
 
   /// Reports each match. `done` is told of each file behind its matches and `without`, if it isn't
-  /// empty, of each that has none, in the order of the list.
+  /// empty and the part has a list, of each that has none, in the order of the list.
   void GrepFiles(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
   /// Reports each file with a match, and then those without. Either function may be empty.
   void FindFiles(RE& object, const OnFile& with, const OnFile& without);
@@ -79,6 +80,9 @@ class PartSearch {
 
  private:
   void Prepare(RE& object) const;
+  std::string Patterns() const;
+  /// The file of this name that the walk has come to; null for one that isn't wanted.
+  const ListedFile* Meet(const std::string& name, std::string_view content, const OnFile& without);
   /// The file of the part with this name, from `from` on; the part's end when there is none.
   std::size_t Find(const std::string& name, std::size_t from) const;
   void PassTo(std::size_t file, const OnFile& without);
@@ -89,7 +93,8 @@ class PartSearch {
 
   const FileJob& job_;
   const Part& part_;
-  std::size_t next_;  // the first file that nothing has been told of
+  std::size_t next_ = 0;  // the first file that nothing has been told of
+  ListedFile met_;        // of a part without a list
   std::set<std::size_t> failed_;
   std::vector<std::string> failures_;
 };

@@ -5,12 +5,14 @@
 #include <cerrno>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string_view>
 #include <unordered_set>
 #include <utility>
 
 #include "FileSystem.hpp"
 #include "IgnoredFiles.hpp"
+#include "Problems.hpp"
 
 namespace tool {
 
@@ -46,32 +48,59 @@ std::size_t PlainPart(const std::string& pattern) {
   return special == pattern.size() ? special : OwnNameAt(pattern.substr(0, special));
 }
 
+bool NamesNothing(const FileChoice& choice) {
+  return choice.arguments.empty() && !choice.listFile && choice.patterns.empty();
+}
+
+/// The path of a directory as it stands before a name.
+std::string BeforeName(const std::string& directory) {
+  const bool ended = OwnNameAt(directory) == directory.size();
+  return ended ? directory : directory + kSeparators.front();
+}
+
+// What is passed over among the things that are found in directories.
+
+bool IsExcluded(const FileChoice& choice, const std::string& name) {
+  return std::any_of(
+      choice.excluded.begin(), choice.excluded.end(),
+      [&name](const std::string& pattern) { return NameMatches(pattern, name, false); });
+}
+bool IsExcluded(const FileChoice& choice, const std::string& path, const std::string& name) {
+  return !choice.excluded.empty() && (IsExcluded(choice, name) || IsExcluded(choice, path));
+}
+bool TakesHidden(const FileChoice& choice) { return choice.hidden || !choice.recursive; }
+bool IsEntered(const FileChoice& choice, const std::string& name) {
+  return choice.recursive && (choice.hidden || name[0] != '.');
+}
+
 class Lister {
  public:
-  Lister(const FileChoice& choice, Problems& problems, Progress& progress)
-      : choice_(choice), problems_(problems), progress_(progress) {}
+  using Take = std::function<void(std::vector<ListedFile>)>;
 
-  std::vector<ListedFile> Run() {
-    for (const std::string& argument : choice_.arguments) Argument(argument);
-    if (choice_.listFile) ListFile(*choice_.listFile);
-    Patterns(choice_.patterns);
-    const bool nothingNamed =
-        choice_.arguments.empty() && !choice_.listFile && choice_.patterns.empty();
-    if (nothingNamed && choice_.recursive) {
-      Tree("", "*", 0);
-    } else if (nothingNamed) {
-      throw Failure("no files are named");
+  Lister(const FileChoice& choice, const Take& take, std::vector<std::string>& problems)
+      : choice_(choice), take_(take), problems_(problems) {}
+
+  void Run() {
+    if (NamesNothing(choice_)) {
+      if (!choice_.recursive) throw Failure("no files are named");
+      return Tree("", "*", 0);
     }
-    progress_.Clear();
-    return std::move(files_);
+    if (choice_.listFile) OpenList(*choice_.listFile);
+    for (const std::string& argument : choice_.arguments) Argument(argument);
+    if (choice_.listFile) ReadList(*choice_.listFile);
+    Patterns(choice_.patterns);
   }
 
  private:
+  void Tell(const std::string& about, const std::string& what) {
+    problems_.push_back(about + ": " + what);
+  }
+
   void Argument(const std::string& argument) {
     const int error = Name(argument);
     if (error == 0) return;
     if (FindSpecial(argument) == argument.size()) {
-      problems_.Tell(argument, SystemWords(error));
+      Tell(argument, SystemWords(error));
     } else {
       Patterns(argument);
     }
@@ -81,27 +110,29 @@ class Lister {
   int Name(const std::string& name) {
     const FileStatus status = StatusOf(name);
     if (status.kind == FileStatus::kDirectory) {
-      const bool ended = OwnNameAt(name) == name.size();
-      const std::string directory = ended ? name : name + kSeparators.front();
+      const std::string directory = BeforeName(name);
       Tree(directory, "*", directory.size());
     } else if (status.kind == FileStatus::kFile) {
       // By a wildcard the library comes to a name in the case that the directory has it in.
       const bool plain = FindSpecial(name) == name.size();
       const std::vector<std::string> found = plain ? std::vector{name} : Glob(Escaped(name));
-      if (!found.empty()) Add(KeyOfTarget(name), {found[0], name.size(), false});
+      if (!found.empty()) TakeOne(KeyOfTarget(name), {found[0], name.size(), false});
     }
     return status.error;
   }
 
-  void ListFile(const std::string& list) {
-    std::ifstream file;
+  void OpenList(const std::string& list) {
+    if (list == "-") return;
     errno = 0;
-    if (list != "-") file.open(list, std::ios::binary);
-    if (list != "-" && !file) throw Failure(list + ": " + SystemWords(errno));
-    std::istream& in = list == "-" ? std::cin : file;
+    list_.open(list, std::ios::binary);
+    if (!list_) throw Failure(list + ": " + SystemWords(errno));
+  }
+
+  void ReadList(const std::string& list) {
+    std::istream& in = list == "-" ? std::cin : list_;
     for (std::string name; std::getline(in, name, choice_.nullNames ? '\0' : '\n');) {
       if (name.empty()) continue;
-      if (const int error = Name(name)) problems_.Tell(name, SystemWords(error));
+      if (const int error = Name(name)) Tell(name, SystemWords(error));
     }
     if (in.bad()) throw Failure(list + ": " + SystemWords(errno != 0 ? errno : EIO));
   }
@@ -119,7 +150,7 @@ class Lister {
     if (!choice_.recursive) {
       for (const std::string& name : Glob(pattern)) {
         if (StatusOf(name).kind != FileStatus::kFile) continue;
-        Add(KeyOfTarget(name), {name, std::min(plain, name.size()), false});
+        TakeOne(KeyOfTarget(name), {name, std::min(plain, name.size()), false});
       }
       return;
     }
@@ -165,50 +196,46 @@ class Lister {
 
   /// A directory, as it stands before a name: empty or with a slash at its end.
   void Tree(const std::string& directory, const std::string& pattern, std::size_t named) {
-    const std::size_t begin = files_.size();
-    Walk(directory, pattern, named);
-    if (!choice_.ignoreFiles) return;
+    if (!choice_.ignoreFiles) return Walk(directory, pattern, named, take_);
+    std::vector<ListedFile> files;
+    Walk(directory, pattern, named, [&](std::vector<ListedFile> found) {
+      std::move(found.begin(), found.end(), std::back_inserter(files));
+    });
     std::vector<std::string> names;
-    for (std::size_t i = begin; i < files_.size(); ++i) {
-      names.push_back(files_[i].name.substr(directory.size()));
-    }
+    for (const ListedFile& file : files) names.push_back(file.name.substr(directory.size()));
     const std::unordered_set<std::string> ignored = IgnoredFiles(directory, names);
     const auto isIgnored = [&](const ListedFile& file) {
       return ignored.count(file.name.substr(directory.size())) != 0;
     };
-    const auto from = files_.begin() + static_cast<std::ptrdiff_t>(begin);
-    files_.erase(std::remove_if(from, files_.end(), isIgnored), files_.end());
+    files.erase(std::remove_if(files.begin(), files.end(), isIgnored), files.end());
+    take_(std::move(files));
   }
 
-  void Walk(const std::string& directory, const std::string& pattern, std::size_t named) {
-    const bool shown = choice_.hidden || !choice_.recursive;
-    progress_.Show([this] { return std::to_string(files_.size()) + " files found"; });
+  void Walk(const std::string& directory, const std::string& pattern, std::size_t named,
+            const Take& take) {
     const std::string key = KeyOf(directory);
-    const std::size_t first = files_.size();
+    std::vector<ListedFile> files;
     bool all = !choice_.ignoreFiles;
     std::vector<std::string> directories;
     for (const Entry& entry : Entries(directory, ENOENT)) {
       const std::string path = directory + entry.name;
       const bool dotted = entry.name[0] == '.';
-      if (IsExcluded(entry.name) || IsExcluded(path) || (entry.hidden && !shown)) {
+      if (IsExcluded(choice_, path, entry.name) || (entry.hidden && !TakesHidden(choice_))) {
         all = false;
       } else if (!entry.link && entry.kind == FileStatus::kDirectory) {
-        if (choice_.recursive && (shown || !dotted)) directories.push_back(path + kSeparators[0]);
+        if (IsEntered(choice_, entry.name)) directories.push_back(path + kSeparators[0]);
       } else if (entry.kind == FileStatus::kFile) {
         const bool wanted = NameMatches(pattern, entry.name, !choice_.hidden);
-        const bool added = wanted && Add(entry.link ? KeyOfTarget(path) : KeyIn(key, entry.name),
-                                         {path, named, choice_.recursive});
-        if (added == (dotted && !kStarTakesDots)) all = false;
+        const bool taken = wanted && IsNew(entry.link ? KeyOfTarget(path) : KeyIn(key, entry.name));
+        if (taken) files.push_back({path, named, choice_.recursive});
+        if (taken == (dotted && !kStarTakesDots)) all = false;
       }
     }
-    if (all && files_.size() > first) files_[first].together = files_.size() - first;
-    for (const std::string& next : directories) Walk(next, pattern, named);
-  }
-
-  bool IsExcluded(const std::string& name) const {
-    return std::any_of(
-        choice_.excluded.begin(), choice_.excluded.end(),
-        [&name](const std::string& pattern) { return NameMatches(pattern, name, false); });
+    if (!files.empty()) {
+      if (all) files[0].together = files.size();
+      take(std::move(files));
+    }
+    for (const std::string& next : directories) Walk(next, pattern, named, take);
   }
 
   /// The entries of a directory, as it stands before a name. Of one error nothing is told.
@@ -217,33 +244,45 @@ class Lister {
     if (listing.error != 0 && listing.error != expected) {
       const std::size_t end = directory.find_last_not_of(kSeparators);
       const std::string name = directory.empty() ? "." : directory.substr(0, end + 1);
-      progress_.Clear();
-      problems_.Tell(
-          name.empty() ? directory : name,
-          (listing.opened ? "can't read: " : "can't open: ") + SystemWords(listing.error));
+      Tell(name.empty() ? directory : name,
+           (listing.opened ? "can't read: " : "can't open: ") + SystemWords(listing.error));
     }
     return std::move(listing.entries);
   }
 
-  /// False for a file that is in the list already.
-  bool Add(const std::string& key, ListedFile file) {
-    if (!seen_.insert(key).second) return false;
-    files_.push_back(std::move(file));
-    return true;
+  /// False for a file that has been listed already.
+  bool IsNew(const std::string& key) { return seen_.insert(key).second; }
+  void TakeOne(const std::string& key, ListedFile file) {
+    if (IsNew(key)) take_({std::move(file)});
   }
 
   const FileChoice& choice_;
-  Problems& problems_;
-  Progress& progress_;
-  std::vector<ListedFile> files_;
+  const Take& take_;
+  std::vector<std::string>& problems_;
+  std::ifstream list_;
   std::unordered_set<std::string> seen_;
 };
 
 }  // namespace
 
-std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems,
-                                  Progress& progress) {
-  return Lister(choice, problems, progress).Run();
+void ListFiles(const FileChoice& choice, const std::function<void(std::vector<ListedFile>)>& take,
+               std::vector<std::string>& problems) {
+  Lister(choice, take, problems).Run();
+}
+
+std::optional<std::string> OnlyTree(const FileChoice& choice) {
+  if (!choice.recursive || choice.ignoreFiles) return std::nullopt;
+  if (NamesNothing(choice)) return "";
+  if (choice.arguments.size() != 1 || choice.listFile) return std::nullopt;
+  const std::string& argument = choice.arguments.front();
+  if (StatusOf(argument).kind != FileStatus::kDirectory) return std::nullopt;
+  return BeforeName(argument);
+}
+
+bool IsTaken(const FileChoice& choice, const std::string& path, bool isDirectory) {
+  const std::string name = OwnName(path);
+  if (IsExcluded(choice, path, name) || (!TakesHidden(choice) && IsHidden(path))) return false;
+  return isDirectory ? IsEntered(choice, name) : choice.hidden || kStarTakesDots || name[0] != '.';
 }
 
 bool LooksBinary(std::string_view content) {

@@ -4,13 +4,11 @@
 #define REGEXCLASS_TOOLS_FILELIST_HPP
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "Output.hpp"
-#include "Problems.hpp"
 
 namespace tool {
 
@@ -37,13 +35,21 @@ struct ListedFile {
 };
 
 /// Lists regular files, and links to them, each once: argument by argument, in the byte order of
-/// names, a directory's own files before those below it.
+/// names, a directory's own files before those below it. `take` gets them as they are found, those
+/// of a directory at a time; `problems` what has gone wrong, in words.
 ///
 /// An argument that names something that exists stands for itself, whatever characters are in it,
 /// so that the names that a shell makes of its patterns mean what they say; a directory stands for
 /// its files. What names nothing is a problem, unless it is a pattern, as glob(7) has them, whose
 /// last component is applied in all directories below too when the choice says so.
-std::vector<ListedFile> ListFiles(const FileChoice& choice, Problems& problems, Progress& progress);
+void ListFiles(const FileChoice& choice,
+               const std::function<void(std::vector<ListedFile> files)>& take,
+               std::vector<std::string>& problems);
+
+/// The directory, as it stands before a name, when all that is chosen is to be found by a walk
+/// through it that takes what IsTaken says.
+std::optional<std::string> OnlyTree(const FileChoice& choice);
+bool IsTaken(const FileChoice& choice, const std::string& path, bool isDirectory);
 
 /// Whether there is a zero byte in the first 8 KiB of a file's content.
 constexpr std::size_t kLookedAt = 8192;

@@ -69,6 +69,9 @@ std::string KeyIn(const std::string& directory, const std::string& name);
 /// The same of what a link leads to.
 std::string KeyOfTarget(const std::string& path);
 
+/// Whether the system hides what has this path, by more than its name.
+bool IsHidden(const std::string& path);
+
 struct Entry {
   std::string name;
   FileStatus::Kind kind;  ///< Of what a link leads to.

@@ -2,7 +2,6 @@
 #include "Workers.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <exception>
 #include <iostream>
 #include <limits>
@@ -18,6 +17,57 @@ namespace {
 constexpr std::size_t kMuch = std::size_t{4} << 20U;
 
 }  // namespace
+
+void PartQueue::Add(std::vector<ListedFile> files) {
+  const std::unique_lock<std::mutex> lock(mutex_);
+  if (stopped_) throw Enough();
+  listed_ += files.size();
+  for (ListedFile& file : files) {
+    if (open_.files.size() >= 4 * size_) Close(lock);
+    open_.files.push_back(std::move(file));
+  }
+  if (open_.files.size() >= size_) Close(lock);
+}
+
+void PartQueue::AddTree(std::string directory) {
+  const std::unique_lock<std::mutex> lock(mutex_);
+  open_.tree = std::move(directory);
+  Close(lock);
+}
+
+/// Lets the part that is being filled be taken.
+void PartQueue::Close(const std::unique_lock<std::mutex>& /*locked*/) {
+  open_.number = closed_++;
+  parts_.push_back(std::exchange(open_, {}));
+  more_.notify_one();
+}
+
+void PartQueue::End() {
+  const std::unique_lock<std::mutex> lock(mutex_);
+  if (!open_.files.empty()) Close(lock);
+  ended_ = true;
+  more_.notify_all();
+}
+
+void PartQueue::Stop() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  stopped_ = true;
+  more_.notify_all();
+}
+
+bool PartQueue::Take(Part& part) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  more_.wait(lock, [this] { return stopped_ || ended_ || !parts_.empty(); });
+  if (stopped_ || parts_.empty()) return false;
+  part = std::move(parts_.front());
+  parts_.pop_front();
+  return true;
+}
+
+std::size_t PartQueue::Listed() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return listed_;
+}
 
 OrderedOutput::OrderedOutput(std::string separator, Progress& progress)
     : separator_(std::move(separator)),
@@ -59,9 +109,14 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
   }
 }
 
-void OrderedOutput::End(std::size_t part, std::size_t files, std::size_t all) {
+void OrderedOutput::ShowDone(std::size_t files, std::size_t all) {
   const Lock lock(mutex_);
   done_ += files;
+  progress_.Show([&] { return std::to_string(done_) + " of " + std::to_string(all) + " files"; });
+}
+
+void OrderedOutput::End(std::size_t part) {
+  const Lock lock(mutex_);
   kept_[part].ended = true;
   while (Wanted(next_)) {
     const auto at = kept_.find(next_);
@@ -71,7 +126,6 @@ void OrderedOutput::End(std::size_t part, std::size_t files, std::size_t all) {
     kept_.erase(at);
     ++next_;
   }
-  progress_.Show([&] { return std::to_string(done_) + " of " + std::to_string(all) + " files"; });
   turn_.notify_all();
 }
 
@@ -87,42 +141,41 @@ void OrderedOutput::Stop() {
   turn_.notify_all();
 }
 
-void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsigned int workers,
-                const std::function<Work()>& makeWorker) {
-  const std::size_t parts = (files + size - 1) / size;
-  std::atomic<std::size_t> nextPart{0};
+void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
+                const std::function<void()>& list, const std::function<Work()>& makeWorker) {
   std::exception_ptr failure;
   std::once_flag failed;
-  const auto run = [&](const Work& work) {
-    for (;;) {
-      const std::size_t number = nextPart++;
-      if (number >= parts || !output.Begin(number, 4 * std::size_t{workers})) return;
-      const Part part = {number, number * size, std::min(files, (number + 1) * size)};
-      work(part);
-      output.End(number, part.end - part.begin, files);
-    }
-  };
-  const auto guarded = [&](const Work& work) {
+  const auto guarded = [&](const std::function<void()>& run) {
     try {
-      run(work);
+      return run();
     } catch (const Enough&) {
     } catch (...) {
       std::call_once(failed, [&] { failure = std::current_exception(); });
       output.Stop();
     }
+    queue.Stop();
   };
-  std::vector<Work> works;
-  for (std::size_t i = 0; i < std::min<std::size_t>(workers, parts); ++i) {
-    works.push_back(makeWorker());
-  }
+  const std::function<void()> work = [&] {
+    Work onPart;
+    Part part;
+    while (queue.Take(part)) {
+      if (!output.Begin(part.number, 4 * std::size_t{workers})) throw Enough();
+      if (!onPart) onPart = makeWorker();
+      onPart(part);
+      output.ShowDone(part.files.size(), queue.Listed());
+      output.End(part.number);
+    }
+  };
   std::vector<std::thread> threads;
   try {
-    for (std::size_t i = 1; i < works.size(); ++i) {
-      threads.emplace_back(guarded, std::cref(works[i]));
-    }
+    while (threads.size() + 1 < workers) threads.emplace_back(guarded, work);
   } catch (const std::system_error&) {  // fewer will do
   }
-  if (!works.empty()) guarded(works.front());
+  guarded([&] {
+    list();
+    queue.End();
+  });
+  guarded(work);
   for (std::thread& thread : threads) thread.join();
   output.Finish();
   if (failure != nullptr) std::rethrow_exception(failure);

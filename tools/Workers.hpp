@@ -1,23 +1,68 @@
 // SPDX-License-Identifier: BSL-1.0
-// Several threads on one list of files, with the output of one.
+// Several threads on the files of a run, with the output of one.
 #ifndef REGEXCLASS_TOOLS_WORKERS_HPP
 #define REGEXCLASS_TOOLS_WORKERS_HPP
 
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "FileList.hpp"
 #include "Output.hpp"
 
 namespace tool {
 
 /// Thrown by work that is no longer wanted.
 struct Enough {};
+
+/// What a thread works on at a time.
+struct Part {
+  std::size_t number = 0;
+  std::vector<ListedFile> files = {};
+  /// In place of the files, all that are to be found below this directory.
+  std::optional<std::string> tree = {};
+};
+
+/// The files of a run on their way from the thread that lists them to those that work on them, some
+/// of which begin while the listing goes on. May be used by any number of threads.
+class PartQueue {
+ public:
+  /// A part has `size` files or, where they are those of a directory, up to four times as many.
+  explicit PartQueue(std::size_t size) : size_(size) {}
+
+  /// Puts files behind those that are there. Throws Enough when no more are wanted.
+  void Add(std::vector<ListedFile> files);
+  /// Makes the whole of a directory the only part.
+  void AddTree(std::string directory);
+  /// No more files come.
+  void End();
+  /// No more are wanted.
+  void Stop();
+  /// Waits for the next part; false when there is none.
+  bool Take(Part& part);
+  /// How many files there have been by now.
+  std::size_t Listed() const;
+
+ private:
+  void Close(const std::unique_lock<std::mutex>& locked);
+
+  const std::size_t size_;
+  mutable std::mutex mutex_;
+  std::condition_variable more_;
+  std::size_t listed_ = 0;
+  std::size_t closed_ = 0;  // parts that are complete
+  Part open_;
+  std::deque<Part> parts_;
+  bool ended_ = false;
+  bool stopped_ = false;
+};
 
 /// What the parts of a run print, in the order of the parts whichever is done first. May be used by
 /// any number of threads.
@@ -35,9 +80,10 @@ class OrderedOutput {
   /// Prints what has its turn; keeps what hasn't, and lets the caller wait when that gets much.
   /// Throws Enough when the part isn't wanted any more, and Failure when standard output fails.
   void Put(std::size_t part, Piece piece);
-  /// The part has said everything. Shows how many of all files are done by now, with those of the
-  /// part.
-  void End(std::size_t part, std::size_t files, std::size_t all);
+  /// So many more files are done, of all that there are by now.
+  void ShowDone(std::size_t files, std::size_t all);
+  /// The part has said everything.
+  void End(std::size_t part);
   /// No part is worked on any more.
   void Finish() { progress_.Clear(); }
   /// No part behind this one is wanted.
@@ -69,19 +115,13 @@ class OrderedOutput {
   std::map<std::size_t, Kept> kept_;
 };
 
-/// A stretch of the list.
-struct Part {
-  std::size_t number = 0;
-  std::size_t begin = 0;
-  std::size_t end = 0;
-};
-
-/// Hands parts of `files` files, `size` to a part, to `workers` threads, the caller's included;
-/// `makeWorker` makes the function that works on a part, once for each thread. The first exception,
-/// but for Enough, ends the run and passes to the caller.
+/// Lets `workers` threads, the caller's included, work on the parts that `list` puts into the
+/// queue; the caller's lists first. `makeWorker` makes the function that works on a part, in each
+/// thread that gets one. The first exception, but for Enough, ends the run and passes to the
+/// caller.
 using Work = std::function<void(const Part& part)>;
-void RunWorkers(OrderedOutput& output, std::size_t files, std::size_t size, unsigned int workers,
-                const std::function<Work()>& makeWorker);
+void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
+                const std::function<void()>& list, const std::function<Work()>& makeWorker);
 
 }  // namespace tool
 

@@ -97,6 +97,8 @@ std::string KeyOfTarget(const std::string& path) {
   return KeyOf(real != nullptr ? real.get() : path);
 }
 
+bool IsHidden(const std::string&) { return false; }
+
 Listing List(const std::string& directory) {
   Listing listing;
   const std::unique_ptr<DIR, int (*)(DIR*)> opened(

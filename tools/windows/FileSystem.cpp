@@ -208,6 +208,11 @@ std::string KeyOfTarget(const std::string& path) {
   return KeyOf(real.empty() ? path : real);
 }
 
+bool IsHidden(const std::string& path) {
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN) != 0;
+}
+
 Listing List(const std::string& directory) {
   Listing listing;
   WIN32_FIND_DATAA found = {};
