@@ -260,6 +260,14 @@ TEST(UnicodeTest, FormatsHaveUnicodesCase) {
   re.SetOnMergingClosure([](auto*, auto&, auto, auto, bool&) {});
   re.Merge(merged);
   EXPECT_EQ(merged, expected);
+
+  re = Make(".", "é");  // of which the match is half of the character
+  re.SetFormatString("<$0$'>");
+  re.SetOnSearchingClosure([&merged](RE* running, auto&&...) {
+    running->SetLocaleModel(RE::UnicodeLocale);
+    running->Format(merged);
+  });
+  EXPECT_TRUE(re.Search() && merged == "<é>");
 }
 
 /// The lines of a file of Unicode's: a range of code points, and what they are.

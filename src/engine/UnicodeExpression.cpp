@@ -156,16 +156,15 @@ void ToBytes(const WideMatch& wide, boost::cmatch& narrow) {
   if (closedLast != 0) set(closedLast);
 }
 
-/// A match for the engine's formatter: the results in bytes, read as characters.
+/// A match for the engine's formatter: the results in bytes, read as characters. Each part is read
+/// as a text of its own: under another model a match may begin and end inside a character.
 class CharacterResults {
  public:
   using value_type = WideSub;
 
-  explicit CharacterResults(const boost::cmatch& results)
-      : results_(results), text_{results.prefix().first, results.suffix().second} {
-    for (int mark = -2; mark < static_cast<int>(results.size()); ++mark) {
-      parts_.push_back(Part(results[mark]));
-    }
+  explicit CharacterResults(const boost::cmatch& results) : results_(results) {
+    texts_.reserve(results.size() + 2);
+    for (int mark = -2; mark < static_cast<int>(results.size()); ++mark) Add(results[mark]);
     none_.matched = false;
   }
   CharacterResults(const CharacterResults&) = delete;
@@ -198,17 +197,17 @@ class CharacterResults {
     for (; first != last; ++first) AppendUtf8(*first, name);
     return name;
   }
-  WideSub Part(const boost::csub_match& part) const {
-    WideSub wide;
-    wide.first = Utf8Iterator(text_, part.first);
-    wide.second = Utf8Iterator(text_, part.second);
+  void Add(const boost::csub_match& part) {
+    const Utf8Text& text = texts_.emplace_back(Utf8Text{part.first, part.second});
+    WideSub& wide = parts_.emplace_back();
+    wide.first = Utf8Iterator(text, part.first);
+    wide.second = Utf8Iterator(text, part.second);
     wide.matched = part.matched;
-    return wide;
   }
 
   const boost::cmatch& results_;
-  const Utf8Text text_;
-  std::vector<WideSub> parts_;  // from -2 on
+  std::vector<Utf8Text> texts_;  // stay where they are, the parts point to them
+  std::vector<WideSub> parts_;   // from -2 on
   WideSub none_;
 };
 
