@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 #include "object/ExpressionState.hpp"
 
@@ -25,24 +26,19 @@ std::string DefaultSplitExpression(const ExpressionState& state) {
 /// Stands in for an expression that isn't there, for the life of the scope.
 class DefaultExpression {
  public:
-  DefaultExpression(RegularExpression& owner, ExpressionState& state)
-      : owner_(owner), code_(state.ParseExpression()) {
-    if (code_ != RegularExpression::NoExpression) return;
-    former_ = owner.GetExpression();
+  DefaultExpression(RegularExpression& owner, const ExpressionState& state) : owner_(owner) {
+    if (state.settings.HasExpression()) return;
+    former_ = state.settings.expression;
     owner.SetExpression(DefaultSplitExpression(state));
-    code_ = state.ParseExpression();
   }
   DefaultExpression(const DefaultExpression&) = delete;
   DefaultExpression& operator=(const DefaultExpression&) = delete;
   ~DefaultExpression() {
-    if (former_) owner_.SetExpression(*former_);
+    if (former_) owner_.SetExpression(std::move(*former_));
   }
-
-  RegularExpression::ExpressionErrorCode Code() const { return code_; }
 
  private:
   RegularExpression& owner_;
-  RegularExpression::ExpressionErrorCode code_;
   std::optional<std::string> former_;
 };
 
@@ -91,7 +87,7 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
 
   const DefaultExpression given(*this, *state);
   std::size_t used = 0;
-  if (given.Code() == NoError) {
+  if (state->ParseExpression() == NoError) {
     const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
     const std::uint64_t limit = settings.maximumSplits != 0 ? settings.maximumSplits : UINT32_MAX;
     used = state->WithModel([&](const auto& model) {
