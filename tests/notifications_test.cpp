@@ -16,7 +16,10 @@ void Function(RE*, Arguments...) {}
 /// Counts its calls, and its living copies.
 struct Counter {
   Counter() { ++alive; }
-  Counter(const Counter& source) : calls(source.calls) { ++alive; }
+  Counter(const Counter& source) : calls(source.calls) {
+    if (throws) throw 1;
+    ++alive;
+  }
   ~Counter() { --alive; }
   template <class... Arguments>
   void operator()(Arguments&&...) {
@@ -24,6 +27,7 @@ struct Counter {
   }
   int calls = 0;
   static inline int alive = 0;
+  static inline bool throws = false;  // when it is copied
 };
 
 /// Takes the four members of one event.
@@ -58,6 +62,10 @@ void CheckSlots(void (RE::*setFunction)(F), F (RE::*getFunction)() const, void (
   holds(re, nullptr, false, 2);
   holds(copy, nullptr, true, 2);
   (assigned.*setFunction)(&Function);
+  holds(assigned, &Function, false, 1);
+  Counter::throws = true;
+  EXPECT_THROW(assigned = copy, int);
+  Counter::throws = false;
   holds(assigned, &Function, false, 1);
 }
 

@@ -48,9 +48,9 @@ class Slot {
   Slot(const Slot& source) : function_(source.function_), closure_(source.CloneClosure()) {}
   Slot& operator=(const Slot& source) {
     if (this == &source) return *this;
+    std::shared_ptr<Closure> closure = source.CloneClosure();  // or nothing changes
     function_ = source.function_;
-    const std::shared_ptr<Closure> displaced =
-        std::exchange(closure_, source.CloneClosure());  // destroyed last
+    closure_.swap(closure);  // the one that was there is destroyed last
     return *this;
   }
 
