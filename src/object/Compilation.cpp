@@ -144,6 +144,7 @@ Code ExpressionState::ParseExpression() {
   return WithModel([this](auto& model) {
     CompileRecord& record = model.record;
     if (record.compiled && model.expression.LocaleStays()) return record.code;
+    record.compiled = false;  // and stays so when something is thrown
     if (!settings.HasExpression()) return RegularExpression::NoExpression;
     record.code = CompileModel(*this, model);
     record.compiled = true;
