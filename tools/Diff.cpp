@@ -45,6 +45,11 @@ void Trim(Block& block) {
   }
 }
 
+/// Whether a line begins at the offset.
+bool IsLineStart(const std::string& content, std::size_t at) {
+  return at == 0 || content[at - 1] == '\n';
+}
+
 /// The blocks of whole lines that the changes make; empty when the content hasn't the matches.
 std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change>& changes) {
   std::vector<Block> blocks;
@@ -56,7 +61,11 @@ std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change
     std::size_t at = begin;  // what is in `after`
     std::size_t end = begin;
     std::string after;
-    for (bool first = true; i < changes.size() && (first || changes[i].position < end); ++i) {
+    // The end of a last line without a line feed belongs to that line.
+    const auto isInBlock = [&](const Change& change) {
+      return change.position < end || (change.position == end && !IsLineStart(content, end));
+    };
+    for (bool first = true; i < changes.size() && (first || isInBlock(changes[i])); ++i) {
       first = false;
       const Change& change = changes[i];
       if (content.compare(change.position, change.matched.size(), change.matched) != 0) return {};
