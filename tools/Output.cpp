@@ -25,8 +25,6 @@ bool WantsColor(const std::string& color) {
   return OutputIsTerminal() && !dumb && !IsSet("NO_COLOR");
 }
 
-std::string Label(const std::string& file) { return file == "-" ? "(standard input)" : file; }
-
 }  // namespace
 
 Printer::Printer(const Style& style, std::ostream& out, bool fileNames, bool lineNumbers,
@@ -135,8 +133,12 @@ void Printer::Raw(const std::string& bytes) const {
   out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
+std::string Printer::Label(const std::string& file) {
+  return file.empty() ? "(standard input)" : file;
+}
+
 tool::Json Printer::File(const std::string& file) {
-  return {{"file", file == "-" ? tool::Json() : JsonBytes(file)}};
+  return {{"file", file.empty() ? tool::Json() : JsonBytes(file)}};
 }
 
 tool::Json Printer::Place(const std::string& file, std::uint64_t line) {

@@ -67,6 +67,8 @@ class Printer {
   /// Bytes as they are.
   void Raw(const std::string& bytes) const;
 
+  /// What is printed for a file; standard input is the one without a name.
+  static std::string Label(const std::string& file);
   /// An object with "file", which is null for standard input, and "line".
   static tool::Json Place(const std::string& file, std::uint64_t line);
   static tool::Json File(const std::string& file);

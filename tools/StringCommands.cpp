@@ -40,7 +40,7 @@ struct Job {
   Printer printer;
   Problems problems;
   RE object;
-  std::string file;
+  std::string file;  // empty for standard input
   Text text;
   std::uint64_t left = 0;            // how many more matches of this file are wanted
   std::vector<Span> spans;           // the matches of this text whose lines are still to be printed
@@ -94,17 +94,19 @@ std::uint64_t RunOnText(Job& job, const Operation& operation) {
   try {
     matches = operation(job);
   } catch (const std::runtime_error& error) {  // the engine has given up on the text
-    job.problems.Tell(job.file + ':' + std::to_string(job.text.line), error.what());
+    job.problems.Tell(Printer::Label(job.file) + ':' + std::to_string(job.text.line), error.what());
   }
   job.PrintLines();
   CheckOutput();
   return matches;
 }
 
-std::uint64_t RunOnFile(Job& job, const Operation& operation) {
+/// "-" is standard input.
+std::uint64_t RunOnFile(Job& job, const std::string& name, const Operation& operation) {
   const std::uint64_t wanted = job.lines.most;
   std::uint64_t matches = 0;
-  TextReader reader(job.file, job.request.wholeInput);
+  TextReader reader(name, job.request.wholeInput);
+  job.file = name == "-" ? "" : name;
   const bool follows = job.writer && job.writer->Printed();
   job.writer.emplace(job.printer, job.lines, job.file, follows);
   while (matches < wanted && reader.Next(job.text)) {
@@ -115,7 +117,7 @@ std::uint64_t RunOnFile(Job& job, const Operation& operation) {
     if ((job.style.quiet || job.style.NamesOnly()) && matches > 0) break;
   }
   while (job.writer->WantsMore() && reader.Next(job.text)) job.PrintLines();
-  if (reader.Error() != 0) job.problems.Tell(job.file, SystemWords(reader.Error()));
+  if (reader.Error() != 0) job.problems.Tell(name, SystemWords(reader.Error()));
   return matches;
 }
 
@@ -146,7 +148,6 @@ bool HasText(const Job& job) {
 
 ExitStatus Run(Job& job, const Operation& operation) {
   if (HasText(job)) {
-    job.file = "-";
     job.text.bytes = job.object.GetStringToMatch();
     job.text.ended = true;
     job.left = job.lines.most;
@@ -160,8 +161,7 @@ ExitStatus Run(Job& job, const Operation& operation) {
   if (files.empty()) files.emplace_back("-");
   bool matched = false;
   for (const std::string& file : files) {
-    job.file = file;
-    const std::uint64_t matches = RunOnFile(job, operation);
+    const std::uint64_t matches = RunOnFile(job, file, operation);
     PrintCount(job, matches);
     matched = matched || matches > 0;
     if (job.style.quiet && matched) return kMatch;  // whatever else may be wrong
