@@ -171,6 +171,10 @@ struct WordPrinter {
 
 }  // namespace
 
+CLI::Validator Number(std::int64_t least, std::int64_t most) {
+  return CLI::Range(least, most, least > 0 ? "POSITIVE" : "NONNEGATIVE");
+}
+
 CLI::Option* AddRaw(CLI::App& command, const std::string& names, std::optional<std::string>& value,
                     const std::string& description) {
   return command.add_option(names, Into(value), description)->type_name("TEXT");
@@ -237,7 +241,7 @@ void AddMergeOptions(CLI::App& command, SetUp& setUp) {
 
 void AddSplitOptions(CLI::App& command, SetUp& setUp) {
   command.add_option("--max-splits", setUp.maximumSplits, "The most pieces of a text; 0: no limit")
-      ->check(CLI::NonNegativeNumber);
+      ->check(Number(0, std::numeric_limits<std::uint32_t>::max()));
   AddYesNo(command, setUp.splitInputDelete,
            {"--input-delete", "Use the text up, and print its unused rest behind the pieces"},
            {"--no-input-delete", "Leave the text as it is"});

@@ -6,6 +6,7 @@
 
 #include <RegularExpression.hpp>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -37,6 +38,11 @@ void AddSplitOptions(CLI::App& command, SetUp& setUp);
 void AddWalkOptions(CLI::App& command, SetUp& setUp);
 void AddFilesOption(CLI::App& command, SetUp& setUp);
 void AddSaveOption(CLI::App& command, SetUp& setUp);
+
+/// A number in these bounds. CLI11's own validators take -1 for a large number without a sign, and
+/// name bounds in hundreds of digits.
+CLI::Validator Number(std::int64_t least,
+                      std::int64_t most = std::numeric_limits<std::int64_t>::max());
 
 /// Adds an option whose value is taken as it stands, also when it is empty or in brackets.
 CLI::Option* AddRaw(CLI::App& command, const std::string& names, std::optional<std::string>& value,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -111,7 +112,7 @@ void AddOutputOptions(CLI::App& app, Request& request, unsigned int parts) {
   }
   if (has(kMaximum)) {
     app.add_option("-m,--max-count", request.maximumCount, "Stop a file after so many matches")
-        ->check(CLI::NonNegativeNumber);
+        ->check(Number(0));
   }
   if (has(kPlace)) {
     AddYesNo(app, style.fileNames, {"-H,--with-filename", "Print file names"},
@@ -147,6 +148,7 @@ void AddLineOptions(CLI::App& app, Request& request) {
   options.push_back(app.add_option("-B,--before-context", lines.before, "Lines in front too"));
   options.push_back(app.add_option_function<std::uint64_t>("-C,--context", both, "Both"));
   for (CLI::Option* const option : options) {
+    if (option->get_expected_max() > 0) option->check(Number(0));
     option->excludes(app.get_option("--json"))->excludes(app.get_option("--only-matching"));
   }
 }
@@ -161,7 +163,8 @@ void AddFileOptions(CLI::App& app, Request& request) {
   app.add_flag("--ignore-files", choice.ignoreFiles, "Pass over what git ignores");
   app.add_flag("--hidden", choice.hidden, "Take names that begin with a dot too");
   app.add_flag("--binary", choice.binary, "Take files with zero bytes too");
-  app.add_option("-j,--jobs", request.jobs, "The number of threads")->check(CLI::PositiveNumber);
+  app.add_option("-j,--jobs", request.jobs, "The number of threads")
+      ->check(Number(1, std::numeric_limits<unsigned int>::max()));
 }
 
 void AddChangeOptions(CLI::App& app, Request& request) {
