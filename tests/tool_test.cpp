@@ -77,6 +77,7 @@ TEST_F(Tool, PrintsAndExits) {
       {"$T grep -c '[ab]' t e; $T grep-files -c a t e; $T find-files -c a t e", 0,
        "t:7\ne:0\nt:5\n1\n"},
       {"$T grep -HF '[' - <t; $T grep -qi A t q", 0, "(standard input):ab[c]\n"},
+      {"echo n >./-; $T grep-files -c n -; rm ./-", 0, "-:1\n"},
       {"$T grep -o bana t q .", 2, "t:bana\n",
        "regexclass: q: No such file or directory\nregexclass: .: Is a directory\n"},
       {"$T grep -Un 'a\\nno|z\\na|^a' t", 0, "1:banana\n2:no match: xyz\n3:ab[c]\n"},
@@ -94,6 +95,8 @@ TEST_F(Tool, PrintsAndExits) {
        "regexclass: /proc/self/mem: can't read: Input/output error\n", kPosix},
       {"$T findfile x", 2, "",
        "regexclass: there is no command 'findfile'; the nearest is 'find-files'\n"},
+      {"$T grep -C -1 a t", 2, "",
+       "regexclass: --context: Value -1 not in range 0 to 9223372036854775807\n"},
       {"$T grep --no", 2, "", "regexclass: The following argument was not expected: --no\n"},
       {"$T grep -w -s sed a t", 2, "",
        "regexclass: whole words and lines can't be had of this expression or syntax\n"},
@@ -235,7 +238,8 @@ TEST_F(Tool, ChangesWhatItTold) {
       WriteFile(name, random.Text(std::string("abbc\n\n\n\n\0\xFF", 10), 60));
     }
     Run("for i in 1 2 3; do cp -a . ../copy$i; done; echo ab >x.OLD; echo ab >r.c; chmod 444 r.c");
-    const std::string run = "$T change-files -r --binary '(a?)(b\\n?)|^\\n' '$2$1' --save old ";
+    const std::string run =
+        "$T change-files -r --binary '(a?)(b\\n?)|^\\n|\\z' '$2$1,' --save old ";
     Run(run + "--diff >../diff; cd ../copy1; patch -sp0 <../diff");
     const std::string one = Output("cd ../copy2; " + run + "-j1");
     RunAll({{run + "-j4", one.empty() ? 1 : 0, one, "regexclass: r.c: passed over: read-only\n"}});
@@ -298,6 +302,14 @@ TEST_F(Tool, IsDocumented) {
           {tools + complete + ". ./regexclass.bash; try grep; try grep --no-m;" +
                "try grep --syntax e; try grep -s aw",
            0, "grep grep-files\n--no-match-option\nextended emacs egrep\nawk\n"}});
+  Run("mkdir src; echo 'x = Open(1);' >src/a.cpp; echo to ann@home, colour >letter;"
+      "echo Error >build.log; git init -q; git add .");
+  RunAll(
+      {{"regexclass() { $T \"$@\"; }; eval \"$(sed -n '/EXAMPLES/,/SEE ALSO/s/\\\\e/\\\\/g;"
+        "/^reg\\|^git/p' " REGEXCLASS_TOOLS_DIR "/regexclass.1)\"",
+        0,
+        "ann\nto ann@..., colour\n--- src/a.cpp\n+++ src/a.cpp\n@@ -1 +1 @@\n-x = Open(1);\n"
+        "+x = OpenFile(1);\nsrc/a.cpp:1\nsrc/a.cpp\nletter:1:to ann@home, colour\nError\n"}});
 }
 
 }  // namespace
