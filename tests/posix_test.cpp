@@ -119,6 +119,31 @@ TEST(PosixFiles, LieAtAnyDepth) {
   EXPECT_EQ(0, std::system("rm -r a"));
 }
 
+TEST(PosixFiles, AreThoseOfTheDirectoryThatWasListed) {
+  for (const bool swapped : {false, true}) {
+    const Scratch scratch;
+    fs::path deep;
+    for (int level = 0; level < 40; ++level, deep /= "a") WriteFile(deep / "c/x", "x");
+    bool moved = false;
+    const HookedSystemCalls hooked([&](std::string_view name, Words& arguments) {
+      if (name != "openat" || std::strcmp(reinterpret_cast<const char*>(arguments[1]), "..") != 0)
+        return 0;
+      if (std::exchange(moved, true)) return 0;
+      const fs::path below = fs::read_symlink("/proc/self/fd/" + std::to_string(arguments[0]));
+      WriteFile("../else/c/y", "x");
+      fs::rename(below, "../else/a");  // so that its .. is another directory
+      if (swapped) fs::rename(below.parent_path(), "../aside");
+      if (swapped) fs::rename("../else", below.parent_path());
+      return 0;
+    });
+    using Counts = std::map<std::string, int>;
+    Counts ends;
+    for (const std::string& line : Found(Walker("x", "*", true)))
+      ++ends[line.substr(line.rfind('c'))];
+    EXPECT_EQ(ends, swapped ? (Counts{{"c/x", 39}, {"c: open: 116", 1}}) : (Counts{{"c/x", 40}}));
+  }
+}
+
 TEST(PosixFiles, AreReadThoughTheSystemMakesThemUp) {
   const std::string online = "/sys/devices/system/cpu/online";  // tells too large a size
   EXPECT_EQ(Grepped(Walker(".+", online)), (Texts{online + ":1:0:" + ReadFile(online)}));
