@@ -17,7 +17,7 @@ FileReader::Outcome FileReader::Failed(Outcome outcome, platform::Error error) {
 FileReader::Outcome FileReader::ReadToEnd(std::uint64_t told, const Step& step) {
   // The size is a hint: it is 0 for files that a system makes up, and it may change.
   if (told > largest_) return Outcome::kTooLarge;
-  static constexpr std::size_t kAtLeast = std::size_t{1} << 20;
+  static constexpr std::size_t kAtLeast = std::size_t{4} << 20;
   std::size_t size = 0;
   for (;;) {
     if (size == capacity_ || capacity_ <= told) {
