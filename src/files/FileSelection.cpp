@@ -121,6 +121,7 @@ class Selection {
         const std::string name = OnlyName(component);
         if (recursion_ || name.empty()) return VisitNames(directory, pattern);
         if (HasWildcard(component)) links = Links::kFollowed;
+        ComeTo(name);
         return VisitFile(directory, name, links, directory->KindOf(name));
       }
       pattern.remove_prefix(end);
@@ -152,7 +153,8 @@ class Selection {
       const bool leads =
           entry.kind == DirectoryEntry::kDirectory || entry.kind == DirectoryEntry::kLink;
       if (!leads || !platform::NameMatches(wanted, entry.name)) continue;
-      if (!visitor_.select(path_, entry, true)) continue;
+      ComeTo(entry.name);
+      if (!visitor_.select(found_.name, entry.kind, true)) continue;
       pending_.push_back({directory, entry.name + separators, Links::kFollowed, rest});
     }
     ReversePending(others);
@@ -167,7 +169,8 @@ class Selection {
     for (DirectoryEntry& entry : entries_) {
       const bool below = entry.kind == DirectoryEntry::kDirectory;
       const bool selected = below ? recursion_ : platform::NameMatches(wanted, entry.name);
-      if (!visitor_.select(path_, entry, selected)) continue;
+      ComeTo(entry.name);
+      if (!visitor_.select(found_.name, entry.kind, selected)) continue;
       if (below) {
         pending_.push_back(
             {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
@@ -184,10 +187,13 @@ class Selection {
     std::reverse(pending_.begin() + static_cast<std::ptrdiff_t>(others), pending_.end());
   }
 
-  /// Visits a file, unless it was visited before. `kind` is kLink for what may be one.
+  /// Takes what has that name in the directory in hand for the one that is found.
+  void ComeTo(const std::string& name) { found_.name.assign(path_).append(name); }
+
+  /// Visits what is found as a file, unless it was visited before. It has that name in `directory`.
+  /// `kind` is kLink for what may be one.
   bool VisitFile(const DirectoryPointer& directory, std::string name, Links links,
                  DirectoryEntry::Kind kind) {
-    found_.name.assign(path_).append(name);
     DirectoryPointer place;
     std::string nameThere;
     const bool resolved =
@@ -214,7 +220,9 @@ class Selection {
   bool IsNew(Directory& directory, std::string name, const std::string& path) {
     platform::FileIdentity identity;
     const bool told = directory.Identify(identity) == 0;
-    return seen_[{identity.device, identity.number}].Add(told ? std::move(name) : path);
+    const std::pair key(identity.device, identity.number);
+    if (seenLast_ == nullptr || seenLast_->first != key) seenLast_ = &*seen_.try_emplace(key).first;
+    return seenLast_->second.Add(told ? std::move(name) : path);
   }
 
   /// Takes the entries of `directory`, in the byte order of their names and as many as can be told.
@@ -236,9 +244,10 @@ class Selection {
   std::string path_;                     // of the directory in hand, as it stands before a name
   std::vector<Pending> pending_;         // the next one at the back
   std::vector<DirectoryEntry> entries_;  // of the directory that was listed last
-  platform::FoundFile found_;            // the file in hand
+  platform::FoundFile found_;            // in the directory in hand
   /// Files that were visited and directories that failed, by the directory.
   std::map<std::pair<std::uint64_t, std::uint64_t>, Names> seen_;
+  decltype(seen_)::pointer seenLast_ = nullptr;  // file after file is of one directory
 };
 
 }  // namespace

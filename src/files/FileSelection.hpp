@@ -14,10 +14,9 @@ namespace RegexClass {
 /// Who is told what a pattern selects. The two below `select` answer whether to go on; with the
 /// first false the selection ends.
 struct FileVisitor {
-  /// Whether the walk takes something in a directory that it has read, whose path comes first, as
-  /// it stands before a name. `selected` is what the pattern and the recursion say.
-  std::function<bool(const std::string& directory, const platform::DirectoryEntry& entry,
-                     bool selected)>
+  /// Whether the walk takes something in a directory that it has read. `selected` is what the
+  /// pattern and the recursion say.
+  std::function<bool(const std::string& path, platform::DirectoryEntry::Kind kind, bool selected)>
       select;
   /// A name that the pattern selects, no directory's. What it leads to needn't be a regular file,
   /// and hasn't been identified. May be exchanged for another, whose memory is used again.

@@ -11,11 +11,10 @@ const FileWalker::Problems* NullIfEmpty(const FileWalker::Problems& problems) {
 }
 
 /// Whether the walk takes what it has found in a directory.
-bool RaiseSelectingFiles(ExpressionState& state, const std::string& directory,
-                         const platform::DirectoryEntry& entry, bool selected) {
+bool RaiseSelectingFiles(ExpressionState& state, const std::string& path,
+                         platform::DirectoryEntry::Kind kind, bool selected) {
   if (const auto subscriber = state.notifications.onSelectingFiles.Current()) {
-    subscriber(state.owner, directory + entry.name,
-               static_cast<RegularExpression::EntryKinds>(entry.kind), selected);
+    subscriber(state.owner, path, static_cast<RegularExpression::EntryKinds>(kind), selected);
   }
   return selected;
 }
@@ -46,11 +45,11 @@ std::optional<FileWalker> WalkerFor(ExpressionState& state) {
   if (!settings.HasExpression() || settings.filesToMatch.empty()) return walker;
   try {
     state.WithModel([&](auto& model) {
-      walker.emplace(settings, model.walk.For(settings),
-                     [&state](const std::string& directory, const platform::DirectoryEntry& entry,
-                              bool selected) {
-                       return RaiseSelectingFiles(state, directory, entry, selected);
-                     });
+      walker.emplace(
+          settings, model.walk.For(settings),
+          [&state](const std::string& path, platform::DirectoryEntry::Kind kind, bool selected) {
+            return RaiseSelectingFiles(state, path, kind, selected);
+          });
     });
   } catch (const boost::regex_error&) {
     return walker;
