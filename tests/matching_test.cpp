@@ -18,9 +18,9 @@ namespace {
 
 /// A small expression over a and b; not each one compiles.
 std::string Expression(Random& random, int depth = 3) {
-  static const char* const kAtoms[] = {"a",     "b",      ".",   "[ab]", "\\n",   "^",
-                                       "$",     "\\b",    "",    "\\1",  "[^a]",  "(?i)",
-                                       "(?=b)", "(?<!a)", "\\<", "é",    "(?<=é)"};
+  static const char* const kAtoms[] = {"a",   "b", ".",      "[ab]",    "\\n",  "^",     "$",
+                                       "\\b", "",  "\\1",    "[^a]",    "(?i)", "(?=b)", "(?<!a)",
+                                       "\\<", "é", "(?<=é)", "[ab]{3}", "b{2}?"};
   static const char* const kRepeats[] = {"*", "+", "?", "*?", "{2}", "{0,1}"};
   if (depth == 0 || random.Below(4) == 0) return kAtoms[random.Below(std::size(kAtoms))];
   const std::string part = Expression(random, depth - 1);

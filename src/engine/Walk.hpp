@@ -11,6 +11,7 @@
 
 #include <boost/regex.hpp>
 
+#include "engine/ByteSequence.hpp"
 #include "engine/CandidateFinder.hpp"
 #include "engine/Earned.hpp"
 #include "engine/FirstBytes.hpp"
@@ -22,6 +23,7 @@ namespace RegexClass::engine {
 
 /// What the walks of one expression have earned.
 struct Helps {
+  Earned<ByteSequence> sequence{CandidateFinder::tuning.price / 32};
   Earned<FirstBytes> starts{CandidateFinder::tuning.price / 8};
   Earned<CandidateFinder> finder{CandidateFinder::tuning.price};
 };
@@ -31,7 +33,7 @@ struct Helps {
 ///
 /// With a finder, or with the bytes that a match can begin with, the engine is tried at the places
 /// that these tell alone. It has the whole text in view there, as always, so that assertions and
-/// what looks ahead and behind mean what they mean.
+/// what looks ahead and behind mean what they mean. For a ByteSequence it isn't needed at all.
 template <class Iterator, class Traits>
 class Walk {
  public:
@@ -45,8 +47,15 @@ class Walk {
        Flags flags, Results& results)
       : helps_(helps), regex_(regex), first_(first), last_(last), flags_(flags), results_(results) {
     if ((flags & (boost::match_partial | boost::match_continuous)) != 0) return;
+    if constexpr (kBytes) {
+      sequence_ = helps.sequence.For(ahead, [this] { return ByteSequence::Read(regex_); });
+    }
     if (CandidateFinder* const finder = helps.finder.For(ahead, [this] { return MakeFinder(); })) {
       candidates_.emplace(*finder, ByteAt(first), ByteAt(last));
+    }
+    if (sequence_ != nullptr) {
+      results_.set_named_subs(regex.get_named_subs());
+      return;
     }
     if (FirstBytes* const bytes = helps.starts.For(ahead, [this] { return MakeFirstBytes(); })) {
       starts_.emplace(*bytes, ByteAt(first), ByteAt(last));
@@ -55,6 +64,7 @@ class Walk {
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
   ~Walk() {
+    helps_.sequence.Searched(Searched());
     Settle(helps_.finder, candidates_);
     Settle(helps_.starts, starts_);
   }
@@ -71,6 +81,7 @@ class Walk {
   }
 
  private:
+  static constexpr bool kBytes = std::is_same_v<Iterator, const char*>;  // no characters of several
   using Matcher = detail::perl_matcher<Iterator, typename Results::allocator_type, Traits>;
 
   static const char* ByteAt(const char* place) { return place; }
@@ -83,6 +94,9 @@ class Walk {
   static bool Move(Utf8Iterator& place, const char* to) { return place.MoveTo(to); }
 
   std::unique_ptr<CandidateFinder> MakeFinder() const {
+    if constexpr (kBytes) {
+      if (sequence_ != nullptr && sequence_->IsFastestIn(first_, last_)) return nullptr;
+    }
     const std::optional<Pattern> pattern = ReadProgram(regex_);
     return pattern ? CandidateFinder::Make(*pattern) : nullptr;
   }
@@ -98,16 +112,18 @@ class Walk {
     int leftOut = 0;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       (*made)[i] = bytes[i];
-      const bool isCharacter = i < 0x80 || std::is_same_v<Iterator, const char*>;
+      const bool isCharacter = i < 0x80 || kBytes;
       const bool tried = !isCharacter || IsInMap(static_cast<typename Traits::char_type>(i));
       if (tried && !bytes[i]) ++leftOut;
     }
     return leftOut < kWorthwhile ? nullptr : std::move(made);
   }
 
+  std::size_t Searched() const { return static_cast<std::size_t>(ByteAt(from_) - ByteAt(first_)); }
+
   template <class Help, class Places>
   void Settle(Earned<Help>& help, const std::optional<Places>& places) {
-    help.Searched(static_cast<std::size_t>(ByteAt(from_) - ByteAt(first_)));
+    help.Searched(Searched());
     if (places) places->GaveUp() ? help.GaveUp() : help.Helped();
   }
 
@@ -115,6 +131,12 @@ class Walk {
     if (candidates_ && !candidates_->GaveUp()) {
       if (FindIn(*candidates_)) return true;
       if (!candidates_->GaveUp()) return false;
+    }
+    if constexpr (kBytes) {
+      if (sequence_ != nullptr) {
+        const char* const place = sequence_->Find(from_, {first_, last_, flags_});
+        return place != nullptr && Take(place);
+      }
     }
     if (starts_ && !starts_->GaveUp()) {
       if (FindIn(*starts_)) return true;
@@ -160,6 +182,15 @@ class Walk {
     return false;
   }
 
+  /// Makes the results those of the engine for a match of the sequence at `place`. True.
+  bool Take(const char* place) {
+    results_.set_size(1, from_, last_);
+    results_.set_base(first_);
+    results_.set_first(place);
+    results_.set_second(place + sequence_->Width());
+    return true;
+  }
+
   /// Whether the engine alone would try a match at `at`. Its map of first characters leaves out one
   /// too many for some expressions that change the case, and isn't asked where a search begins in
   /// some.
@@ -181,6 +212,11 @@ class Walk {
 
   /// Whether a match begins at `at`.
   bool FindAt(Iterator at) {
+    if constexpr (kBytes) {
+      if (sequence_ != nullptr) {
+        return sequence_->MatchesAt(at, {first_, last_, flags_}) && Take(at);
+      }
+    }
     if (!matcher_) {
       // The engine's first attempt is always at the start of the text.
       Begin();
@@ -213,8 +249,9 @@ class Walk {
   Iterator from_ = first_;  // the end of the match before
   const Flags flags_;
   Results& results_;
-  bool insisted_ = false;  // the last match was found in the place of an empty one
-  bool lost_ = false;      // the engine isn't where the last match ended
+  const ByteSequence* sequence_ = nullptr;  // what the expression matches, if it's one
+  bool insisted_ = false;                   // the last match was found in the place of an empty one
+  bool lost_ = false;                       // the engine isn't where the last match ended
   std::optional<Candidates> candidates_;
   std::optional<Starts> starts_;
 };
