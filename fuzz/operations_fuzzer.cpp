@@ -120,8 +120,9 @@ void Meddle(RE& re, unsigned int how) {
       re.Search();
       break;
     case 4: {
-      std::istringstream record("2 0 0 1 1 0 1 1 1 2 2 2 (.) 5 other 0 5 [$1$&] 0 0");
+      std::istringstream record("2 0 0 1 1 0 1 1 1 2 3 3 (.) 5 other 0 6 [$1$&] 0 0");
       record >> re;
+      Check(!record.fail(), "the record is whole");
       break;
     }
     case 5:
