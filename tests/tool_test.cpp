@@ -133,15 +133,16 @@ TEST_F(Tool, ChoosesFiles) {
         },
         jobs);
   }
-  Run("echo '*.o' >v1/.gitignore; ln -s b/x v1/l; ln -s b v1/m; cd v1; git init -q");
+  Run("echo '*.o' >v1/.gitignore; ln -s b/x v1/l; ln -s b v1/m; cd v1; git init -q;"
+      "git add -A; git config core.fsmonitor 'touch ../ran;'");
   for (const char* const jobs : {"J=; ", "J=-j1; "}) {
     RunAll(
         {
             {"$T find-files $J -r a v1", 0, "v1/l\nv1/n.o\n", "", kPosix},
             {"$T find-files $J -r a . --exclude b --exclude '*/l'", 0, "./[t];x\n./v1/n.o\n", "",
              kPosix},
-            {"cd v1/b; $T find-files $J -r a ../b ../../v1 --ignore-files", 0, "../b/x\n", "",
-             kPosix},
+            {"cd v1/b; $T find-files $J -r a ../b ../../v1 --ignore-files; ls ../../ran", 2,
+             "../b/x\n", "ls: cannot access '../../ran': No such file or directory\n", kPosix},
             {"$T find-files $J -r a .h --ignore-files 2>&1 | grep -o '.*git: fatal: not'", 0,
              "regexclass: .h/: git: fatal: not\n", "", kPosix},
         },

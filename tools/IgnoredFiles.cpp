@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "IgnoredFiles.hpp"
 
+#include <cerrno>
 #include <cstdio>
 #include <unordered_map>
 #include <utility>
@@ -43,10 +44,15 @@ std::unordered_set<std::string> IgnoredFiles(const std::string& directory,
     std::fwrite(asked.c_str(), 1, asked.size() + 1, in.get());
     given.emplace(asked, name);
   }
+  if (std::fflush(in.get()) != 0 || std::ferror(in.get()) != 0) {
+    throw Failure("can't write a temporary file: " + SystemWords(errno));
+  }
   std::rewind(in.get());
   const std::string where = directory.empty() ? "." : directory;
-  const int status = RunProgram({"git", "-C", where, "check-ignore", "-z", "--stdin"}, in.get(),
-                                out.get(), messages.get());
+  // No program that the repository's own configuration names: whoever made it is a stranger.
+  const int status = RunProgram(
+      {"git", "-c", "core.fsmonitor=false", "-C", where, "check-ignore", "-z", "--stdin"}, in.get(),
+      out.get(), messages.get());
   if (status == 127) throw Failure("--ignore-files needs git, which can't be run");
   if (status > 1) {
     const std::vector<std::string> lines = ReadAll(messages.get(), '\n');
