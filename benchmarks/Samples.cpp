@@ -40,7 +40,7 @@ std::string OnExpression(const std::string& in, std::string expression) {
 
 fs::path Tree(const std::string& name, const std::vector<const char*>& sources, std::uintmax_t size,
               std::uintmax_t most) {
-  const fs::path tree = fs::path(REGEXCLASS_BENCHMARK_FOLDER) / name;
+  fs::path tree = fs::path(REGEXCLASS_BENCHMARK_FOLDER) / name;
   if (fs::exists(tree)) return tree;
   const fs::path unfinished = tree.string() + ".unfinished";
   fs::remove_all(unfinished);

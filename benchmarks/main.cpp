@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
                                         "--benchmark_min_time=0.004"};
   arguments.insert(arguments.end(), argv + 1, argv + argc);
   std::vector<char*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
   int count = static_cast<int>(arguments.size());
