@@ -111,7 +111,7 @@ class Preview {
       changes.clear();
       output_.Put(part.number, {worker.TakeOutput(), true, ""});
     };
-    PartSearch search(job_, part);
+    PartSearch search(job_, part, nullptr);
     search.GrepFiles(worker.object, match, done, nullptr);
     if (search.Stopped()) output_.StopBehind(part.number);
     std::string words;

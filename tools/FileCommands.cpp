@@ -111,6 +111,10 @@ class SearchRun {
     output_.Put(part.number, {worker.TakeOutput(), false});
   }
 
+  PartSearch SearchOf(const Part& part) {
+    return {job_, part, [this] { output_.ShowDone(1, 0); }};
+  }
+
   void EndPart(const Part& part, const PartSearch& search) {
     if (search.Stopped()) output_.StopBehind(part.number);
     const std::lock_guard<std::mutex> lock(messagesMutex_);
@@ -118,7 +122,7 @@ class SearchRun {
   }
 
   void FindPart(Worker& worker, const Part& part) {
-    PartSearch search(job_, part);
+    PartSearch search = SearchOf(part);
     const bool without = job_.style.filesWithout;
     const PartSearch::OnFile tell = [&](const ListedFile& file) { PrintName(worker, part, file); };
     const auto found = [&](const ListedFile& file) {
@@ -201,7 +205,7 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
       done(file);
     };
   }
-  PartSearch search(job_, part);
+  PartSearch search = SearchOf(part);
   search.GrepFiles(worker.object, match, done, without);
   EndPart(part, search);
 }

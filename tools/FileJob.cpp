@@ -104,6 +104,7 @@ void PartSearch::Prepare(RE& object) const {
   object.SetDirectoryRecursion(true);
   object.SetOnSelectingFilesClosure(
       [this](RE*, const std::string& path, RE::EntryKinds kind, bool& take) {
+        if (kind != RE::DirectoryEntry) passed_();
         take = IsTaken(job_.choice, path, kind == RE::DirectoryEntry);
       });
 }
@@ -184,7 +185,7 @@ void PartSearch::FindFiles(RE& object, const OnFile& with, const OnFile& without
   object.SetOnFindFilesClosure([&](RE*, const std::string& name, bool&) {
     const ListedFile* const met = Meet(name, object.GetFileContent(), nullptr);
     if (met != nullptr && with) with(*met);
-    if (next_ > 0) found.push_back(next_ - 1);
+    if (next_ > 0) found.push_back(next_ - 1);  // which the walk has come to last
   });
   object.FindFiles();
   Take(object.GetFindFilesErrors());

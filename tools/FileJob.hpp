@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Commands.hpp"
@@ -60,7 +61,9 @@ struct Worker {
 /// The search through one part of the files.
 class PartSearch {
  public:
-  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part) {}
+  /// `passed` is called for each file of a part without a list.
+  PartSearch(const FileJob& job, const Part& part, std::function<void()> passed)
+      : job_(job), part_(part), passed_(std::move(passed)) {}
 
   /// Answers whether more matches of the file are wanted.
   using OnMatch = std::function<bool(
@@ -93,6 +96,7 @@ class PartSearch {
 
   const FileJob& job_;
   const Part& part_;
+  const std::function<void()> passed_;
   std::size_t next_ = 0;  // the first file that nothing has been told of
   ListedFile met_;        // of a part without a list
   std::set<std::size_t> failed_;

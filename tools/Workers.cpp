@@ -22,8 +22,10 @@ void PartQueue::Add(std::vector<ListedFile> files) {
   const std::unique_lock<std::mutex> lock(mutex_);
   if (stopped_) throw Enough();
   listed_ += files.size();
+  const std::size_t most = 4 * size_;
+  if (!open_.files.empty() && open_.files.size() + files.size() > most) Close(lock);
   for (ListedFile& file : files) {
-    if (open_.files.size() >= 4 * size_) Close(lock);
+    if (open_.files.size() >= most) Close(lock);
     open_.files.push_back(std::move(file));
   }
   if (open_.files.size() >= size_) Close(lock);
@@ -112,7 +114,10 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
 void OrderedOutput::ShowDone(std::size_t files, std::size_t all) {
   const Lock lock(mutex_);
   done_ += files;
-  progress_.Show([&] { return std::to_string(done_) + " of " + std::to_string(all) + " files"; });
+  progress_.Show([&] {
+    const std::string of = all > 0 ? " of " + std::to_string(all) : "";
+    return std::to_string(done_) + of + " files";
+  });
 }
 
 void OrderedOutput::End(std::size_t part) {

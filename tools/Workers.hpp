@@ -80,7 +80,7 @@ class OrderedOutput {
   /// Prints what has its turn; keeps what hasn't, and lets the caller wait when that gets much.
   /// Throws Enough when the part isn't wanted any more, and Failure when standard output fails.
   void Put(std::size_t part, Piece piece);
-  /// So many more files are done, of all that there are by now.
+  /// So many more files are done, of all that there are by now, or 0 when nobody counts them.
   void ShowDone(std::size_t files, std::size_t all);
   /// The part has said everything.
   void End(std::size_t part);
