@@ -219,10 +219,10 @@ class Selection {
   /// stands for the directory, and `path` for both when they can't be told.
   bool IsNew(Directory& directory, std::string name, const std::string& path) {
     platform::FileIdentity identity;
-    const bool told = directory.Identify(identity) == 0;
+    if (directory.Identify(identity) != 0) name = path;
     const std::pair key(identity.device, identity.number);
     if (seenLast_ == nullptr || seenLast_->first != key) seenLast_ = &*seen_.try_emplace(key).first;
-    return seenLast_->second.Add(told ? std::move(name) : path);
+    return seenLast_->second.Add(std::move(name));
   }
 
   /// Takes the entries of `directory`, in the byte order of their names and as many as can be told.
