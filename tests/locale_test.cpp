@@ -92,6 +92,13 @@ TEST_P(Locale, TellsTheEngineTheTextsOfTheCatalogue) {
   EXPECT_EQ(Told(re, "a**"), Told(builtIn, "a**"));  // not in the catalogue
   EXPECT_EQ(Parse(builtIn, "[[:buchstabe:]]"), RE::BadCharacterClass);
 
+  // What would take the stack is seen in other characters, too; \Q quotes nothing then.
+  WriteCatalogue("escape.cat", "12 ~");
+  std::string deep = "\\Q";
+  for (int i = 0; i < 100000; ++i) deep += "~<";
+  RE escape = Under(GetParam(), "./escape.cat");
+  EXPECT_EQ(Parse(escape, deep), RE::OutOfSpace);
+
   std::string messages = "230 ; alles:\n231 ; ein Teil:\n232 !";
   for (int code = 202; code <= 221; ++code) {
     const std::string number = std::to_string(code);

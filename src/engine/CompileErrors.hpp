@@ -3,7 +3,6 @@
 #ifndef REGEXCLASS_ENGINE_COMPILEERRORS_HPP
 #define REGEXCLASS_ENGINE_COMPILEERRORS_HPP
 
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -12,21 +11,10 @@
 
 namespace RegexClass::engine {
 
-/// Whether a token of the engine's notation is an assertion for which the engine's compiler calls
-/// itself, to see what follows.
-template <class Traits>
-bool IsDeep(const Traits& traits, std::string_view token) {
-  namespace constants = boost::regex_constants;
-  if (token.size() == 1) return traits.syntax_type(token.front()) == constants::syntax_dollar;
-  if (token.front() != '\\') return token == "[[:<:]]" || token == "[[:>:]]";
-  const auto escape = traits.escape_syntax_type(token[1]);
-  return escape == constants::escape_type_left_word || escape == constants::escape_type_right_word;
-}
-
 /// Throws an error of complexity for what would take the engine's compiler too deep: a long row of
-/// tokens for which `isDeep` is true.
-void RequireShallow(const Translation& translation,
-                    const std::function<bool(std::string_view)>& isDeep);
+/// assertions for which it calls itself, to see what follows. `text` is that of the translation, in
+/// the notation that holds without a catalogue.
+void RequireShallow(const Translation& translation, std::string_view text);
 
 /// The error that the translation has found by itself.
 boost::regex_error ErrorOf(const Translation& translation);

@@ -30,8 +30,7 @@ void Expression<Traits>::Compile(const std::string& text, std::uint32_t word) {
   compiledUnder_ = Traits::LocaleName();
   try {
     if (translation.error != constants::error_ok) throw ErrorOf(translation);
-    RequireShallow(translation,
-                   [this](std::string_view token) { return IsDeep(regex_.get_traits(), token); });
+    RequireShallow(translation, regex_.get_traits().InDefaultNotation(translation.text));
     regex_.assign(translation.text, translation.flags);
     helps_ = std::make_shared<Helps>();
     groupCount_ = static_cast<unsigned int>(regex_.mark_count());

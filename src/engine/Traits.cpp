@@ -81,6 +81,22 @@ void CatalogueTraits::FillSyntax() {
   }
 }
 
+std::string CatalogueTraits::InDefaultNotation(std::string_view text) const {
+  constexpr char kOrdinary = 'a';  // also behind a backslash
+  std::string result(text);
+  for (char& c : result) {
+    const constants::syntax_type meaning = syntax_type(c);
+    if (meaning == Base::syntax_type(c)) continue;
+    const char* const characters = detail::get_default_syntax(meaning);
+    if (*characters != '\0') {
+      c = *characters;
+    } else if (c > ' ') {  // blanks don't count in extended expressions
+      c = kOrdinary;
+    }
+  }
+  return result;
+}
+
 CatalogueTraits::char_class_type CatalogueTraits::lookup_classname(const char* first,
                                                                    const char* last) const {
   if (messages_ != nullptr && !messages_->classNames.empty() && first != last) {

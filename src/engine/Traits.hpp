@@ -8,6 +8,7 @@
 #include <locale>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <boost/regex.hpp>
 
@@ -52,6 +53,9 @@ class CatalogueTraits : public boost::cpp_regex_traits<char> {
   char_class_type lookup_classname(const char* first, const char* last) const;
   std::string error_string(boost::regex_constants::error_type error) const;
 
+  /// The text with the characters that would mean the same without a catalogue, byte for byte.
+  std::string InDefaultNotation(std::string_view text) const;
+
   /// The messages that were imbued; null for the engine's own.
   const EngineMessages* Messages() const { return messages_.get(); }
   /// What tells whether an expression was compiled under another locale than that of the moment;
@@ -83,6 +87,7 @@ struct W32Traits : CatalogueTraits {
 /// CLocale: the C library's locale at the time of use.
 struct CTraits : boost::c_regex_traits<char> {
   static locale_type DefaultLocale() { return {}; }
+  static std::string_view InDefaultNotation(std::string_view text) { return text; }
   static const EngineMessages* Messages() { return nullptr; }
   /// The names of the locales that classes, case and order come from at the moment.
   static std::string LocaleName();

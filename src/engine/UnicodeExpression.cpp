@@ -273,8 +273,7 @@ void Expression<Unicode>::Compile(const std::string& text, std::uint32_t word) {
   if (!locale_) Imbue(std::locale());
   try {
     if (translation.error != boost::regex_constants::error_ok) throw ErrorOf(translation);
-    RequireShallow(translation,
-                   [](std::string_view token) { return IsDeep(UnicodeTraits(), token); });
+    RequireShallow(translation, translation.text);
     program_ = std::make_shared<const Program>(source, word, translation, *locale_);
     helps_ = std::make_shared<Helps>();
     groupCount_ = static_cast<unsigned int>(program_->regex.mark_count());
