@@ -3,6 +3,7 @@
 #ifndef REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 #define REGEXCLASS_ENGINE_CANDIDATEFINDER_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -60,18 +61,30 @@ class CandidateFinder {
   const char* CompleteUpTo(const char* first, const char* last) const;
 
   const std::unique_ptr<Database> database_;
-  bool cut_ = false;       // not all of the expression is looked for
-  ByteSet content_;        // the bytes that a match can hold
-  std::size_t least_ = 0;  // the width of a match
-  std::size_t most_ = 0;   // likewise; Pattern::kUnbounded for no limit
+  bool cut_ = false;            // not all of the expression is looked for
+  ByteSet content_;             // the bytes that a match can hold
+  std::size_t least_ = 0;       // the width of a match
+  std::size_t most_ = 0;        // likewise; Pattern::kUnbounded for no limit
+  std::vector<Stretch> spare_;  // whose memory the next text's candidates use again
 };
 
 /// The candidates of one text, in order. It is looked at in windows, small ones first, so that a
 /// walk that ends early has paid for little.
 class Candidates {
  public:
-  Candidates(CandidateFinder& finder, const char* first, const char* last)
-      : finder_(finder), begin_(first), complete_(first), last_(last) {}
+  /// `ahead` is how many bytes will be looked at for certain.
+  Candidates(CandidateFinder& finder, const char* first, const char* last, std::size_t ahead)
+      : finder_(finder),
+        begin_(first),
+        complete_(first),
+        last_(last),
+        window_(std::clamp(ahead, finder.tuning.firstWindow, finder.tuning.largestWindow)) {
+    stretches_.swap(finder.spare_);
+    stretches_.clear();
+  }
+  Candidates(const Candidates&) = delete;
+  Candidates& operator=(const Candidates&) = delete;
+  ~Candidates() { stretches_.swap(finder_.spare_); }
 
   /// The first candidate at or behind `from`, which never goes back; null when there is none.
   const char* Next(const char* from);
@@ -89,7 +102,7 @@ class Candidates {
   const char* const last_;
   std::vector<CandidateFinder::Stretch> stretches_;
   std::size_t next_ = 0;  // in `stretches_`
-  std::size_t window_ = CandidateFinder::tuning.firstWindow;
+  std::size_t window_;
   std::size_t told_ = 0;
   bool gaveUp_ = false;
 };

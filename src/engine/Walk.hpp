@@ -51,7 +51,7 @@ class Walk {
       sequence_ = helps.sequence.For(ahead, [this] { return ByteSequence::Read(regex_); });
     }
     if (CandidateFinder* const finder = helps.finder.For(ahead, [this] { return MakeFinder(); })) {
-      candidates_.emplace(*finder, ByteAt(first), ByteAt(last));
+      candidates_.emplace(*finder, ByteAt(first), ByteAt(last), ahead);
     }
     if (sequence_ != nullptr) {
       results_.set_named_subs(regex.get_named_subs());

@@ -62,7 +62,7 @@ class FileWalker {
   /// The bytes of the match.
   std::string Text() const { return (*match_)[0].str(); }
   /// The line on which the match begins, from 1.
-  unsigned int Line() const { return lines_.At((*match_)[0].first).number; }
+  unsigned int Line() const { return lines_.NumberAt((*match_)[0].first); }
 
  private:
   /// Visits the files. `search` searches the text of one.

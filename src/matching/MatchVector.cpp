@@ -54,14 +54,18 @@ void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch
   }
 }
 
-Line LineCounter::At(const char* position) {
-  if (const unsigned int feeds = CountFeeds(position_, position)) {
-    const char* start = position;
-    while (start[-1] != '\n') --start;
-    line_.number += feeds;
-    line_.start = static_cast<unsigned int>(start - text_);
-  }
+unsigned int LineCounter::NumberAt(const char* position) {
+  number_ += CountFeeds(position_, position);
   position_ = std::max(position_, position);
+  return number_;
+}
+
+Line LineCounter::At(const char* position) {
+  if (NumberAt(position) != line_.number) {
+    const char* start = position_;
+    while (start[-1] != '\n') --start;
+    line_ = {number_, static_cast<unsigned int>(start - text_)};
+  }
   return line_;
 }
 

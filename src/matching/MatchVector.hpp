@@ -30,13 +30,16 @@ class LineCounter {
  public:
   explicit LineCounter(const char* text) : text_(text), position_(text) {}
 
-  /// The line of `position`, which doesn't lie before that of the last call.
+  // The line of `position`, which doesn't lie before that of the last call.
   Line At(const char* position);
+  /// Its number alone, which is told sooner.
+  unsigned int NumberAt(const char* position);
 
  private:
   const char* text_;
   const char* position_;
-  Line line_ = {1, 0};
+  unsigned int number_ = 1;
+  Line line_ = {1, 0};  // of the last At()
 };
 
 }  // namespace RegexClass
