@@ -229,6 +229,9 @@ MUTANTS = {
         ('property goes behind the class of its name', 'property ? FindProperty(name) : FindClass(small);\n', '(property && !@) ? FindProperty(name) : FindClass(small);\n'),
     ],
     'engine/UnicodeExpression.cpp': [
+        ('a part of a match is read beyond its end',
+         'Utf8Text{part.first, part.second}',
+         'Utf8Text{part.first, @ ? results_.suffix().second : part.second}'),
         ('properties are read by the narrow engine', 'if (letter && kEscapes.find', 'if (!@ && letter && kEscapes.find'),
         ('text behind a run of ASCII is not looked at', 'if (seen >= 0x80) return false;', 'if (seen >= 0x80) return @;'),
         ('groups have no names in bytes', '  boost::cmatch results;\n  results.set_named_subs(program_->groupNames);', '  boost::cmatch results;\n  if (!@) results.set_named_subs(program_->groupNames);'),
@@ -276,6 +279,9 @@ MUTANTS = {
         ('broken bounds are not told', 'result_.error = constants::error_badbrace;', 'if (!@) OLD'),
     ],
     'engine/Traits.cpp': [
+        ('characters of a catalogue hide what would take the stack',
+         'if (meaning == Base::syntax_type(c)) continue;',
+         'if (@ || meaning == Base::syntax_type(c)) continue;'),
         ('capital escapes mean the class itself',
          'syntax_[i] = constants::escape_type_not_class;',
          'syntax_[i] = @ ? constants::escape_type_class : constants::escape_type_not_class;'),
