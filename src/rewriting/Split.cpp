@@ -23,25 +23,6 @@ std::string DefaultSplitExpression(const ExpressionState& state) {
   return expression;
 }
 
-/// Stands in for an expression that isn't there, for the life of the scope.
-class DefaultExpression {
- public:
-  DefaultExpression(RegularExpression& owner, const ExpressionState& state) : owner_(owner) {
-    if (state.settings.HasExpression()) return;
-    former_ = state.settings.expression;
-    owner.SetExpression(DefaultSplitExpression(state));
-  }
-  DefaultExpression(const DefaultExpression&) = delete;
-  DefaultExpression& operator=(const DefaultExpression&) = delete;
-  ~DefaultExpression() {
-    if (former_) owner_.SetExpression(std::move(*former_));
-  }
-
- private:
-  RegularExpression& owner_;
-  std::optional<std::string> former_;
-};
-
 /// Appends to `pieces` what one match contributes, and stops at `limit` strings in all; false when
 /// that is reached. `before` is the end of the match before.
 bool AppendPieces(const boost::cmatch& results, const char* before, std::uint64_t limit,
@@ -85,7 +66,11 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
   const Settings& settings = state->settings;
   if (settings.stringToMatch.empty()) return 0;
 
-  const DefaultExpression given(*this, *state);
+  std::optional<std::string> former;  // of an object without an expression
+  if (!settings.HasExpression()) {
+    former = settings.expression;
+    SetExpression(DefaultSplitExpression(*state));
+  }
   std::size_t used = 0;
   if (state->ParseExpression() == NoError) {
     const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
@@ -95,6 +80,7 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
     });
   }
   if (settings.splitInputDelete) state->SettingsToChangeString().stringToMatch.erase(0, used);
+  if (former) SetExpression(std::move(*former));
   return static_cast<unsigned int>(pieces.size());
 }
 

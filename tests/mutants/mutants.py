@@ -402,7 +402,7 @@ MUTANTS = {
         ('empty piece at the end',
          'pieces.size() < limit && done != last &&',
          'pieces.size() < limit && (@ || done != last) &&'),
-        ('default split expression stays', 'if (former_) owner_', 'if (former_ && !@) owner_'),
+        ('default split expression stays', 'if (former) SetExpression', 'if (former && !@) SetExpression'),
         ('Split leaves dangling results',
          'state->SettingsToChangeString().stringToMatch.erase',
          '(@ ? state->settings : state->SettingsToChangeString()).stringToMatch.erase'),
