@@ -36,6 +36,14 @@ std::string Expression(Random& random, int depth = 3) {
   }
 }
 
+/// One character after another.
+std::string Sequence(Random& random) {
+  static const char* const kParts[] = {"a", "b", "[ab]", "b{2}", "\\b"};
+  std::string sequence = random.Flip() ? "\\b" : "";
+  for (std::size_t i = random.Below(5); i > 0; --i) sequence += kParts[random.Below(5)];
+  return sequence;
+}
+
 /// Makes every search use a finder, with windows smaller than the texts here, or none.
 void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5}; }
 
@@ -192,8 +200,9 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
 TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
   Random random(4);
   for (int i = 0; i < Cases(6000); ++i) {
-    RE re =
-        Make(Expression(random), random.Text(std::string("aAbB\n\0\r\xc3\xa9\xc3\xa9 ", 12), 30));
+    const bool plain = random.Flip();
+    const std::string letters = plain ? "ab " : std::string("aAbB\n\0\r\xc3\xa9\xc3\xa9 ", 12);
+    RE re = Make(plain ? Sequence(random) : Expression(random), random.Text(letters, 30));
     re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
     re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
     re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
