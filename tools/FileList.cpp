@@ -202,6 +202,7 @@ class Lister {
       std::move(found.begin(), found.end(), std::back_inserter(files));
     });
     std::vector<std::string> names;
+    names.reserve(files.size());
     for (const ListedFile& file : files) names.push_back(file.name.substr(directory.size()));
     const std::unordered_set<std::string> ignored = IgnoredFiles(directory, names);
     const auto isIgnored = [&](const ListedFile& file) {
