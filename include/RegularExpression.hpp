@@ -587,8 +587,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
   /// again goes on behind it. On failure there are no pieces, and the string stays as it is. When
-  /// something throws, the pieces that were cut until then are there, the string stays as it is, and
-  /// an object without an expression keeps the one for white space.
+  /// something throws, the pieces that were cut until then are there, the string stays as it is,
+  /// and an object without an expression keeps the one for white space.
   unsigned int Split(std::vector<std::string>& pieces);
 
   // -------------------------------------------------------------------- operations on files
