@@ -88,10 +88,10 @@ TEST_F(FilesTest, AreTakenAsTheSubscriberWants) {
     RE re = Walker("x", pattern, recursion);
     Texts asked;
     re.SetOnSelectingFilesClosure(
-        [&](RE*, const std::string& name, RE::EntryKinds kind, bool& take) {
+        [&, &flipped = changed](RE*, const std::string& name, RE::EntryKinds kind, bool& take) {
           asked.push_back(fs::path(name).generic_string());
           EXPECT_EQ(kind, fs::is_directory(name) ? RE::DirectoryEntry : RE::FileEntry);
-          take ^= std::count(changed.begin(), changed.end(), asked.back()) != 0;
+          take ^= std::count(flipped.begin(), flipped.end(), asked.back()) != 0;
         });
     Texts files = Found(std::move(re));
     for (std::string& file : files) file = fs::path(file).generic_string();
