@@ -42,6 +42,7 @@ void PartQueue::Close(const std::unique_lock<std::mutex>& /*locked*/) {
   open_.number = closed_++;
   parts_.push_back(std::exchange(open_, {}));
   more_.notify_one();
+  if (ready_) ready_();
 }
 
 void PartQueue::End() {
@@ -172,10 +173,15 @@ void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
     }
   };
   std::vector<std::thread> threads;
-  try {
-    while (threads.size() + 1 < workers) threads.emplace_back(guarded, work);
-  } catch (const std::system_error&) {  // fewer will do
-  }
+  bool more = true;
+  queue.OnReady([&] {
+    if (!more || threads.size() + 1 >= workers) return;
+    try {
+      threads.emplace_back(guarded, work);
+    } catch (const std::system_error&) {  // fewer will do
+      more = false;
+    }
+  });
   guarded([&] {
     list();
     queue.End();

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FileList.hpp"
@@ -37,6 +38,9 @@ class PartQueue {
   /// A part has `size` files or, where they are those of a directory, up to four times as many.
   explicit PartQueue(std::size_t size) : size_(size) {}
 
+  /// Lets `ready` be called for each part that can be taken, in the thread that has put it there.
+  /// To be set before the first.
+  void OnReady(std::function<void()> ready) { ready_ = std::move(ready); }
   /// Puts files behind those that are there. Throws Enough when no more are wanted.
   void Add(std::vector<ListedFile> files);
   /// Makes the whole of a directory the only part.
@@ -54,6 +58,7 @@ class PartQueue {
   void Close(const std::unique_lock<std::mutex>& locked);
 
   const std::size_t size_;
+  std::function<void()> ready_;
   mutable std::mutex mutex_;
   std::condition_variable more_;
   std::size_t listed_ = 0;
@@ -115,10 +120,10 @@ class OrderedOutput {
   std::map<std::size_t, Kept> kept_;
 };
 
-/// Lets `workers` threads, the caller's included, work on the parts that `list` puts into the
-/// queue; the caller's lists first. `makeWorker` makes the function that works on a part, in each
-/// thread that gets one. The first exception, but for Enough, ends the run and passes to the
-/// caller.
+/// Lets `workers` threads, the caller's included and no more than there are parts, work on the
+/// parts that `list` puts into the queue; the caller's lists first. `makeWorker` makes the function
+/// that works on a part, in each thread that gets one. The first exception, but for Enough, ends
+/// the run and passes to the caller.
 using Work = std::function<void(const Part& part)>;
 void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
                 const std::function<void()>& list, const std::function<Work()>& makeWorker);

@@ -30,7 +30,7 @@ class LineCounter {
  public:
   explicit LineCounter(const char* text) : text_(text), position_(text) {}
 
-  // The line of `position`, which doesn't lie before that of the last call.
+  /// The line of `position`, which doesn't lie before that of the last call.
   Line At(const char* position);
   /// Its number alone, which is told sooner.
   unsigned int NumberAt(const char* position);
