@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/CandidateFinder.hpp"
+#include "engine/search/CandidateFinder.hpp"
 
 namespace RegexClass::benchmarks {
 namespace {

@@ -45,10 +45,18 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/RegexClassConfigVersion.c
 install(FILES
   ${PROJECT_BINARY_DIR}/RegexClassConfig.cmake
   ${PROJECT_BINARY_DIR}/RegexClassConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/FindBoostHeaders.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
 if(NOT REGEXCLASS_SHARED)
   set(pkgconfig_static_cflags " -DREGEXCLASS_STATIC_DEFINE")
+endif()
+# There is no pkg-config file of Boost's headers to be required. Those of a cross compiler lie elsewhere.
+get_filename_component(boost_includedir ${BoostHeaders_INCLUDE_DIR} ABSOLUTE)
+if(CMAKE_CROSSCOMPILING)
+  set(boost_includedir "\${includedir}")
+elseif(NOT boost_includedir IN_LIST CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES)
+  set(pkgconfig_boost_cflags " -I\${boost_includedir}")
 endif()
 # The prefix is found from where the file lies, so that a copied tree keeps working.
 file(RELATIVE_PATH pkgconfig_prefix

@@ -27,8 +27,8 @@ function within(text) {
 
 !body && /^\/\// {
   sub(/^\/\/ ? ?/, "")
-  if (!titled++) $0 = "@mainpage " $0
-  print "/// " (/^ [^ ]|^  / ? "   " : "") $0
+  if (!titled++) $0 = "@page header What holds everywhere\n///\n/// " $0
+  print "/// " (/^ [^ ]|^  / ? "   " : "") text_of($0)
   next
 }
 

@@ -13,21 +13,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Of the system's headers only those that are for every system, by a folder that has nothing else.
-set(headers ${CMAKE_BINARY_DIR}/headers)
-file(MAKE_DIRECTORY ${headers})
-foreach(name boost CLI nlohmann)
-  if(EXISTS /usr/include/${name} AND NOT EXISTS ${headers}/${name})
-    file(CREATE_LINK /usr/include/${name} ${headers}/${name} SYMBOLIC)
-  endif()
-endforeach()
-# The packages of these headers lead to the folder of all headers.
-foreach(package CLI11 nlohmann_json)
-  file(WRITE ${headers}/cmake/${package}Config.cmake
-    "add_library(${package}::${package} INTERFACE IMPORTED)\n"
-    "target_include_directories(${package}::${package} INTERFACE ${headers})\n")
-  file(WRITE ${headers}/cmake/${package}ConfigVersion.cmake "set(PACKAGE_VERSION_COMPATIBLE TRUE)\n")
-  set(${package}_DIR ${headers}/cmake)
-endforeach()
-set(Boost_NO_BOOST_CMAKE ON)
-set(Boost_INCLUDE_DIR ${headers} CACHE PATH "")
+include(${CMAKE_CURRENT_LIST_DIR}/PortableHeaders.cmake)

@@ -16,7 +16,7 @@
 
 #include "Check.hpp"
 #include "RegularExpression.hpp"
-#include "engine/CandidateFinder.hpp"
+#include "engine/search/CandidateFinder.hpp"
 
 namespace {
 
@@ -188,7 +188,7 @@ class Watched {
 
 /// Makes every search use a finder, with windows smaller than the texts here, or none.
 void UseFinder(bool use) {
-  RegexClass::engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 4, 16, 8};
+  RegexClass::engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 4, 16, 8, 0};
 }
 
 /// Runs an operation with checks on what is reported; then, when nothing was meddled with, with a

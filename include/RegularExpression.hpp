@@ -13,18 +13,30 @@
 //
 // What holds everywhere:
 //
-// - Strings are bytes in std::string. Offsets and lengths count bytes from 0, lines count from 1
-//   and end at a line feed (value 10); a carriage return is a character like any other.
+// - Strings are bytes in std::string. Offsets and lengths count bytes from 0. The lines of reports
+//   count from 1 and end at a line feed (value 10) alone; Matches tells where an expression sees
+//   the end of a line.
 // - Setters store and never fail, whatever value they are given; the work waits for an operation.
 // - A failure is a result, not an exception: false, 0 or an empty text, and GetExpressionError()
 //   has the reason. What passes to the caller as an exception is what the standard library throws
 //   (out of memory), what a notification throws, and what the engine throws when it gives up on a
-//   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
-//   needs too much memory. The object is then fit for the next operation. A walk over much text
-//   may find an answer where a short one gives up. A string to match of more
-//   than 2147483647 bytes, whose offsets a position can't tell, is a std::length_error.
+//   text: boost::regex_error, a std::runtime_error, after runaway backtracking (which can go on for
+//   minutes in 100 KB) or when a search needs too much memory. The object is then fit for the next
+//   operation. A walk over much text may find an answer where a short one gives up. A string to
+//   match of more than 2147483647 bytes, whose offsets a position can't tell, is a
+//   std::length_error.
 // - One search takes up to 512 MiB for the ways that it may have to come back to, where an
 //   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
+// - One search passes so many states before the engine gives up: 100,000 more than the greater of
+//   N * S * S and N * N, but of the second 100,000,000 at the most, in a text of N bytes and for an
+//   expression of S bytes. The limit is the same under each locale model.
+// - Where the engine loses a match, the library finds it, on purpose other than the engine alone:
+//   behind a lazy repeat with an upper limit at the beginning (.{3,6}?AC), or a greedy one under
+//   MatchAny, and where its notes of how a match can go on lack something, as before \> behind a
+//   repeat (a(?:.b+|A){2,3}\>), before \X or behind a group with a case of its own. What is found
+//   doesn't depend on what an object has searched before.
+// - Matches, the rule on empty ones and the limits are the library's own and the same whatever
+//   release of Boost it is built with; they were compared for 1.81, 1.83 and 1.92.
 // - One object is for one thread at a time. Different objects may run on different threads. A
 //   notification runs on the thread that called the operation, before the operation returns.
 // - A library that was loaded with dlopen can be closed again while threads that have used it go
@@ -110,8 +122,9 @@ struct IsStdFunction : std::false_type {};
 template <class Signature>
 struct IsStdFunction<std::function<Signature>> : std::true_type {};
 
-/// The closure that calls `callable`; an empty one for null and for an empty std::function.
-template <class Closure, class Callable>
+/// The closure that calls `callable`, of the event with the plain function `Function`; an empty one
+/// for null and for an empty std::function.
+template <class Function, class Closure, class Callable>
 Closure ToClosure(Callable callable) {
   if constexpr (std::is_null_pointer_v<Callable>) {
     return Closure();
@@ -124,8 +137,31 @@ Closure ToClosure(Callable callable) {
     if constexpr (IsStdFunction<Callable>::value) {
       if (!callable) return Closure();
     }
-    return Closure(std::move(callable));
+    if constexpr (std::is_same_v<Callable, boost::function<std::remove_pointer_t<Function>>>) {
+      return Closure(static_cast<Closure&&>(callable));  // it is one, with a name of its own
+    } else {
+      return Closure(std::move(callable));
+    }
   }
+}
+
+/// A closure on its way into the library and out of it: Boost.Function's own type differs between
+/// releases of Boost, and may not cross over.
+template <class Function>
+using Call = std::function<std::remove_pointer_t<Function>>;
+
+/// What the library keeps of a closure; null for an empty one.
+template <class Function, class Closure>
+Call<Function> ToCall(Closure closure) {
+  if (closure.empty()) return nullptr;
+  return Call<Function>(std::move(closure));
+}
+
+/// The closure that was kept, or one that calls it where a program with another release set it.
+template <class Function, class Closure>
+Closure FromCall(const Call<Function>& call) {
+  if (const Closure* closure = call.template target<Closure>()) return *closure;
+  return call ? Closure(call) : Closure();
 }
 
 /// For what the closure's own type doesn't take: enables a setter for everything but numbers.
@@ -180,6 +216,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// How a compiled expression is run against a text. The numbers are fixed.
   ///
   /// 1 to 8 are restrictions and exclude MatchDefault; 9 to 12 are modifiers and stand beside it.
+  ///
+  /// To an expression a line ends at a line feed, a carriage return or a form feed, and under
+  /// UnicodeLocale also at U+0085, U+2028 and U+2029: `$` matches before each of them, `^` behind
+  /// it, but neither between a carriage return and a line feed; `\Z` takes all that stand at the
+  /// end of the text. A dot matches them all unless MatchNotDotNewline or (?-s) says otherwise.
   enum Matches : int {
     MatchDefault = 0,        ///< No restriction. The start value.
     MatchNotBol = 1,         ///< The first character is not the start of a line.
@@ -188,12 +229,12 @@ class REGEXCLASS_EXPORT RegularExpression {
     MatchNotEob = 4,         ///< The last character is not the end of the buffer.
     MatchNotBow = 5,         ///< The first character is not the start of a word.
     MatchNotEow = 6,         ///< The last character is not the end of a word.
-    MatchNotDotNewline = 7,  ///< A dot doesn't match a line feed.
+    MatchNotDotNewline = 7,  ///< A dot doesn't match what ends a line.
     MatchNotDotNull = 8,     ///< A dot doesn't match a zero byte.
     MatchAny = 9,            ///< Any match will do, the first found rather than the best.
     MatchNotNull = 10,       ///< An empty match is not accepted.
     MatchContinuous = 11,    ///< A match must begin where the range begins, in a walk where the
-                             ///< last match ended.
+                             ///< last match ended; behind an empty one also a character further.
     MatchPartial = 12,       ///< A text that ends while a match is still possible counts as a
                              ///< match, reported with an entry 0 that took no part. Acts on Match,
                              ///< MatchAll, Search and Grep alone.
@@ -224,36 +265,40 @@ class REGEXCLASS_EXPORT RegularExpression {
     /// point, however many bytes it takes. Offsets, lengths and lines stay those of bytes, and no
     /// match begins or ends inside a character. Classes and case are Unicode's, of a character for
     /// a character: ß is not SS. \p{L}, \p{Greek}, \p{Alphabetic}, also inside lists, are the
-    /// properties that ICU names. The order of characters is that of the locale of SetLocale, by
-    /// its name. A byte that isn't part of well-formed UTF-8 is a character that a dot and negated
-    /// lists match and nothing else, and comes through every operation as it is; in an expression
-    /// it stands for U+FFFD. In a build of the library without ICU each expression is an
-    /// UnknownEngineError under this model.
+    /// properties that ICU names. Where case doesn't count, properties, classes and ranges have all
+    /// that differs from one of their members by case alone; under the other models the ends of a
+    /// range are taken in small letters then, so that [Z-a] is a BadRange and [A-z] is [a-z]. The
+    /// order of characters is that of the locale of SetLocale, by its name. A byte that isn't part
+    /// of well-formed UTF-8 is a character without class or property: a dot, \X, \C and what is
+    /// negated ([^a], \W, \P{L}) match it and nothing else. It comes through every operation as it
+    /// is; in an expression it stands for U+FFFD. In a build of the library without ICU each
+    /// expression is an UnknownEngineError under this model.
     UnicodeLocale = 3,
   };
 
   /// What came of a compile. The numbers are fixed.
   enum ExpressionErrorCode : int {
     NoError = 0,
-    NoExpression = 1,       ///< The expression is empty; nothing was compiled.
-    BadPattern = 2,         ///< Invalid pattern, also a bad Perl sequence such as (?z).
-    BadCollation = 3,       ///< Undefined collating element.
-    BadCharacterClass = 4,  ///< Invalid character class name.
-    TrailingEscape = 5,     ///< A backslash with nothing, or nothing proper, behind it.
-    BadBackReference = 6,   ///< A back reference to a group that doesn't exist.
-    UnmatchedBracket = 7,   ///< A bracket list without end.
-    UnmatchedParenthesis = 8,
-    UnmatchedBrace = 9,
-    BadBraceContents = 10,  ///< A bounded repeat with bounds that make no sense.
-    BadRange = 11,          ///< A range in a bracket list that ends before it begins.
-    OutOfSpace = 12,        ///< Too complex for the engine, or nested too deep.
-    BadRepeat = 13,         ///< Nothing that can be repeated precedes a repeat.
-    UnexpectedEnd = 14,
-    TooBig = 15,  ///< Reserved; never returned.
-    UnmatchedRightParenthesis = 16,
-    EmptyPattern = 17,  ///< The engine found the expression, or a part of it, empty.
-    OutOfMemory = 18,
-    UnknownEngineError = 19,
+    NoExpression = 1,                ///< The expression is empty; nothing was compiled.
+    BadPattern = 2,                  ///< Invalid pattern, also a bad Perl sequence such as (?z).
+    BadCollation = 3,                ///< Undefined collating element.
+    BadCharacterClass = 4,           ///< Invalid character class name.
+    TrailingEscape = 5,              ///< A backslash with nothing, or nothing proper, behind it.
+    BadBackReference = 6,            ///< A back reference to a group that doesn't exist.
+    UnmatchedBracket = 7,            ///< A bracket list without end.
+    UnmatchedParenthesis = 8,        ///< A group without end.
+    UnmatchedBrace = 9,              ///< A bounded repeat without end.
+    BadBraceContents = 10,           ///< A bounded repeat with bounds that make no sense.
+    BadRange = 11,                   ///< A range in a bracket list that ends before it begins.
+    OutOfSpace = 12,                 ///< Too complex for the engine, or nested too deep.
+    BadRepeat = 13,                  ///< Nothing that can be repeated precedes a repeat.
+    UnexpectedEnd = 14,              ///< Never returned: the engine has other codes for it.
+    TooBig = 15,                     ///< Reserved; never returned.
+    UnmatchedRightParenthesis = 16,  ///< The end of a group that has no beginning.
+    EmptyPattern = 17,        ///< Never returned: an empty expression is NoExpression, an empty
+                              ///< alternative is good.
+    OutOfMemory = 18,         ///< Never returned: a lack of memory is a std::bad_alloc.
+    UnknownEngineError = 19,  ///< UnicodeLocale without ICU or its data, or a fault of the engine.
     /// The message catalogue or a facet of the locale failed. Remembered like any failure, so that
     /// nothing is tried again before a setting changes that makes the expression compile again.
     /// GetExpressionError() has the text only on an object that hasn't compiled with success under
@@ -283,10 +328,12 @@ class REGEXCLASS_EXPORT RegularExpression {
     std::uint32_t code = 0;  ///< The system's number of the error (errno); 0 where there is none.
   };
 
-  /// What failed while ChangeFiles rewrote a file. The numbers are fixed.
+  /// What failed while ChangeFiles or RewriteFile rewrote a file. The numbers are fixed.
   enum ChangeProblemKind : std::uint32_t {
-    OpenFileFailed = 0,         ///< The file can't be opened for reading, is locked with flock by
-                                ///< another program, or isn't the file any more that was searched.
+    OpenFileFailed = 0,         ///< The file, or directory, can't be opened or read before its
+                                ///< rewriting, is locked with flock by another program, isn't the
+                                ///< file any more that was searched, or has been written to since
+                                ///< (lastError 0).
     CreateTemporaryFailed = 1,  ///< No temporary file could be made; `file` is "NoName".
     ReadFileFailed = 2,        ///< A read failed, or the file has become too short for its matches;
                                ///< `position` is the offset that was reached.
@@ -295,19 +342,21 @@ class REGEXCLASS_EXPORT RegularExpression {
     TextChanged = 4,           ///< At `position` the file no longer has the match `text`.
     SaveCopyFailed = 5,        ///< The saved copy can't be written; `file` is its name.
     ReplaceFileFailed = 6,     ///< The new content can't take the place of the old, for want of
-                               ///< permission or space, or because another file has the name now.
+                               ///< permission or space, because another file has the name now,
+                               ///< or because the file has several names (EMLINK).
     RestoreAttributesFailed = 7,  ///< The file has been changed, but its mode couldn't be put back.
   };
 
-  /// What ChangeFiles failed at in one file. Unless the kind is RestoreAttributesFailed, the file
-  /// has the content that it had before.
+  /// What ChangeFiles or RewriteFile failed at in one file. Unless the kind is
+  /// RestoreAttributesFailed, the file has the content that it had before.
   struct FileChangeProblem {
     std::string file;                         ///< The file in hand, unless the kind says otherwise.
     ChangeProblemKind kind = OpenFileFailed;  ///< What failed.
     std::uint32_t position = 0;   ///< Offset in bytes (its low 32 bits); 0 where the kind has none.
     std::string text;             ///< The match, for TextChanged; else empty.
-    std::uint32_t lastError = 0;  ///< The system's error number (errno); 0 for TextChanged and for
-                                  ///< a file that ended too early.
+    std::uint32_t lastError = 0;  ///< The system's error number (errno); 0 for TextChanged, for a
+                                  ///< file that ended too early, was written to while it was
+                                  ///< rewritten, or made the engine give up.
   };
 
   // ------------------------------------------------------------------- construction and value
@@ -322,10 +371,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Not to be called from a notification of the object.
   virtual ~RegularExpression();
 
-  /// Copies settings and notifications. The target keeps its std::locale, and compiles afresh at
-  /// the next operation. Assigning an object to itself does nothing.
+  /// Copies settings and notifications. The target keeps its std::locale and its lists of problems,
+  /// and compiles afresh at the next operation. Assigning an object to itself does nothing.
   RegularExpression& operator=(const RegularExpression& source);
-  /// Takes over everything; the source is like a new object afterwards.
+  /// Takes over everything; the source is like a new object afterwards. Ends the process when there
+  /// is no memory for that.
   RegularExpression& operator=(RegularExpression&& source) noexcept;
 
   /// Exchanges everything: settings, notifications, std::locale, compiled expressions and the lists
@@ -372,7 +422,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Files come pattern by pattern, and for each in the byte order of their names, a directory's
   /// own files before those below it. They are named as the pattern leads to them. A file that is
   /// reached again, through another pattern or a link, isn't visited again; two hard links are two
-  /// files.
+  /// files. ChangeFiles passes over links that no pattern spells out, whatever they lead to.
   ///
   /// Only regular files are visited, and links to them. Directories, pipes, devices and links that
   /// lead nowhere are passed over and are no problem; neither is a pattern that selects nothing.
@@ -393,13 +443,38 @@ class REGEXCLASS_EXPORT RegularExpression {
   bool GetContinueFiles() const;
   void SetContinueFiles(bool continueFiles);
 
-  /// The extension, without its dot, of the copy that ChangeFiles keeps of each changed file;
-  /// empty, the start value, for none.
+  /// The extension of the copy that ChangeFiles keeps of each changed file; empty, the start value,
+  /// for none. It is given without its dot, which would stand twice in the name.
   std::string GetSaveExtension() const;
   void SetSaveExtension(const std::string& extension);
 
+  /// Whether a saved copy never replaces anything: when its name is taken, that is a SaveCopyFailed
+  /// (EEXIST), and the file stays unchanged. Nothing gets in between, so that two runs over one
+  /// tree keep every original. A file of the same content and owner is taken for the copy. False at
+  /// the start, by which the copy replaces what has its name. Goes with the notifications: copied
+  /// with the object, not compared and not in its stream.
+  bool GetKeepCopies() const;
+  void SetKeepCopies(bool keep);
+
+  /// Whether files with several names (hard links) are rewritten that a wildcard or the recursion
+  /// has come to. Starts false: such a file is left alone and listed, as a ReplaceFileFailed
+  /// (EMLINK), since another name may be in a directory where anybody can put it. One that is
+  /// spelled out is rewritten in any case, for all of its names. Goes with the notifications.
+  bool GetChangeHardLinks() const;
+  void SetChangeHardLinks(bool change);
+
+  /// Whether ChangeFiles brings the new content of many files to the device at a time, which takes
+  /// a fraction of the time where there are many small ones. Up to 64 files then wait for each
+  /// other, open and locked, before they take their names one after the other; counts, problems and
+  /// their order stay the same, but a file may not be changed yet when a notification tells of one
+  /// behind it. Starts false. Has no effect with SetContinueFiles(false), nor on Windows. Goes with
+  /// the notifications.
+  bool GetSyncTogether() const;
+  void SetSyncTogether(bool together);
+
   /// What a match is turned into, in the syntax of the format type. It ends at its first zero
-  /// byte.
+  /// byte. More than 100 groups inside each other, a condition counting as two, are a
+  /// boost::regex_error of what formats; in ChangeFiles, a problem of the file.
   std::string GetFormatString() const;
   void SetFormatString(const std::string& format);
 
@@ -430,9 +505,16 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// needs an expression calls this by itself, so that an application calls it only to try one.
   ExpressionErrorCode ParseExpression();
 
-  /// The reason of the last failed compile in words, the engine's own; "Empty expression" when
-  /// there is no expression; else an empty text. Never compiles.
+  /// Why the last compile under the current locale model failed, in the engine's words; an empty
+  /// text when it didn't, and as soon as a setting has changed that makes the expression compile
+  /// again. "Empty expression" when there is none. Never compiles.
   std::string GetExpressionError() const;
+  /// Where in the expression the compile has failed: the offset in bytes from its start, at most
+  /// its length; -1 when GetExpressionError() tells of no failed compile, and for what has no place
+  /// or whose place the engine doesn't tell (a message catalogue, a look-behind without a fixed
+  /// length, a recursion that leads nowhere). Offsets are those of the expression as it was set,
+  /// whatever its syntax. Never compiles.
+  std::ptrdiff_t GetExpressionErrorPosition() const;
 
   /// The number of marked groups, not counting the whole match, compiling first if need be; 0
   /// when the engine refuses the expression. A LocaleDllFailure leaves the number of the compile
@@ -446,8 +528,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Where classes, case and collation come from. CppLocale at the start.
   LocaleModels GetLocaleModel() const;
   /// Stores any value; one that is no model counts as CppLocale, but NumberOfSubexpressions() and
-  /// GetExpressionError() tell nothing under it. Has no effect while the object runs the engine
-  /// (from a notification of a running walk).
+  /// GetExpressionError() tell nothing under it. Has no effect while the object walks: in
+  /// OnGrepping, OnMerging and OnChangingFiles, and in OnSelectingFiles of ChangeFiles.
   void SetLocaleModel(LocaleModels model);
 
   /// The locale of the models CppLocale and UnicodeLocale; at the start, the global one of that
@@ -490,10 +572,14 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// Adds an option. Adding a syntax adds its switches, and removes the former syntax with those
   /// of its switches that the new one lacks. Adding a switch lets the set take the name of the
-  /// syntax that its switches now amount to, if there is one.
+  /// syntax whose switches are now all there, whatever others are there: the first that fits of
+  /// NormalSyntax, GrepSyntax, BasicSyntax, AwkSyntax, EgrepSyntax, ExtendedSyntax and EmacsSyntax,
+  /// or PerlSyntax or SedSyntax where the set has that name already. An option that is there
+  /// changes nothing and keeps the compiled expression.
   void AddExpressionOption(Options option);
   /// Removes an option. Removing a syntax removes its switches; removing a switch removes the
-  /// name of the syntax that it belonged to.
+  /// name of the syntax that it belonged to, and never gives the set another. An option that isn't
+  /// there changes nothing and keeps the compiled expression.
   void DeleteExpressionOption(Options option);
   bool IsExpressionOption(Options option) const;
   /// Removes all options; what is left is an expression syntax without any switch.
@@ -502,9 +588,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Adds an option. MatchDefault removes the restrictions, a restriction removes MatchDefault.
   /// Changing match options never makes an expression compile again.
   void AddMatchOption(Matches option);
-  /// Removes an option; MatchDefault comes back when no restriction is left.
+  /// Removes an option. MatchDefault comes back when the last restriction goes; removed itself, it
+  /// stays away, and a set without it means the same.
   void DeleteMatchOption(Matches option);
   bool IsMatchOption(Matches option) const;
+  /// Removes all options, MatchDefault included.
   void ClearMatchOptions();
 
   // ------------------------------------------------------ operations on the string to match
@@ -554,7 +642,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Of operations that a notification starts on its own object, a Grep or a Merge inside a report
   /// of Grep or Merge ends the results, so that Format gives nothing behind it. A Match, a MatchAll
   /// or a Search there leaves them: Format keeps giving the outer match, and the vector of the
-  /// inner notification is that of the outer match too. Inside OnMatching and OnSearching it is the
+  /// inner notification is that of the outer match too, but not the line and the line start, which
+  /// are the inner match's. Inside OnMatching and OnSearching it is the
   /// other way round: a Match, a MatchAll or a Search ends the results.
   ///
   /// A format type that is no enumerator counts as FormatAll.
@@ -562,27 +651,30 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   /// Replaces the content of `out` by the string with each match replaced by what the format
   /// string makes of it, by the settings MergeCopy and MergeOnlyFirst; the matches are those of
-  /// Grep, empty ones included. The string to match stays as it is. Leaves `out` empty when the
-  /// compile fails or something throws.
+  /// Grep, empty ones included. The string to match stays as it is. Gives false, and leaves `out`
+  /// empty, when the compile fails, and true else, also without a match and when a notification has
+  /// ended the run. Leaves `out` empty when something throws.
   ///
   /// With no subscriber to OnMerging the engine does it all and reads the format string in the
   /// syntax of FormatAll, whatever the format type. With one, the event is raised before each
   /// replacement, which is then made in the syntax of the format type, by the settings that the
   /// notification has left. A notification that sets its bool to false leaves that match as it is
   /// and ends the run. What Grep promises on changes made by a notification holds here too; of the
-  /// settings, MergeOnlyFirst counts as it was at the start, and MergeCopy at each match: text that
-  /// lay before it was switched on and hasn't been copied then is copied with the next match.
-  void Merge(std::string& out);
+  /// settings, MergeOnlyFirst counts as it was at the start, and MergeCopy at each match. That is
+  /// to be set before the run: what was passed over while it was false isn't skipped later. Where
+  /// a becomes x in banana, switching it on at the second match gives xxananx.
+  bool Merge(std::string& out);
 
   /// Cuts the string to match into `pieces`, whose content is replaced, and gives their number.
   ///
   /// Without groups, the expression matches separators, and the pieces are the texts between
   /// them: no piece comes of a separator in front of everything, and none of the end when a
   /// separator stands there. With groups, the pieces are the texts of the groups of each match, an
-  /// empty one for a group that took no part. With no expression at all the expression is `\s+`, or
-  /// has the letter of the message catalogue, in the syntax of the object: the string is cut at
-  /// white space where that means so, not with Literal, LimitedOps or BkPlusQm, of which
-  /// BasicSyntax, GrepSyntax and SedSyntax have one.
+  /// empty one for a group that took no part. An empty string has no pieces, and nothing is
+  /// compiled for it. With no expression at all the expression is `\s+`, or has the letter of the
+  /// message catalogue, in the syntax of the object: the string is cut at white space where that
+  /// means so, not with Literal, LimitedOps or BkPlusQm, of which BasicSyntax, GrepSyntax and
+  /// SedSyntax have one.
   ///
   /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
@@ -612,8 +704,17 @@ class REGEXCLASS_EXPORT RegularExpression {
   // With GetContinueFiles() false, the walk ends at the first problem; else it never ends early.
   // A notification can't end it, but by throwing: the exception passes to the caller, with the
   // list of problems left empty. A notification may start operations on files, on any object, and
-  // change any setting, which has no effect on the running walk; the subscriber, though, is looked
-  // up at each report.
+  // change any setting, which has no effect on the running walk, but for some of ChangeFiles; the
+  // subscriber, though, is looked up at each report.
+
+  /// The names of the files that GrepFiles and FindFiles would visit, in that order, links to files
+  /// among them. Raises OnSelectingFiles as they do. Needs no expression, and opens no file, so
+  /// that what can't be read is named, too. A name of any length can be given to SetFilesToMatch,
+  /// with the characters in it that a pattern has a use for behind a backslash each.
+  ///
+  /// ChangeFiles doesn't visit links that no pattern spells out: a notification that answers false
+  /// for each LinkEntry gives the names that it would visit.
+  std::vector<std::string> SelectFiles();
 
   /// Raises OnGreppingFiles for each match in each file, and gives the number of matches. A match
   /// for which the notification answers false is the last one of its file, and counts.
@@ -623,9 +724,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Stops searching a file at its first match.
   unsigned int FindFiles();
 
-  /// What the latest GrepFiles or FindFiles failed on, in the order of the walk; null when there
-  /// was nothing. Valid until that operation is called again, or the object is moved from, swapped
-  /// or ends; a copy starts without.
+  /// What the latest SelectFiles, GrepFiles or FindFiles failed on, in the order of the walk; null
+  /// when there was nothing. Valid until that operation is called again, or the object is moved
+  /// from, swapped or ends; a copy starts without.
+  const std::vector<FileSearchProblem>* GetSelectFilesErrors() const;
   const std::vector<FileSearchProblem>* GetGrepFilesErrors() const;
   const std::vector<FileSearchProblem>* GetFindFilesErrors() const;
 
@@ -640,58 +742,96 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// For each match OnChangingFiles is raised, with the file as it is before any of its changes; a
   /// notification that answers false leaves this match and the rest of the file as they are. The
   /// replacement is what the format string makes of the match, in the syntax of FormatAll whatever
-  /// the format type; an empty format string deletes. It is made by the expression as the object
-  /// has it, options included, from the matched text alone: an expression that asks for something
-  /// beside its match (\b at its edge, (?=x) behind it) may find nothing in there, and the match
-  /// is then replaced by itself.
+  /// the format type; an empty format string deletes. MergeCopy and MergeOnlyFirst aren't asked. It
+  /// is made by the expression as the object has it, options included, from the matched text alone:
+  /// an expression that asks for something beside its match (\b at its edge, (?=x) behind it), or a
+  /// match option that forbids what is now at the edge, may find nothing in there, and the match is
+  /// then replaced by itself.
+  ///
+  /// Three settings count as a notification leaves them: the format string for the match that is
+  /// reported, so that a replacement can be chosen match by match; the save extension for the file
+  /// in work, when it is rewritten; GetContinueFiles() when a file has failed.
   ///
   /// A file is rewritten when the next one has its first match, the last one when the walk is
-  /// over. It keeps its links, owner, mode, access list and extended attributes. A file without a
-  /// match isn't touched.
+  /// over. A file without a match isn't touched, nor is one whose replacements all equal their
+  /// matches, which count. Files that have the save extension already, in upper or lower case, and
+  /// files that no one has the permission to write to are passed over, which is asked once, at the
+  /// first match.
   ///
-  /// The new content is written to a new file beside the old one, which then takes its name, so
-  /// that the name leads to the old content or the new at every moment, whatever kills the process;
-  /// what a kill can leave is a file named .Regex and a number. Where that can't be done or can't
-  /// keep what belongs to the file (it has several hard links, its owner or attributes can't be
-  /// set, the directory can't be written to, the file is a mount point), the bytes are written
-  /// over: space is reserved before the first one, and the old content is put back when the device
-  /// fails behind that. A device that doesn't take that either, and a process that is killed in
-  /// these moments, can then leave a mixture.
+  /// What happens to your files
   ///
-  /// A file is opened once for its rewriting, and must be the one that was searched; it is locked
-  /// with flock from then on to the end (other kinds of locks aren't seen). A link that the pattern
-  /// spells out is followed, and the file behind it changed. What is reached by any other link,
-  /// through a wildcard or in the directories below, is searched but never rewritten, so that
-  /// nobody who may write to a directory in the walk can have another file changed in place of his
-  /// own.
+  /// - The old content or the new: the new one is written to a new file beside the old, brought to
+  ///   the device, and then takes the name, with owner, mode, access list and extended attributes
+  ///   of the old file. So the name leads to the old content or the new at every moment, whatever
+  ///   kills the process, and after a power loss, too: never to neither. (A saved copy is on the
+  ///   device before that.) A kill can leave a file named .Regex and a number. Which of the two a
+  ///   power loss leaves is open for some seconds after the operation.
+  /// - Written over: where that can't be done or can't keep what belongs to the file (it has
+  ///   several hard links, its owner or attributes can't be set, nothing can be renamed in the
+  ///   directory, the file is a mount point), the bytes are written over. Space is reserved before
+  ///   the first one, and the old content is put back when the device fails behind that. A device
+  ///   that doesn't take that either, a process that is killed in these moments and a power loss
+  ///   until the system has written it all can then leave a mixture.
+  /// - Others who write: a file is opened once for its rewriting, must be the one that was
+  ///   searched, and is locked with flock from then on (other kinds of locks aren't seen). One that
+  ///   changes after that is left alone: OpenFileFailed with lastError 0. A program that holds the
+  ///   file open keeps reading and writing the old content, which has no name any more: let a
+  ///   program that appends to a log open it anew. On Windows a file that a program has open for
+  ///   writing, or doesn't let others delete, isn't rewritten.
+  /// - Links: one that the pattern spells out is followed, and the file behind it changed. Any
+  ///   other, which a wildcard or the recursion has come to, is passed over as if it weren't there,
+  ///   so that nobody who may write to a directory in the walk can have another file changed in
+  ///   place of his own.
+  /// - Hard links: a file with several names is rewritten when the pattern spells one out or
+  ///   SetChangeHardLinks() allows it, for all of its names; else it is left alone and listed:
+  ///   ReplaceFileFailed, EMLINK.
+  /// - Holes of a sparse file stay holes (not on Windows).
+  /// - Copies: with a save extension, the old content is copied to the file's name with that
+  ///   extension in place of what stands behind its last dot (with the dot searched for in the
+  ///   whole path, and appended when there is none). The copy replaces whatever has that name, a
+  ///   link too, when it is whole, unless SetKeepCopies() says otherwise; so two files that differ
+  ///   in their extension alone share one. It gets the owner, the permissions and the access list
+  ///   of the file, or less where they can't be set: nobody can read it who may not read the file.
+  ///   On Windows it gets the access list and the streams, and its owner is who runs the program.
+  ///   It stays when the file can't be replaced after all.
+  /// - Nothing in silence: what fails in one file is a FileChangeProblem, and the file keeps its
+  ///   old content. So is a file or directory that the walk couldn't open or read, a file that has
+  ///   become another's or can't be opened any more, and one on which the engine gave up
+  ///   (OpenFileFailed). With GetContinueFiles() false, nothing more is changed from then on.
   ///
-  /// With a save extension, the old content is copied to the file's name with that extension in
-  /// place of what stands behind its last dot (with the dot searched for in the whole path, and
-  /// appended when there is none). The copy replaces whatever has that name, a link too, when it is
-  /// whole; it gets the owner, the permissions and the access list of the file, or less where they
-  /// can't be set. Files that have the save extension already, in upper or lower case, and files
-  /// that no one has the permission to write to are passed over, which is asked once, at the first
-  /// match.
-  ///
-  /// What fails in one file is a FileChangeProblem; the file then keeps its old content. With
-  /// GetContinueFiles() false, nothing more is changed from then on. Files that can't be read in
-  /// the walk are passed over. When a notification throws, the exception passes to the caller,
-  /// the file in hand stays as it was, and those before it stay changed. An object whose
-  /// expression is good in the Perl syntax but not in its own throws boost::regex_error, and no
-  /// file is visited.
+  /// When a notification throws, the exception passes to the caller, the file in hand stays as it
+  /// was, and those before it stay changed. An object whose expression is good in the Perl syntax
+  /// but not in its own throws boost::regex_error, and no file is visited.
   ///
   /// No more of a file is in memory while it is rewritten than a few blocks, and its matches with
   /// their replacements. A temporary file needs its space, where TMPDIR says or, when there is none
-  /// or no space in it, in /tmp; and so does the new file. What is written isn't forced to the
-  /// device.
+  /// or no space in it, in /tmp; and so does the new file. docs/performance.md tells what it costs
+  /// to bring files to the device.
   ///
   /// A notification may call ChangeFiles again, also on this object. Such a run works for itself;
   /// its problems go to the end of the list of the outermost run.
   unsigned int ChangeFiles();
 
-  /// What the latest ChangeFiles failed at, oldest first; null when there was nothing. Valid until
-  /// that operation is called again, or the object is moved from, swapped or ends; a copy starts
-  /// without.
+  /// Gives the file `name` the content of the file `source`, by what ChangeFiles does to one file
+  /// and with all that it promises: a saved copy is put back so, for instance. True when that has
+  /// come about, and else the reason is in GetChangeFilesErrors(). Needs neither an expression nor
+  /// a file pattern, and raises nothing. A save extension counts here, too; a name that has it
+  /// isn't passed over, and neither is a file that no one may write to, which is ReplaceFileFailed.
+  ///
+  /// Both are names and no patterns. In the first `named` bytes of either links are followed, as
+  /// the caller has spelled that out. What is behind these was found in a directory that others
+  /// may write to, perhaps: a link there, on the way or at its end, is OpenFileFailed, and so, with
+  /// ReplaceFileFailed, is a file that has several names unless SetChangeHardLinks() allows it.
+  ///
+  /// `source` must be a regular file, in no case a link, and of the same owner as `name` or the
+  /// caller's own (EPERM otherwise), so that nobody else's text gets into a file. On Windows owners
+  /// aren't looked at. It stays as it is.
+  bool RewriteFile(const std::string& name, const std::string& source,
+                   std::size_t named = std::string::npos);
+
+  /// What the latest ChangeFiles or RewriteFile failed at, oldest first; null when there was
+  /// nothing. Valid until one of them is called again, or the object is moved from, swapped or
+  /// ends; a copy starts without.
   const std::vector<FileChangeProblem>* GetChangeFilesErrors() const;
 
   // ---------------------------------------------------------------------------- notifications
@@ -702,7 +842,8 @@ class REGEXCLASS_EXPORT RegularExpression {
   // belongs doesn't compile, where that can be told, since it couldn't stop anything. Grep and
   // Merge call a clone of the closure, so that what a mutable one changes in itself is gone with
   // the operation. A closure that replaces or removes itself while it runs stays alive until it has
-  // returned. Slots are copied with the object and take no part in comparison.
+  // returned. A getter gives a copy of the closure, in which target<T>() finds what was set. Slots
+  // are copied with the object and take no part in comparison.
   //
   // The vector holds the whole match, each group in order, then the text between the end of the
   // match before (or the start of the string) and this match, and the text behind this match;
@@ -746,72 +887,102 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// OnMatching: Match or MatchAll has succeeded.
   void SetOnMatching(MatchFunction function);
   MatchFunction GetOnMatching() const;
-  void SetOnMatchingClosure(MatchClosure closure);
+  void SetOnMatchingClosure(MatchClosure closure) {
+    SetOnMatchingCall(detail::ToCall<MatchFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnMatchingClosure(Callable callable) {
-    SetOnMatchingClosure(detail::ToClosure<MatchClosure>(std::move(callable)));
+    SetOnMatchingClosure(detail::ToClosure<MatchFunction, MatchClosure>(std::move(callable)));
   }
-  MatchClosure GetOnMatchingClosure() const;
+  MatchClosure GetOnMatchingClosure() const {
+    return detail::FromCall<MatchFunction, MatchClosure>(GetOnMatchingCall());
+  }
 
   /// OnSearching: Search has found a match.
   void SetOnSearching(MatchFunction function);
   MatchFunction GetOnSearching() const;
-  void SetOnSearchingClosure(MatchClosure closure);
+  void SetOnSearchingClosure(MatchClosure closure) {
+    SetOnSearchingCall(detail::ToCall<MatchFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnSearchingClosure(Callable callable) {
-    SetOnSearchingClosure(detail::ToClosure<MatchClosure>(std::move(callable)));
+    SetOnSearchingClosure(detail::ToClosure<MatchFunction, MatchClosure>(std::move(callable)));
   }
-  MatchClosure GetOnSearchingClosure() const;
+  MatchClosure GetOnSearchingClosure() const {
+    return detail::FromCall<MatchFunction, MatchClosure>(GetOnSearchingCall());
+  }
 
   /// OnGrepping: each match of a walk over the string.
   void SetOnGrepping(WalkFunction function);
   WalkFunction GetOnGrepping() const;
-  void SetOnGreppingClosure(WalkClosure closure);
+  void SetOnGreppingClosure(WalkClosure closure) {
+    SetOnGreppingCall(detail::ToCall<WalkFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnGreppingClosure(Callable callable) {
-    SetOnGreppingClosure(detail::ToClosure<WalkClosure>(std::move(callable)));
+    SetOnGreppingClosure(detail::ToClosure<WalkFunction, WalkClosure>(std::move(callable)));
   }
-  WalkClosure GetOnGreppingClosure() const;
+  WalkClosure GetOnGreppingClosure() const {
+    return detail::FromCall<WalkFunction, WalkClosure>(GetOnGreppingCall());
+  }
 
   /// OnGreppingFiles: each match in each file of a walk over files.
   void SetOnGreppingFiles(FileMatchFunction function);
   FileMatchFunction GetOnGreppingFiles() const;
-  void SetOnGreppingFilesClosure(FileMatchClosure closure);
+  void SetOnGreppingFilesClosure(FileMatchClosure closure) {
+    SetOnGreppingFilesCall(detail::ToCall<FileMatchFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnGreppingFilesClosure(Callable callable) {
-    SetOnGreppingFilesClosure(detail::ToClosure<FileMatchClosure>(std::move(callable)));
+    SetOnGreppingFilesClosure(
+        detail::ToClosure<FileMatchFunction, FileMatchClosure>(std::move(callable)));
   }
-  FileMatchClosure GetOnGreppingFilesClosure() const;
+  FileMatchClosure GetOnGreppingFilesClosure() const {
+    return detail::FromCall<FileMatchFunction, FileMatchClosure>(GetOnGreppingFilesCall());
+  }
 
   /// OnFindFiles: each file that holds a match.
   void SetOnFindFiles(FileFunction function);
   FileFunction GetOnFindFiles() const;
-  void SetOnFindFilesClosure(FileClosure closure);
+  void SetOnFindFilesClosure(FileClosure closure) {
+    SetOnFindFilesCall(detail::ToCall<FileFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnFindFilesClosure(Callable callable) {
-    SetOnFindFilesClosure(detail::ToClosure<FileClosure>(std::move(callable)));
+    SetOnFindFilesClosure(detail::ToClosure<FileFunction, FileClosure>(std::move(callable)));
   }
-  FileClosure GetOnFindFilesClosure() const;
+  FileClosure GetOnFindFilesClosure() const {
+    return detail::FromCall<FileFunction, FileClosure>(GetOnFindFilesCall());
+  }
 
   /// OnMerging: each match about to be replaced in the string.
   void SetOnMerging(WalkFunction function);
   WalkFunction GetOnMerging() const;
-  void SetOnMergingClosure(WalkClosure closure);
+  void SetOnMergingClosure(WalkClosure closure) {
+    SetOnMergingCall(detail::ToCall<WalkFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnMergingClosure(Callable callable) {
-    SetOnMergingClosure(detail::ToClosure<WalkClosure>(std::move(callable)));
+    SetOnMergingClosure(detail::ToClosure<WalkFunction, WalkClosure>(std::move(callable)));
   }
-  WalkClosure GetOnMergingClosure() const;
+  WalkClosure GetOnMergingClosure() const {
+    return detail::FromCall<WalkFunction, WalkClosure>(GetOnMergingCall());
+  }
 
   /// OnChangingFiles: each match about to be replaced in a file.
   void SetOnChangingFiles(FileMatchFunction function);
   FileMatchFunction GetOnChangingFiles() const;
-  void SetOnChangingFilesClosure(FileMatchClosure closure);
+  void SetOnChangingFilesClosure(FileMatchClosure closure) {
+    SetOnChangingFilesCall(detail::ToCall<FileMatchFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnChangingFilesClosure(Callable callable) {
-    SetOnChangingFilesClosure(detail::ToClosure<FileMatchClosure>(std::move(callable)));
+    SetOnChangingFilesClosure(
+        detail::ToClosure<FileMatchFunction, FileMatchClosure>(std::move(callable)));
   }
-  FileMatchClosure GetOnChangingFilesClosure() const;
+  FileMatchClosure GetOnChangingFilesClosure() const {
+    return detail::FromCall<FileMatchFunction, FileMatchClosure>(GetOnChangingFilesCall());
+  }
 
   /// OnSelectingFiles: a walk over files has found something in a directory where a wildcard or the
   /// recursion has led it, and asks whether to take it: a file to be searched, a directory to be
@@ -822,21 +993,44 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// Raised in the order of the walk, for a file right before it is read, and for all entries but
   /// `.` and `..`, those with a dot at their start included; for a wildcard in the middle of a
   /// pattern, for the directories and links that match it. What a pattern spells out isn't asked
-  /// about. In a directory that is taken without recursion, the last component of the pattern
-  /// selects files as above it, and directories are asked about in their turn.
+  /// about. No answer leads to what is never visited, such as a pipe, nor through a link to a
+  /// directory, unless the pattern has a component behind it. In a directory that is taken without
+  /// recursion, the last component of the pattern selects files as above it, and directories are
+  /// asked about in their turn.
   void SetOnSelectingFiles(EntryFunction function);
   EntryFunction GetOnSelectingFiles() const;
-  void SetOnSelectingFilesClosure(EntryClosure closure);
+  void SetOnSelectingFilesClosure(EntryClosure closure) {
+    SetOnSelectingFilesCall(detail::ToCall<EntryFunction>(std::move(closure)));
+  }
   template <class Callable, class = detail::EnableForClosure<Callable>>
   void SetOnSelectingFilesClosure(Callable callable) {
-    SetOnSelectingFilesClosure(detail::ToClosure<EntryClosure>(std::move(callable)));
+    SetOnSelectingFilesClosure(detail::ToClosure<EntryFunction, EntryClosure>(std::move(callable)));
   }
-  EntryClosure GetOnSelectingFilesClosure() const;
+  EntryClosure GetOnSelectingFilesClosure() const {
+    return detail::FromCall<EntryFunction, EntryClosure>(GetOnSelectingFilesCall());
+  }
 
  private:
   friend REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out,
                                                     const RegularExpression& object);
   friend REGEXCLASS_EXPORT std::istream& operator>>(std::istream& in, RegularExpression& object);
+
+  void SetOnMatchingCall(detail::Call<MatchFunction> call);
+  detail::Call<MatchFunction> GetOnMatchingCall() const;
+  void SetOnSearchingCall(detail::Call<MatchFunction> call);
+  detail::Call<MatchFunction> GetOnSearchingCall() const;
+  void SetOnGreppingCall(detail::Call<WalkFunction> call);
+  detail::Call<WalkFunction> GetOnGreppingCall() const;
+  void SetOnGreppingFilesCall(detail::Call<FileMatchFunction> call);
+  detail::Call<FileMatchFunction> GetOnGreppingFilesCall() const;
+  void SetOnFindFilesCall(detail::Call<FileFunction> call);
+  detail::Call<FileFunction> GetOnFindFilesCall() const;
+  void SetOnMergingCall(detail::Call<WalkFunction> call);
+  detail::Call<WalkFunction> GetOnMergingCall() const;
+  void SetOnChangingFilesCall(detail::Call<FileMatchFunction> call);
+  detail::Call<FileMatchFunction> GetOnChangingFilesCall() const;
+  void SetOnSelectingFilesCall(detail::Call<EntryFunction> call);
+  detail::Call<EntryFunction> GetOnSelectingFilesCall() const;
 
   const std::unique_ptr<ExpressionState> state;
 };

@@ -10,11 +10,11 @@ namespace {
 
 constexpr std::string_view kNames[] = {
     "CloseHandle",
-    "CopyFileW",
     "CreateFileW",
     "DeleteFileW",
     "FindFirstFileExW",
     "FindFirstFileW",
+    "FindFirstStreamW",
     "FindNextFileW",
     "FlushFileBuffers",
     "GetFileAttributesW",

@@ -100,7 +100,8 @@ class Recorder {
 
 inline std::string Merged(RE& re) {
   std::string out = "old";
-  re.Merge(out);
+  const bool good = re.ParseExpression() == RE::NoError;
+  EXPECT_EQ(re.Merge(out), good);
   return out;
 }
 inline std::string Formatted(const RE& re) {

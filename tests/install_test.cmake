@@ -53,6 +53,25 @@ run(${CXX} -std=c++17 ${cxx_flags} ${WORK}/program.cpp ${pc_flags} -Wl,-rpath,${
 run(${WORK}/by-pkg-config)
 expect_greeting()
 
+# A program built apart from the library: with another Boost.Function, and with its own idea of the
+# exception that passes to it.
+run(${CXX} -std=c++17 ${cxx_flags} -I${SOURCE}/tests/consumer/another-boost
+  ${SOURCE}/tests/consumer/apart.cpp ${pc_flags} -Wl,-rpath,${lib_dir} -o ${WORK}/apart)
+run(${WORK}/apart)
+
+if(NOT STATIC)
+  run(nm -D --defined-only --demangle ${lib_dir}/libregexclass.so)
+  if(NOT output MATCHES " typeinfo for boost::regex_error")
+    message(FATAL_ERROR "the exception's type is hidden")
+  endif()
+  string(REGEX REPLACE "[^\n]+ (typeinfo |typeinfo name |vtable )?(for )?RegexClass::[^\n]*\n" "" output "${output}")
+  string(REGEX REPLACE "[^\n]+ typeinfo (name )?for boost::regex_error[^\n]*\n" "" output "${output}")
+  string(REGEX REPLACE "[^\n]+ A REGEXCLASS_[^\n]*\n" "" output "${output}")
+  if(output)
+    message(FATAL_ERROR "the library shows what isn't its own:\n${output}")
+  endif()
+endif()
+
 if(EXISTS ${WORK}/prefix/bin/regexclass)
   run(${WORK}/prefix/bin/regexclass grep -o a+n -t banana)
   foreach(file share/man/man1/regexclass.1 share/bash-completion/completions/regexclass)

@@ -9,7 +9,7 @@
 
 #include "LocaleTestHelpers.hpp"
 #include "SystemCalls.hpp"
-#include "object/ResourceMessages.hpp"
+#include "catalogues/ResourceMessages.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -109,8 +109,8 @@ TEST_P(Locale, TellsTheEngineTheTextsOfTheCatalogue) {
       {"[b-a]", "T211; alles:'[b-a]!'.", RE::NormalSyntax},
       {"([z-a", "T207; alles:'(![z-a'.", RE::NormalSyntax},
       {"(?<=a*)b", "T202", RE::NormalSyntax},
-      {"0123456789ab)0123456789ab", "T208; ein Teil:'23456789ab!)012345678'.", RE::NormalSyntax},
-      {"a\\)", "T208; alles:'a!\\)'.", RE::BasicSyntax},
+      {"0123456789ab)0123456789ab", "T216; ein Teil:'23456789ab!)012345678'.", RE::NormalSyntax},
+      {"a\\)", "T216; alles:'a!\\)'.", RE::BasicSyntax},
       {"a+[\\]\\{x\\}", "T210; alles:'a+[\\]\\{!x\\}'.", RE::BasicSyntax},
   };
   for (const auto& [expression, text, syntax] : cases) {

@@ -2,16 +2,19 @@
 // The operations on a string, against walks by hand, and what a subscriber may do to them.
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 
-#include <boost/regex.hpp>
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
-#include "engine/CandidateFinder.hpp"
+#include "engine/boost/BoostRegex.hpp"
+#include "engine/boost/ProgramMending.hpp"
+#include "engine/search/CandidateFinder.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -45,7 +48,7 @@ std::string Sequence(Random& random) {
 }
 
 /// Makes every search use a finder, with windows smaller than the texts here, or none.
-void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5}; }
+void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5, 0}; }
 
 std::size_t Begin(const Report& report) {
   return static_cast<std::size_t>(report.matches[0].position);
@@ -75,28 +78,37 @@ Report ReportOf(const boost::cmatch& match, const std::string& text, std::size_t
   return report;
 }
 
-/// The walk as the header tells it, step by step with a search of its own for each.
+/// The walk through a text of `size` bytes as the header tells it, step by step with a search of
+/// its own for each: `find` is told where the match before ended, from where on to search, and
+/// whether to find there alone what isn't empty. It gives the offsets of a match.
+using Span = std::pair<std::size_t, std::size_t>;
+using Find = std::function<std::optional<Span>(std::size_t, std::size_t, bool)>;
+void Walk(std::size_t size, const Find& find) {
+  std::optional<Span> last, here;
+  std::size_t done = 0;
+  while (!last || done < size || here) {
+    const bool wasEmpty = last && last->first == last->second;
+    here = wasEmpty ? find(done, done, true) : std::nullopt;
+    last = here ? here : find(done, done + (wasEmpty ? 1 : 0), false);
+    if (!last) break;
+    done = last->second;
+  }
+}
+
+/// The same by the engine.
 std::vector<Report> Walk(const boost::regex& regex, const std::string& text) {
   std::vector<Report> reports;
   const char* const begin = text.data();
-  const char* const end = begin + text.size();
-  std::size_t done = 0;   // end of the match before
-  bool wasEmpty = false;  // and whether that was empty
-  bool insisted = false;  // and whether it was found where an empty one had been
-  while (reports.empty() || done < text.size() || insisted) {
+  Walk(text.size(), [&](std::size_t done, std::size_t from, bool here) -> std::optional<Span> {
     boost::cmatch match;
-    insisted =
-        wasEmpty && boost::regex_search(begin + done, end, match, regex,
-                                        boost::match_not_null | boost::match_continuous, begin);
-    const std::size_t from = done + (wasEmpty && !insisted ? 1 : 0);
-    if (!insisted &&
-        !boost::regex_search(begin + from, end, match, regex, boost::match_default, begin)) {
-      break;
+    const auto flags = boost::match_not_null | boost::match_continuous;
+    if (!boost::regex_search(begin + from, begin + text.size(), match, regex,
+                             here ? flags : boost::match_default, begin)) {
+      return std::nullopt;
     }
     reports.push_back(ReportOf(match, text, done));
-    done = End(reports.back());
-    wasEmpty = match.length() == 0;
-  }
+    return Span(Begin(reports.back()), End(reports.back()));
+  });
   return reports;
 }
 
@@ -144,7 +156,8 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     UseFinder(random.Flip());
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;
-    const boost::regex regex(expression);
+    boost::regex regex(expression);
+    engine::ProgramMender<boost::regex::traits_type>(regex).Run();
     const std::vector<Report> walk = Walk(regex, text);
     const bool context = random.Flip();
     const auto told = [&](std::vector<Report> reports) {
@@ -236,6 +249,182 @@ TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
   UseFinder(false);
 }
 
+/// An expression, and a slow matcher of it, which tries all ways one after the other.
+struct Part {
+  using Then = std::function<bool(std::size_t)>;  // whether the rest matches from there on
+  std::string notation;
+  bool canBeEmpty;
+  std::function<bool(const std::string&, std::size_t, const Then&)> match;
+};
+
+/// What is allowed where in an expression.
+struct Place {
+  bool perl;
+  bool icase;
+};
+
+Part Character(Random& random, const Place& place) {
+  static const char* const kNotations[] = {"a", "b", "B", "e", "[ab]", "[^a]", "\\n", ".", "\\X"};
+  const std::size_t kind = random.Below(place.perl ? 9 : 8);
+  return {kNotations[kind], false, [kind, icase = place.icase](auto& text, auto at, auto& then) {
+            if (at == text.size()) return false;
+            const int c = icase ? std::tolower(text[at]) : text[at];
+            const bool is[] = {c == 'a',
+                               c == 'b',
+                               c == (icase ? 'b' : 'B'),
+                               c == 'e',
+                               c == 'a' || c == 'b',
+                               c != 'a',
+                               c == '\n',
+                               true,
+                               true};
+            return is[kind] && then(at + 1);
+          }};
+}
+
+Part Assertion(Random& random, const Place& place) {
+  static const char* const kNotations[] = {"^", "$", "\\b", "\\<", "\\>", "\\B", "\\Z"};
+  const std::size_t kind = random.Below(place.perl ? 7 : 5);
+  return {kNotations[kind], true, [kind](auto& text, auto at, auto& then) {
+            const auto isWord = [&](std::size_t i) {
+              return i < text.size() && std::isalpha(text[i]);
+            };
+            const auto ends = [&](std::size_t i) { return text[i] == '\n' || text[i] == '\f'; };
+            const bool before = isWord(at - 1), behind = isWord(at);
+            const bool holds[] = {at == 0 || ends(at - 1),
+                                  at == text.size() || ends(at),
+                                  before != behind,
+                                  !before && behind,
+                                  before && !behind,
+                                  before == behind,
+                                  text.find_first_not_of("\n\f", at) == text.npos};
+            return holds[kind] && then(at);
+          }};
+}
+
+struct Times {
+  const char* notation;
+  std::size_t least, most;
+};
+bool Repeats(const Part& part, const Times& times, bool lazy, std::size_t count,
+             const std::string& text, std::size_t at, const Part::Then& then) {
+  const auto onceMore = [&] {
+    return count < times.most && part.match(text, at, [&](std::size_t end) {
+      return Repeats(part, times, lazy, count + 1, text, end, then);
+    });
+  };
+  if (count < times.least) return onceMore();
+  return lazy ? then(at) || onceMore() : onceMore() || then(at);
+}
+
+Part Repeat(Random& random, const Place& place, const Part& part) {
+  static constexpr Times kTimes[] = {{"*", 0, 99},    {"+", 1, 99},    {"?", 0, 1},
+                                     {"{2,3}", 2, 3}, {"{1,2}", 1, 2}, {"{0,3}", 0, 3},
+                                     {"{2}", 2, 2},   {"{3,6}", 3, 6}};
+  const Times& times = kTimes[random.Below(std::size(kTimes))];
+  const bool lazy = place.perl && random.Flip();
+  return {part.notation + times.notation + (lazy ? "?" : ""), times.least == 0,
+          [=](auto& text, auto at, auto& then) {
+            return Repeats(part, times, lazy, 0, text, at, then);
+          }};
+}
+
+/// One behind the other.
+Part Both(const Part& one, const Part& other) {
+  return {one.notation + other.notation, one.canBeEmpty && other.canBeEmpty,
+          [=](auto& text, auto at, auto& then) {
+            return one.match(text, at,
+                             [&](std::size_t end) { return other.match(text, end, then); });
+          }};
+}
+
+Part Pattern(Random& random, const Place& place, int depth) {
+  const std::size_t kind = depth == 0 ? random.Below(3) : random.Below(8);
+  if (kind == 0) return Assertion(random, place);
+  if (kind == 1) return Character(random, place);
+  if (kind == 2) return Repeat(random, place, Character(random, place));
+  if (kind == 3) {
+    static const char* const kOpen[] = {"(", "(?:", "(?i:", "(?-i:"};
+    const std::size_t which = place.perl ? random.Below(4) : 0;
+    Part part = Pattern(random, {place.perl, which < 2 ? place.icase : which == 2}, depth - 1);
+    part.notation = kOpen[which] + part.notation + ")";
+    return part.canBeEmpty ? part : Repeat(random, place, part);
+  }
+  const Part one = Pattern(random, place, depth - 1), other = Pattern(random, place, depth - 1);
+  if (kind == 4) {
+    return {"(" + one.notation + "|" + other.notation + ")", one.canBeEmpty || other.canBeEmpty,
+            [=](auto& text, auto at, auto& then) {
+              return one.match(text, at, then) || other.match(text, at, then);
+            }};
+  }
+  return Both(one, other);
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != text.npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+TEST(Strings, AreMatchedAsASlowMatcherDoes) {
+  Random random(5);
+  for (int i = 0; i < Cases(10000); ++i) {
+    const Place place = {random.Below(4) != 0, random.Below(4) == 0};
+    Part part = Pattern(random, place, 3);
+    if (random.Flip()) {
+      part = Both(Repeat(random, place, Character(random, place)), part);
+    }
+    const std::string text = random.Text(random.Flip() ? "ab" : "aabbeAB \n\f", 9);
+    UseFinder(random.Flip());
+    RE re;
+    const bool wide = random.Flip();
+    if (wide) re.SetLocaleModel(RE::UnicodeLocale);
+    const auto told = [wide](const std::string& notation) {
+      return wide ? Replaced(notation, "e", "\u00E9") : notation;
+    };
+    re.SetExpression(told(part.notation));
+    re.SetStringToMatch(told(text));
+    if (!place.perl) re.AddExpressionOption(RE::ExtendedSyntax);
+    if (place.icase) re.AddExpressionOption(RE::Icase);
+    if (re.ParseExpression() != RE::NoError) continue;
+    SCOPED_TRACE(testing::Message() << part.notation << " on " << text);
+    std::string expected;
+    std::optional<Span> first;
+    Walk(text.size(), [&](std::size_t done, std::size_t from, bool here) {
+      std::optional<Span> found;
+      for (std::size_t at = from; !found && at <= (here ? from : text.size()); ++at) {
+        part.match(text, at, [&](std::size_t end) {
+          if (here && end == at) return false;
+          if (!found || end > found->second) found = {at, end};
+          return place.perl;  // or else each end is looked at
+        });
+      }
+      if (found && !first) first = found;
+      if (found) {
+        const auto [begin, end] = *found;
+        expected += text.substr(done, begin - done) + '<' + text.substr(begin, end - begin) + '>';
+      } else if (!here) {
+        expected += text.substr(done);
+      }
+      return found;
+    });
+    re.SetMergeCopy(true);
+    re.SetFormatString("<$&>");
+    std::vector<REMatch> match;
+    try {
+      ASSERT_EQ(Merged(re), told(expected));
+      re.AddMatchOption(RE::MatchAny);
+      ASSERT_EQ(re.Search(match), first.has_value());
+    } catch (const std::runtime_error&) {
+      continue;  // the engine gives up, about once in a million cases
+    }
+    const std::string begin = told(text.substr(0, first ? first->first : 0));
+    ASSERT_TRUE(!first || match[0].position == static_cast<int>(begin.size()));
+  }
+  UseFinder(false);
+}
+
 /// Runs each operation that raises an event on a string, by its number.
 constexpr int kOperations = 5;
 void Raise(RE& re, int operation) {
@@ -247,6 +436,7 @@ void Raise(RE& re, int operation) {
 }
 
 TEST(Strings, AreLeftFitByWhatThrows) {
+  UseFinder(false);  // which may find out that there is no match
   for (int operation = 0; operation < kOperations; ++operation) {
     SCOPED_TRACE(operation);
     RE re = Make("a+", "aa");
@@ -273,6 +463,18 @@ TEST(Strings, AreLeftFitByWhatThrows) {
   EXPECT_THROW(Merged(re), boost::regex_error);  // the second match begins in the first
   re = Make("(?=ab\\K)", "ab");
   EXPECT_THROW(re.Search(), boost::regex_error);  // ends before it begins
+  re = Make("a", "aa");
+  for (const std::string scope : {"(", "?0"}) {
+    std::string format;
+    for (int i = 0; i < 1000000; ++i) format += scope;  // more than the stack holds
+    re.SetFormatString(format);
+    EXPECT_THROW(Merged(re), boost::regex_error);
+    re.SetOnMergingClosure([](auto&&...) {});
+    EXPECT_THROW(Merged(re), boost::regex_error);
+    re.SetOnMergingClosure(nullptr);
+  }
+  re.SetFormatString(std::string(100, '(') + "x" + std::string(100, ')') + "\\((?0y)");
+  EXPECT_EQ(Merged(re), "x(yx(y");
 }
 
 TEST(Strings, AreWalkedByWhatTheWalkStartedWith) {
@@ -303,6 +505,11 @@ TEST(Strings, AreWalkedByWhatTheWalkStartedWith) {
     }
     EXPECT_EQ(calls, 2);
   }
+  RE re = Make("a", "banana");
+  re.SetFormatString("x");
+  int calls = 0;
+  re.SetOnMergingClosure([&](RE* object, auto&&...) { object->SetMergeCopy(++calls > 1); });
+  EXPECT_EQ(Merged(re), "xxananx");
 }
 
 TEST(Strings, KeepTheReportInHandDuringASearch) {
@@ -316,6 +523,8 @@ TEST(Strings, KeepTheReportInHandDuringASearch) {
   const std::vector<Report> reports = recorder.Reports();
   ASSERT_EQ(reports.size(), 4U);
   for (const int i : {0, 2}) EXPECT_EQ(reports[i].matches, reports[i + 1].matches);
+  EXPECT_EQ(reports[2].line, 2U);
+  EXPECT_EQ(reports[3].line, 1U);  // of the inner match
 }
 
 TEST(Strings, GiveTheirMatchesBackWhateverASubscriberDoes) {

@@ -49,13 +49,21 @@ void CheckSlots(void (RE::*setFunction)(F), F (RE::*getFunction)() const, void (
   assigned = re;
   holds(assigned, &Function, false, 0);
   (re.*setClosure)(Counter());
+  (re.*setClosure)((re.*getClosure)());  // what comes out is what went in
+  EXPECT_NE((re.*getClosure)().template target<Counter>(), nullptr);
   holds(re, nullptr, true, 1);
   (re.*setFunction)(nullptr);  // nor does a null function
   holds(re, nullptr, true, 1);
   re.SetReportContext(!RE().GetReportContext());
+  re.SetKeepCopies(!RE().GetKeepCopies());
+  re.SetChangeHardLinks(!RE().GetChangeHardLinks());
+  re.SetSyncTogether(!RE().GetSyncTogether());
   const RE copy(re);
   assigned = re;
-  EXPECT_FALSE(copy.GetReportContext() || assigned.GetReportContext());
+  for (const RE* const taken : std::initializer_list<const RE*>{&copy, &assigned}) {
+    EXPECT_TRUE(!taken->GetReportContext() && taken->GetKeepCopies());
+    EXPECT_TRUE(taken->GetChangeHardLinks() && taken->GetSyncTogether());
+  }
   EXPECT_TRUE(copy == RE());  // the slots don't count in a comparison
   holds(assigned, nullptr, true, 3);
   (re.*setClosure)(C());
@@ -91,6 +99,8 @@ TEST(Notifications, KeepWhatAClosureChangesInItselfUnlessAWalkClonesIt) {
   EXPECT_EQ(closure.target<Counter>()->calls, 2);
   RE::WalkClosure walkClosure = re.GetOnGreppingClosure();
   EXPECT_EQ(walkClosure.target<Counter>()->calls, 0);
+  re.SetOnMatchingClosure(boost::function<std::remove_pointer_t<RE::MatchFunction>>(Counter()));
+  EXPECT_NE(re.GetOnMatchingClosure().target<Counter>(), nullptr);
   re.SetOnMatchingClosure(nullptr);
   re.SetOnGreppingClosure(std::function<void(RE*, const std::vector<REMatch>&, int, int, bool&)>());
   EXPECT_TRUE(re.GetOnMatchingClosure().empty() && re.GetOnGreppingClosure().empty());

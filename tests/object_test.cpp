@@ -1,15 +1,20 @@
 // SPDX-License-Identifier: BSL-1.0
 // What an object remembers of its compiles, and what a copy takes over of it.
 
+#include <algorithm>
 #include <functional>
 #include <locale>
 #include <memory>
+#include <new>
 
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
 
 namespace RegexClass::test {
+
+extern int allocationsLeft;  // until there is no memory; below 0 for all
+
 namespace {
 
 /// Groups that the object knows of without compiling.
@@ -104,19 +109,23 @@ TEST(Object, MovesWithAllThatItHas) {
 
 TEST(Object, KeepsARecordForEachModel) {
   RE re = Make("(", "");
+  const auto tells = [&re](bool failure) {
+    EXPECT_EQ(!re.GetExpressionError().empty(), failure);
+    EXPECT_EQ(re.GetExpressionErrorPosition(), failure ? 1 : -1);
+  };
   re.SetLocaleModel(RE::W32Locale);
   EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
   re.SetLocaleModel(RE::CLocale);
-  EXPECT_EQ(re.GetExpressionError(), "");
+  tells(false);
   EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
   re.SetLocaleModel(RE::W32Locale);
-  EXPECT_NE(re.GetExpressionError(), "");
+  tells(true);
   re.SetExpression("(a)(b)");
-  EXPECT_EQ(re.GetExpressionError(), "");
+  tells(false);
   for (const auto model : {RE::CppLocale, RE::W32Locale, RE::CLocale}) {
     re.SetLocaleModel(model);
     EXPECT_EQ(re.NumberOfSubexpressions(), 2U);
-    EXPECT_EQ(re.GetExpressionError(), "");
+    tells(false);
   }
   re.SetExpression("(");
   EXPECT_EQ(re.NumberOfSubexpressions(), 0U);
@@ -128,7 +137,9 @@ TEST(Object, KeepsARecordForEachModel) {
   EXPECT_EQ(re.NumberOfSubexpressions(), 0U);
   re.SetExpression("(");
   EXPECT_EQ(re.ParseExpression(), RE::UnmatchedParenthesis);
-  EXPECT_EQ(re.GetExpressionError(), "");
+  tells(false);
+  re = Make("(?<=a*)b", "");  // the engine doesn't know where
+  EXPECT_TRUE(re.ParseExpression() == RE::BadPattern && re.GetExpressionErrorPosition() == -1);
 
   // An assignment makes all of them compile again.
   const RE other = Make("(x)", "");
@@ -158,6 +169,64 @@ TEST(Object, CopiesNotificationsButNoLocale) {
     EXPECT_TRUE(re->Search());
     EXPECT_EQ(recorder.Reports().size(), 1U);
   }
+}
+
+/// Lets `act` run out of memory at its first allocation, its second, and so on, until it needs no
+/// more; `prepare` is called before each time, and `check` behind each with whether it ran out.
+void RunOutOfMemory(const std::function<void()>& prepare, const std::function<void()>& act,
+                    const std::function<void(bool)>& check) {
+  bool out = true;
+  for (int count = 0; out; ++count) {
+    prepare();
+    try {
+      allocationsLeft = count;
+      act();
+      out = false;
+    } catch (const std::bad_alloc&) {
+    }
+    allocationsLeft = -1;
+    check(out);
+  }
+}
+
+TEST(Object, StaysWholeWithoutMemory) {
+  const RE other = Make(std::string(99, 'b') + "|\\.", std::string(99, 'c'));
+  const std::function<void(RE&)> changes[] = {
+      [](RE& re) { re.AddExpressionOption(RE::BasicSyntax); },
+      [](RE& re) { re.AddExpressionOption(RE::AwkSyntax); },
+      [](RE& re) { re.DeleteExpressionOption(RE::EgrepSyntax); },
+      [](RE& re) { re.AddMatchOption(RE::MatchDefault); },
+      [](RE& re) { re.DeleteMatchOption(RE::MatchNotBol); },
+      [&other](RE& re) { re = other; },
+  };
+  for (const auto& change : changes) {
+    RE before = Make("\\(a|^a\\)+", "aa+");
+    before.AddExpressionOption(RE::EgrepSyntax);
+    before.AddMatchOption(RE::MatchNotBol);
+    RE after = before, re;
+    change(after);
+    RunOutOfMemory([&] { (re = before).ParseExpression(); }, [&] { change(re); },
+                   [&](bool out) {
+                     RE& same = out ? before : after;
+                     EXPECT_EQ(re, same);
+                     EXPECT_EQ(re.Search(), same.Search());
+                     EXPECT_EQ(re.ParseExpression(), same.ParseExpression());
+                   });
+  }
+
+  // A compile under a facet that nobody else has, and others behind it.
+  int asked = 0;
+  const auto compile = [&asked](RE& re) {
+    re = Make("[a-c]+", "b");
+    re.AddExpressionOption(RE::ExtendedSyntax);
+    re.SetLocale(std::locale(std::locale(), std::make_unique<Collation>(asked).release()));
+  };
+  std::vector<RE> objects(9);
+  RunOutOfMemory([&] { compile(objects[0]); }, [&] { objects[0].ParseExpression(); },
+                 [&](bool) {
+                   std::for_each(objects.begin() + 1, objects.end(), compile);
+                   for (RE& each : objects) EXPECT_TRUE(each.Search());
+                 });
 }
 
 TEST(Object, RefusesWhatWouldTakeTheStack) {

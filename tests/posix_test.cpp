@@ -7,11 +7,13 @@
 #include <cstring>
 #include <fcntl.h>
 #include <glob.h>
+#include <linux/fs.h>
 #include <locale>
 #include <map>
 #include <set>
 #include <sstream>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -90,7 +92,9 @@ TEST(PosixFiles, AreSelectedAsGlobSelectsThem) {
     std::copy_if(all.gl_pathv, all.gl_pathv + all.gl_pathc, std::inserter(expected, expected.end()),
                  [](const char* name) { return fs::is_regular_file(name); });
     ::globfree(&all);
-    EXPECT_EQ(Found(Walker("x", pattern)), Texts(expected.begin(), expected.end())) << pattern;
+    const Texts found = Found(Walker("x", pattern));
+    EXPECT_EQ(found, Texts(expected.begin(), expected.end())) << pattern;
+    EXPECT_EQ(found, Walker("", pattern).SelectFiles()) << pattern;
   }
   fs::create_directory("gone");
   EXPECT_EQ(Found(Walker("x", "gone/*")), Texts());
@@ -147,7 +151,9 @@ TEST(PosixFiles, AreThoseOfTheDirectoryThatWasListed) {
 
 TEST(PosixFiles, AreReadThoughTheSystemMakesThemUp) {
   const std::string online = "/sys/devices/system/cpu/online";  // tells too large a size
-  EXPECT_EQ(Grepped(Walker(".+", online)), (Texts{online + ":1:0:" + ReadFile(online)}));
+  if (fs::exists(online)) {
+    EXPECT_EQ(Grepped(Walker(".+", online)), (Texts{online + ":1:0:" + ReadFile(online)}));
+  }
   EXPECT_EQ(Found(Walker(".{99999}", "/proc/kallsyms")).empty(),  // tells the size 0
             ReadFile("/proc/kallsyms").size() < 99999);
   EXPECT_EQ(Found(Walker("x", "/proc/self/mem")), (Texts{"/proc/self/mem: read: 5"}));
@@ -167,12 +173,21 @@ TEST(PosixFiles, WithoutPermissionAreListed) {
       RE re = Walker("x", "d/shut/*;*;closed", true);
       re.SetContinueFiles(goOn);
       for (const std::string& line : Log(re, false)) text += line + '\n';
+      re.SelectFiles();  // fails on directories alone
+      for (const auto& problem : *re.GetSelectFilesErrors()) text += problem.file + ' ';
+      re.ChangeFiles();
+      for (const auto& problem : *re.GetChangeFilesErrors()) {
+        if (problem.kind == RE::OpenFileFailed) text += problem.file + '!';
+      }
+      text += '\n';
     }
     return text;
   });
   EXPECT_EQ(log,
             "d/open\nlast/f\nd/shut: open: 13\nclosed: open: 13\nd/secret: open: 13\n"
-            "d/listed/f: open: 13\nd/listed/l: open: 13\npassable: open: 13\nd/shut: open: 13\n");
+            "d/listed/f: open: 13\nd/listed/l: open: 13\npassable: open: 13\n"
+            "d/shut d/listed/l passable d/shut!closed!d/secret!d/listed/f!passable!\n"
+            "d/shut: open: 13\nd/shut d/shut!\n");
   EXPECT_EQ(std::system("chmod -R u+rwx ."), 0);
 }
 
@@ -194,19 +209,162 @@ TEST(PosixChangeFiles, ChangesARealTreeAsPerlDoes) {
 }
 
 TEST(PosixChangeFiles, ChangesALinkOnlyForOneWhoNamesIt) {
-  Changer c("y", "z", {{"e", "y"}});
-  fs::create_symlink("here/e", "../link");
-  fs::create_directory_symlink("here", "../to-here");
-  for (const char* const found : {"../l*", "../to*/e"}) {
-    c.re.SetFilesToMatch(found);
+  // A pattern, whether it recurses, and how often it comes to the one file.
+  const std::tuple<const char*, bool, unsigned> cases[] = {
+      {"../l*", false, 0},   {"../to*/e", false, 0},        {"../[t]o/e", false, 0},
+      {"../link", false, 1}, {"../to/e", false, 1},         {"../l*;../here/*", false, 1},
+      {"../*/e", false, 1},  {"../l*;e;../link", false, 1}, {"../link;e", false, 1},
+      {"../*", true, 1}};
+  for (const auto& [pattern, recursion, count] : cases) {
+    SCOPED_TRACE(pattern);
+    Changer c("y", "z", {{"e", "y"}});
+    fs::create_symlink("here/e", "../a-link");
+    fs::create_symlink("here/e", "../link");
+    fs::create_directory_symlink("here", "../a-to");
+    fs::create_directory_symlink("here", "../to");
+    c.re.SetFilesToMatch(pattern);
+    c.re.SetDirectoryRecursion(recursion);
     EXPECT_EQ(1U, c.re.FindFiles());
+    EXPECT_EQ(count, c.re.ChangeFiles());
+    EXPECT_EQ(count == 1 ? "z" : "y", ReadFile("e"));
+    EXPECT_TRUE(fs::is_symlink("../link"));
+    EXPECT_TRUE(c.Problems().empty());
+  }
+}
+
+/// The calls that matter for what is left after a power loss, from `run`, with their descriptors as
+/// letters in their order; those that come again at once are one.
+template <class Run>
+std::string CallsForTheDevice(Run run) {
+  std::string calls;
+  std::map<Word, char> letters;
+  const HookedSystemCalls hooked([&](std::string_view name, Words& w) {
+    std::string call;
+    if (name == "write" || name == "fdatasync") {
+      call = std::string(name) +
+             letters.emplace(w[0], static_cast<char>('a' + letters.size())).first->second + ' ';
+    }
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): words of a system call are pointers, too
+    if (name.substr(0, 8) == "renameat")
+      call = reinterpret_cast<const char*>(w[3]) + std::string(" ");
+    if (name == "syncfs" || name == "fallocate") call = std::string(name) + ' ';
+    if (calls.size() < call.size() || calls.substr(calls.size() - call.size()) != call)
+      calls += call;
+    return 0;
+  });
+  run();
+  return calls;
+}
+
+TEST(PosixChangeFiles, BringsContentsToTheDeviceBeforeTheirNames) {
+  // Whether copies are saved, and files wait for each other. The first that is written to is the
+  // temporary file.
+  const std::tuple<bool, bool, const char*> cases[] = {
+      {false, false, "writea writeb fdatasyncb f writea writeb fdatasyncb g "},
+      {true, false,
+       "writea writeb writec fdatasyncc fdatasyncb f.b f writea writeb writec fdatasyncc "
+       "fdatasyncb g.b g "},
+      {true, true, "writea writeb writec writed writee writef syncfs f.b f g.b g "}};
+  for (const auto& [copies, together, calls] : cases) {
+    Changer c("x", "y", {{"f", "x"}, {"g", "x"}});
+    c.re.SetSaveExtension(copies ? "b" : "");
+    c.re.SetSyncTogether(together);
+    EXPECT_EQ(calls, CallsForTheDevice([&] { EXPECT_EQ(2U, c.re.ChangeFiles()); }));
+  }
+}
+
+std::string FirstProblem(const Changer& c) {
+  return c.Problems().empty() ? "" : Line(c.Problems()[0]);
+}
+
+TEST(PosixChangeFiles, LeavesAloneWhatOthersSteer) {
+  Changer c("x", "y", {{"f", "x"}, {"f.b", "x"}});
+  c.re.SetSaveExtension("b");
+  c.re.SetKeepCopies(true);
+  fs::create_hard_link("f", "../f");
+  c.re.SetFilesToMatch("*");
+  EXPECT_EQ(0U, c.re.ChangeFiles());
+  EXPECT_EQ("f kind 6 at 0  error 31", FirstProblem(c));
+  c.re.SetFilesToMatch("f");
+  EXPECT_EQ(1U, c.re.ChangeFiles());  // the copy is there already
+  EXPECT_EQ("y", ReadFile("../f"));
+  c.re.SetFilesToMatch("*");
+  c.re.SetChangeHardLinks(true);
+  c.re.SetExpression("y|z");
+  c.re.SetFormatString("z");
+  EXPECT_EQ(0U, c.re.ChangeFiles());
+  EXPECT_EQ("f.b kind 5 at 0  error 17", FirstProblem(c));
+  fs::remove("f.b");
+  EXPECT_EQ(1U, c.re.ChangeFiles());
+  EXPECT_EQ("y", ReadFile("f.b"));
+  {  // one that comes in between
+    c.re.SetFormatString("w");
+    fs::remove("f.b");
+    const HookedSystemCalls hooked([&](std::string_view name, Words&) {
+      if (name == "fdatasync") WriteFile("f.b", "-");
+      return name == "renameat2" ? EINVAL : 0;
+    });
     EXPECT_EQ(0U, c.re.ChangeFiles());
   }
-  EXPECT_TRUE(c.Problems().empty());
-  c.re.SetFilesToMatch("../link");
+  EXPECT_EQ("f.b kind 5 at 0  error 17", FirstProblem(c));
+  EXPECT_EQ((Files{{"f", "z"}, {"f.b", "-"}}), Contents());
+}
+
+TEST(PosixChangeFiles, RewritesAFileWithWhatIsNobodyElses) {
+  const std::tuple<const char*, const char*, std::size_t, const char*> cases[] = {
+      {"f", "s", 9, ""},
+      {"link", "s", 9, ""},
+      {"to/f", "s", 3, ""},
+      {"link", "s", 0, "link kind 0 at 0  error 40"},
+      {"to/f", "s", 1, "to/f kind 0 at 0  error 20"},
+      {"f", "slink", 9, "slink kind 0 at 0  error 40"},
+      {"f", "pipe", 9, "pipe kind 0 at 0  error 22"},
+      {"pipe", "s", 9, "pipe kind 0 at 0  error 22"},
+      {"f", "f", 9, "f kind 0 at 0  error 17"},
+      {"f", "", 9, " kind 0 at 0  error 2"},
+      {"f", "others", 9, "others kind 0 at 0  error 1"},
+      {"none", "s", 9, "none kind 0 at 0  error 2"},
+      {"closed", "s", 9, "closed kind 6 at 0  error 13"}};
+  const std::string text(100000, 's');
+  for (const auto& [name, source, named, told] : cases) {
+    Changer c("", "", {{"f", "x"}, {"s", text}, {"others", "o"}, {"closed", "x"}});
+    fs::create_symlink("f", "link");
+    fs::create_symlink("s", "slink");
+    fs::create_directory_symlink(".", "to");
+    ASSERT_EQ(0, mkfifo("pipe", 0600));
+    fs::permissions("closed", fs::perms(0444));
+    if (chown("others", 1234, 1234) != 0 && source == std::string("others")) continue;
+    EXPECT_EQ(*told == '\0', c.re.RewriteFile(name, source, named)) << name << source;
+    EXPECT_EQ(told, FirstProblem(c));
+    EXPECT_TRUE(ReadFile("f") == (*told == '\0' ? text : "x"));
+    EXPECT_TRUE(fs::is_symlink("link") && ReadFile("s") == text);
+  }
+}
+
+TEST(PosixChangeFiles, StaysWithinTheLimitsOfProcessAndDirectory) {
+  Changer c("x", "y", {{"large", "x" + std::string(50000, '.')}, {"log/f", "x"}});
+  EXPECT_EQ("temporary kind 3 at 30000  error 27", InChild([&] {
+              const rlimit limit = {30000, 30000};
+              ::setrlimit(RLIMIT_FSIZE, &limit);
+              c.re.ChangeFiles();
+              return FirstProblem(c);
+            }));
+  const int directory = open("log", O_RDONLY);
+  int flags = FS_APPEND_FL;
+  if (ioctl(directory, FS_IOC_SETFLAGS, &flags) != 0) GTEST_SKIP() << "needs root";
+  c.re.SetFilesToMatch("log/f");
   EXPECT_EQ(1U, c.re.ChangeFiles());
-  EXPECT_TRUE(fs::is_symlink("../link"));
-  EXPECT_EQ("z", ReadFile("e"));
+  c.re.SetExpression("y");
+  c.re.SetFormatString("z");
+  c.re.SetSaveExtension("b");
+  EXPECT_EQ(0U, c.re.ChangeFiles());
+  EXPECT_EQ("log/f.b kind 5 at 0  error 1", FirstProblem(c));
+  const Files after = Contents();
+  flags = 0;
+  EXPECT_EQ(0, ioctl(directory, FS_IOC_SETFLAGS, &flags));
+  close(directory);
+  EXPECT_EQ(2U, after.size());
+  EXPECT_EQ("y", after.at("log/f"));
 }
 
 TEST(PosixChangeFiles, GoesOnAfterInterruptions) {
@@ -251,8 +409,9 @@ TEST(PosixChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
     const bool owner = variant & 8;  // who is the file's, but not of its group
     Changer c("x", "y", {{"file", "x"}});
     if (linked) fs::create_hard_link("file", "../link");
+    c.re.SetChangeHardLinks(true);
     ASSERT_EQ(0, chown("file", 1234, 4321));
-    fs::permissions("file", fs::perms(owner ? 0750 : 06750));
+    fs::permissions("file", fs::perms(owner ? 0756 : 06750));
     const char* const lists[] = {"system.posix_acl_access", "system.posix_acl_default"};
     ASSERT_EQ(0, hasList ? setxattr("file", lists[0], list, sizeof list, 0) : 0);
     ASSERT_EQ(0, defaults ? setxattr(".", lists[1], list, sizeof list, 0) : 0);
@@ -266,14 +425,16 @@ TEST(PosixChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
     EXPECT_EQ("y", ReadFile("file"));
     EXPECT_EQ(before, Attributes("file"));
     const std::string text = hasList ? std::string(reinterpret_cast<const char*>(list), 44) : "";
-    EXPECT_EQ(owner ? "700 1234 999 1  "
+    EXPECT_EQ(owner ? (hasList ? "700" : "740") + std::string(" 1234 999 1  ")
                     : (hasList ? "744" : "750") + std::string(" 1234 4321 1 ") + text + ' ',
               Attributes("file.bak"));
   }
 }
 
-/// What fails once the match in file.txt is reported, and what is told of it. Without an error the
-/// file gets another name at the call, and the name another file.
+constexpr int kSwapped = 0, kAppended = -1;
+
+/// What fails once the match in file.txt is reported, and what is told of it. In place of an error
+/// the file gets another name at the call, and the name another file; or the file gets longer.
 struct Fault {
   std::string_view call;
   int error;
@@ -283,14 +444,21 @@ struct Fault {
 const Fault kFaults[] = {
     {"openat", EACCES, 0, 9, {"file.txt", RE::OpenFileFailed, 0, "", EACCES}},
     {"flock", EWOULDBLOCK, 0, 9, {"file.txt", RE::OpenFileFailed, 0, "", EWOULDBLOCK}},
+    {"openat", EPERM, 0, 1, {"file.txt", RE::ReplaceFileFailed, 0, "", EPERM}},  // to write
     {"mkostemp", ENOENT, 0, 9, {"NoName", RE::CreateTemporaryFailed, 0, "", ENOENT}},
     {"mkostemp", ENOENT, 0, 2, {}},
     {"write", EFBIG, 0, 9, {"temporary", RE::WriteTemporaryFailed, 20000, "", EFBIG}},
     {"write", ENOSPC, 0, 1, {}},
-    {"fallocate", ENOSPC, 0, 9, {"file.bak", RE::SaveCopyFailed, 0, "", ENOSPC}},
-    {"fallocate", ENOSPC, 1, 9, {"file.txt", RE::ReplaceFileFailed, 0, "", ENOSPC}},
+    {"fdatasync", EIO, 0, 1, {"file.bak", RE::SaveCopyFailed, 0, "", EIO}},
+    {"fdatasync", EIO, 1, 9, {"file.txt", RE::ReplaceFileFailed, 0, "", EIO}},
+    {"fdatasync", ENOSPC, 1, 9, {}},
+    {"fdatasync", EINVAL, 0, 9, {}},
+    {"fdatasync", kAppended, 0, 1, {"file.txt", RE::OpenFileFailed, 0, "", 0}},
+    {"renameat", kSwapped, 0, 1, {"file.txt", RE::ReplaceFileFailed, 0, "", ESTALE}},
+    {"renameat", kAppended, 0, 1, {"file.txt", RE::OpenFileFailed, 0, "", 0}},
+    // These two beside a second renameat that fails, so that the file is to be written over.
+    {"fallocate", ENOSPC, 0, 9, {"file.txt", RE::ReplaceFileFailed, 0, "", ENOSPC}},
     {"fallocate", EOPNOTSUPP, 0, 9, {}},
-    {"fallocate", 0, 1, 2, {"file.txt", RE::ReplaceFileFailed, 0, "", ESTALE}},
 };
 
 TEST(PosixChangeFiles, TellsWhatWentWrong) {
@@ -310,22 +478,28 @@ TEST(PosixChangeFiles, TellsWhatWentWrong) {
     c.re.SetFilesToMatch("file.txt");
     c.re.SetSaveExtension("bak");
     auto before = extent();
+    int renamed = 0;
     int calls = -1;  // none counts before the report
     c.re.SetOnChangingFilesClosure([&](auto&&...) { calls = 0; });
     const auto hook = [&](std::string_view name, Words& w) {
       EXPECT_TRUE(name != "flock" || w[1] == (LOCK_EX | LOCK_NB));
       const bool punches = name == "fallocate" && (w[1] & FALLOC_FL_PUNCH_HOLE) != 0;
+      if (name == "openat" && (w[2] & O_TMPFILE) == O_TMPFILE && fault.call == "mkostemp") {
+        return EOPNOTSUPP;
+      }
+      if (name == "renameat" && fault.call == "fallocate" && ++renamed == 2) return EBUSY;
       if (calls < 0 || name != fault.call || punches) return 0;
       if (calls++ < fault.from || calls > fault.to) return 0;
       if (name == "write") Halve(w);
       // Out of space when all is reserved, which is to be given back then.
       if (name == "fallocate") CallSystem(name, w);
-      if (fault.error == 0) {
+      if (fault.error == kSwapped) {
         fs::rename("file.txt", "aside");
         fs::copy_file("aside", "file.txt");
-        before = extent();
       }
-      return fault.error;
+      if (fault.error == kAppended) std::ofstream("file.txt", std::ios::app) << '!';
+      if (fault.error <= 0) before = extent();
+      return std::max(fault.error, 0);
     };
     const bool fine = told.file.empty();
     {
@@ -335,8 +509,14 @@ TEST(PosixChangeFiles, TellsWhatWentWrong) {
     EXPECT_EQ(fine ? "" : Line(told), c.Problems().empty() ? "" : Line(c.Problems()[0]));
     EXPECT_TRUE(fine || extent() == before);
     const std::string now = content(fine ? std::string(40000, 'n') : "match");
-    EXPECT_TRUE(ReadFile("file.txt") == now + std::string((1 << 20) - 45005, '\0'));
-    EXPECT_EQ(fine || told.kind == RE::ReplaceFileFailed, fs::is_regular_file("file.bak"));
+    EXPECT_TRUE(ReadFile("file.txt") ==
+                now + std::string((1 << 20) - 45005, '\0') + (fault.error == kAppended ? "!" : ""));
+    EXPECT_EQ(fine || fault.call == "renameat" || fault.call == "fallocate",
+              fs::is_regular_file("file.bak"));
+    for (const char* const name : {"file.txt", "file.bak"}) {  // the holes are kept
+      struct stat s = {};
+      EXPECT_TRUE(fault.error == kSwapped || stat(name, &s) != 0 || s.st_blocks < 512);
+    }
     EXPECT_TRUE(fs::is_empty("../tmp"));
   }
 }
@@ -379,6 +559,9 @@ class PosixLocale : public testing::TestWithParam<RE::LocaleModels>, protected S
 INSTANTIATE_TEST_SUITE_P(Model, PosixLocale, testing::Values(RE::CppLocale, RE::W32Locale));
 
 TEST_P(PosixLocale, HasItsLettersUnderEachModel) {
+#ifdef _LIBCPP_VERSION
+  GTEST_SKIP() << "the std::ctype of libc++ has no letters above 127";
+#endif
   // An expression, a text, and whether they match in the C locale and in the German one.
   const std::tuple<const char*, const char*, bool, bool> cases[] = {
       {"[[:alpha:]]", "\xE4", false, true}, {"[[:punct:]]", "\xA7", false, true},

@@ -10,8 +10,9 @@
 #include <gtest/gtest.h>
 
 #include "TestHelpers.hpp"
-#include "engine/Expression.hpp"
-#include "engine/SyntaxTranslation.hpp"
+#include "engine/boost/Traits.hpp"
+#include "engine/models/Models.hpp"
+#include "engine/syntax/SyntaxTranslation.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -166,6 +167,45 @@ TEST(Syntax, EverySwitchKeepsItsMeaningInEveryCombination) {
   }
 }
 
+// The end of a group that nothing has begun, behind an expression that is good.
+TEST(Syntax, TellsWhereAnExpressionIsBroken) {
+  Random random(2);
+  for (int i = 0; i < Cases(20000); ++i) {
+    const auto word = static_cast<std::uint32_t>(random.Below(0x400)) | kNoCollate;
+    const Dialect dialect(word, random);
+    const Text begin = dialect.Print("("), end = dialect.Print(")");
+    const Text row = dialect.Print(random.Text("ab\xDB.AG(((()))||**++{", 6));
+    if (!row) continue;
+    std::string good = "a" + *row;
+    if ((word & kNormal) == kNormal && random.Flip()) good = *begin + "?P<n>" + *end + good;
+    const auto compiler = CppModel().MakeCompiler();
+    Error error;
+    if (compiler->Compile(good, word, error) == nullptr) continue;
+    EXPECT_EQ(compiler->Compile(good + *end + "b", word, error), nullptr) << good;
+    EXPECT_EQ(error.code, ErrorCode::kRightParenthesis) << good;
+    EXPECT_EQ(error.position, static_cast<std::ptrdiff_t>(good.size())) << good;
+  }
+}
+
+TEST(Syntax, ReadsPythonsNames) {
+  const struct {
+    const char *text, *read;
+    std::uint32_t word = kNormal;
+  } rows[] = {
+      {"(?P<n>a)((?P<m>b)|(?P>m))", "(?<n>a)((?<m>b)|(?P>m))"},
+      {"\\(?P<n>[(?P<n>]\\Q(?P<n>\\E(?#(?P<n>)", "\\(?P<n>[(?P<n>]\\Q(?P<n>\\E(?#(?P<n>)"},
+      {"(?x: #(?P<n>\n(?P<n>a))#(?P<m>b)", "(?x: #(?P<n>\n(?<n>a))#(?<m>b)"},
+      {"\\(?P<n>a\\)(?P<n>", "(?<n>a)\\(?P<n>", kNormal | kBkParens},
+      {"a(?P<n>", "a(?P<n>", kNormal | kLiteral},
+      {"a(?P<n>", "a(?P<n>", kBkRefs | kIntervals},
+  };
+  for (const auto& row : rows) {
+    Translation translation = Translate(row.text, row.word);
+    ReadPythonNames(translation, translation.text);
+    EXPECT_EQ(translation.text, row.read);
+  }
+}
+
 TEST(Syntax, LeavesAloneWhatNoSwitchGoverns) {
   const std::pair<const char*, std::uint32_t> cases[] = {{"a{x}", kNormal | kBkVbar},
                                                          {"(a)\\g{1}", kNormal | kBkBraces},
@@ -179,20 +219,51 @@ TEST(Syntax, LeavesAloneWhatNoSwitchGoverns) {
   EXPECT_EQ(Translate("", kBkRefs).error, boost::regex_constants::error_empty);
 }
 
+TEST(Engine, HasTheTraitsOfTheEnginesOwn) {
+  const boost::cpp_regex_traits<char> theirs;
+  const CatalogueTraits ours;
+  for (const std::string name :
+       {"alnum",   "alpha", "blank", "cntrl", "d",    "digit",  "graph", "h",
+        "l",       "lower", "print", "punct", "s",    "space",  "u",     "SPAce",
+        "unicode", "upper", "v",     "w",     "word", "xdigit", "none",  ""}) {
+    const char* const end = name.data() + name.size();
+    const auto ourClass = ours.lookup_classname(name.data(), end);
+    const auto theirClass = theirs.lookup_classname(name.data(), end);
+    ASSERT_EQ(ourClass == 0, theirClass == 0) << name;
+    for (int i = 0; i < 256; ++i) {
+      const char c = static_cast<char>(i);
+      EXPECT_EQ(ours.isctype(c, ourClass), theirs.isctype(c, theirClass)) << name << ' ' << i;
+      EXPECT_EQ(ours.syntax_type(c), theirs.syntax_type(c)) << i;
+    }
+    EXPECT_EQ(ours.lookup_collatename(name.data(), end),
+              theirs.lookup_collatename(name.data(), end));
+  }
+  for (const std::string number :
+       {"12x", "0x1F}", "+5", " 7", "-3", "", "99999999999999999999", "1,2"}) {
+    for (const int radix : {8, 10, 16}) {
+      const char* first[] = {number.data(), number.data()};
+      const char* const end = number.data() + number.size();
+      EXPECT_EQ(ours.toi(first[0], end, radix), theirs.toi(first[1], end, radix)) << number;
+      EXPECT_EQ(first[0], first[1]) << number;
+    }
+  }
+}
+
 TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
   constexpr std::size_t kSize = std::size_t{1} << 31;
-  const std::unique_ptr<char[]> text(new char[kSize]);  // which nobody touches
-  const char* const first = text.get();
-  const char* const last = first + kSize;
-  Expression<CppTraits> expression;
-  expression.Compile("a", kNormal);
-  boost::cmatch results;
-  std::string out;
-  const auto flags = boost::match_default;
-  EXPECT_THROW(expression.Search(first, last, results, flags), std::length_error);
-  EXPECT_THROW(expression.MatchWhole(first, last, results, flags), std::length_error);
-  EXPECT_THROW(expression.Grep(first, last, flags, nullptr), std::length_error);
-  EXPECT_THROW(expression.Merge(first, last, "", flags, out), std::length_error);
+  const std::unique_ptr<char[]> untouched(new char[kSize]);
+  const std::string_view text(untouched.get(), kSize);
+  for (const auto& model : kModels) {
+    Error error;
+    const auto expression = model().MakeCompiler()->Compile("a", kNormal, error);
+    if (expression == nullptr) continue;  // a model that this build doesn't have
+    Match match;
+    std::string out;
+    EXPECT_THROW(expression->Search(text, 0, match), std::length_error);
+    EXPECT_THROW(expression->MatchWhole(text, 0, match), std::length_error);
+    EXPECT_THROW(expression->Grep(text, 0, nullptr), std::length_error);
+    EXPECT_THROW(expression->Merge(text, 0, {""}, out), std::length_error);
+  }
 }
 
 }  // namespace

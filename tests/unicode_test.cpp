@@ -4,13 +4,14 @@
 
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include "TestHelpers.hpp"
-#include "engine/CandidateFinder.hpp"
-#include "engine/Utf8.hpp"
+#include "engine/search/CandidateFinder.hpp"
+#include "engine/unicode/Utf8.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -20,7 +21,7 @@ using Character = std::pair<EngineChar, std::string>;  // negative for a byte th
 
 /// Makes every search use a finder, with windows smaller than the texts here, or none.
 void UseFinder(bool use, std::size_t patience = 5) {
-  engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, patience};
+  engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, patience, 0};
 }
 
 RE Unicode(const std::string& expression, const std::string& text, bool icase = false) {
@@ -180,7 +181,8 @@ std::string Found(const std::string& expression, const std::string& text, bool i
 TEST(UnicodeTest, AsciiIsMatchedAlikeOnBothWays) {
   std::istringstream words(
       "a B k s _ . ^ $ \\b \\< \\w \\W \\S \\d \\v \\L \\u [^a] [a-z] [\\W\\d] [[:punct:]] "
-      "[[:upper:][:space:]] \\Z (?i) ( ) | ? * +? {2} (?<=a) (?!k) \\1 \\K \\n");
+      "[[:upper:][:space:]] [Z-a] [A-z] [5-8B-D] \\Z (?i) ( ) | ? * +? {2} (?<=a) (?!k) \\1 \\K "
+      "\\n");
   Texts tokens(std::istream_iterator<std::string>(words), {});
   tokens.push_back(" ");
   std::string alphabet;
@@ -200,10 +202,25 @@ TEST(UnicodeTest, AsciiIsMatchedAlikeOnBothWays) {
       } catch (const std::runtime_error&) {
         each = "too complex";
       }
-      expression += "(?:\\x41){0}";  // has no narrow way
+      expression += "(\\x41){0}";  // has no narrow way
     }
     if (found[0].substr(0, 1) == "!") continue;  // no good, for whatever comes first
     ASSERT_EQ(found[0], found[1]) << expression << " in " << text;
+
+    std::vector<Report> reports[2];  // of the model CppLocale, and of the wide engine
+    for (const bool wide : {false, true}) {
+      RE re = Unicode(expression, text);
+      re.SetLocaleModel(wide ? RE::UnicodeLocale : RE::CppLocale);
+      re.AddExpressionOption(RE::ExtendedSyntax);
+      re.AddMatchOption(RE::MatchPartial);
+      Recorder recorder(re);
+      try {
+        re.Grep();
+        reports[wide] = recorder.Reports();
+      } catch (const std::runtime_error&) {
+      }
+    }
+    ASSERT_EQ(reports[0], reports[1]) << expression << " in " << text;
   }
 }
 
@@ -216,7 +233,9 @@ TEST(UnicodeTest, SpeaksUnicode) {
       {"[à-ü]|\\x{1F600}|\\N{GREEK SMALL LETTER ALPHA}", "aé😀α", "é😀α"},
       {"[[=e=]]|\\bö", "é-ö", "éö"},
       {"\\X", "e\u0301x", "e\u0301x"},
-      {"(?<größe>é)x\\k<größe>(?<=é)", "éxé", "éxé"},
+      {"(?P<größe>é)x\\k<größe>(?<=é)", "éxé", "éxé"},
+      {"[[:blank:]]", "\v\t ", "\t "},
+      {"[[:blank:]]", "\v\té ", "\t "},
       {"k|ß|[Ρ]", "\u212Assẞϱ", "\u212Aẞϱ", true},
       {"\\p{Lu}", "aBc", "aBc", true},  // a letter that differs from a capital by case alone
       {"(?i:a)\\p{Lu}|[[:^upper:]\\P{L}]{2}", "aBbc1", "aBbc"},
@@ -242,11 +261,63 @@ TEST(UnicodeTest, SpeaksUnicode) {
   RE re = Unicode("éé\xFFééééééé(", "");
   re.ParseExpression();
   EXPECT_NE(re.GetExpressionError().find("'ééééé(>>>HERE>>>'"), std::string::npos);
+  EXPECT_EQ(re.GetExpressionErrorPosition(), 20);
   // In the order of a locale, and by number without one.
   re = Unicode("[a-z]", "é");
   EXPECT_FALSE(re.Search());
   re.DeleteExpressionOption(RE::NoCollate);
   EXPECT_TRUE(re.Search());
+}
+
+// By number, and in the order of a locale: where case doesn't count, a list has what it has where
+// it does, and all that differs from that by case alone.
+TEST(UnicodeTest, RangesAreClosedOverCase) {
+  std::vector<EngineChar> characters;
+  std::string text, ascii;
+  for (EngineChar c = 1; c < 0x20000; ++c) {
+    if (c >= 0x180 && u_tolower(c) == u_toupper(c)) continue;
+    characters.push_back(c);
+    (c < 0x80 ? ascii : text) += Utf8(c);
+  }
+  text = ascii + text;
+  Random random(3);
+  for (int i = Cases(150); i > 0; --i) {
+    UseFinder(random.Flip(), SIZE_MAX / 2);
+    const std::size_t end = random.Flip() ? 0x7F : characters.size();
+    const bool byOrder = random.Below(3) == 0;
+    std::string members;
+    for (std::size_t n = 1 + random.Below(4); n > 0; --n) {
+      std::ostringstream member;
+      const EngineChar c = characters[random.Below(end)];
+      if (c < 0x80 && u_isalnum(c))
+        member << static_cast<char>(c);
+      else
+        member << "\\x{" << std::hex << c << '}';
+      members += (members.empty() || random.Flip() || members.back() == '-' ? "" : "-");
+      members += member.str();
+    }
+    // The code, and what matches.
+    const auto found = [&](const std::string& list, const std::string& in, bool icase) {
+      RE re = Unicode(list, in, icase);
+      if (byOrder) re.DeleteExpressionOption(RE::NoCollate);
+      std::pair<int, std::string> result(re.ParseExpression(), "");
+      std::vector<std::vector<REMatch>> matches;
+      re.Grep(matches);
+      for (const auto& match : matches) result.second += match[0].text;
+      return result;
+    };
+    auto expected = found("[" + members + "]", text, false);
+    std::set<EngineChar> folded;
+    for (const auto& [c, itself] : Decode(std::exchange(expected.second, "")))
+      folded.insert(u_foldCase(c, U_FOLD_CASE_DEFAULT));
+    const bool negated = random.Flip();
+    const std::string& in = random.Flip() ? text : ascii;
+    for (const auto& [c, itself] : Decode(in)) {
+      const bool inside = folded.count(u_foldCase(c, U_FOLD_CASE_DEFAULT)) != 0;
+      if (expected.first == RE::NoError && inside != negated) expected.second += itself;
+    }
+    ASSERT_EQ(found((negated ? "[^" : "[") + members + "]", in, true), expected) << members;
+  }
 }
 
 // The case of a format, on every way to it.
@@ -288,19 +359,27 @@ void ForEachLine(const std::string& file,
   }
 }
 
+// What ICU, which may be of another version of Unicode, says otherwise of a code point is left out.
 TEST(UnicodeTest, PropertiesAreThoseOfUnicodesData) {
   const auto step = Cases(0) > 0 ? 1 : 11;  // of the code points of a range
-  for (const char* const file :
-       {"extracted/DerivedGeneralCategory.txt", "Scripts.txt", "DerivedCoreProperties.txt"}) {
+  const std::pair<const char*, UProperty> files[] = {
+      {"extracted/DerivedGeneralCategory.txt", UCHAR_GENERAL_CATEGORY},
+      {"Scripts.txt", UCHAR_SCRIPT},
+      {"DerivedCoreProperties.txt", UCHAR_INVALID_CODE}};  // the names of properties
+  for (const auto& [file, kind] : files) {
+    const bool areValues = kind != UCHAR_INVALID_CODE;
     std::map<std::string, std::string> members;
-    ForEachLine(file, [&](EngineChar first, EngineChar last, const std::string& property,
-                          const std::string&) {
+    ForEachLine(file, [&, property = kind](EngineChar first, EngineChar last,
+                                           const std::string& name, const std::string&) {
+      const auto its = areValues ? property : u_getPropertyEnum(name.c_str());
+      const int value = areValues ? u_getPropertyValueEnum(property, name.c_str()) : 1;
+      if (!areValues && its >= UCHAR_BINARY_LIMIT) return;  // has values
       for (EngineChar c = first; c <= last; c += step)
-        members[property] += U_IS_SURROGATE(c) ? "" : Utf8(c);
+        if (!U_IS_SURROGATE(c) && u_getIntPropertyValue(c, its) == value) members[name] += Utf8(c);
     });
     for (const auto& [name, text] : members) {
-      EXPECT_TRUE(text.empty() || Unicode("\\p{" + name + "}+", text).MatchAll()) << name;
-      if (file[0] == 'D') continue;  // these overlap
+      EXPECT_TRUE(Unicode("\\p{" + name + "}+", text).MatchAll()) << name;
+      if (!areValues) continue;  // these overlap
       for (const auto& [other, otherText] : members) {
         UseFinder(other == name, SIZE_MAX / 2);
         EXPECT_EQ(Found("\\p{" + name + "}", otherText), other == name ? text : "") << other;
@@ -314,8 +393,9 @@ TEST(UnicodeTest, CaseIsFoldedAsUnicodesDataSays) {
   ForEachLine("CaseFolding.txt",
               [](EngineChar c, EngineChar, const std::string& kind, const std::string& folded) {
                 const bool simple = kind == "C" || kind == "S";
-                const std::string other = Utf8(simple ? std::stoi(folded, nullptr, 16) : c);
-                EXPECT_EQ(Found(Utf8(c), other, true), other) << folded;
+                const EngineChar other = simple ? std::stoi(folded, nullptr, 16) : c;
+                if (simple && u_foldCase(c, U_FOLD_CASE_DEFAULT) != other) return;
+                EXPECT_EQ(Found(Utf8(c), Utf8(other), true), Utf8(other)) << folded;
               });
 }
 

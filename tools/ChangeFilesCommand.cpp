@@ -4,14 +4,15 @@
 #include <RegularExpression.hpp>
 #include <algorithm>
 #include <atomic>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -45,6 +46,22 @@ class Replacer {
   RE merger_;
 };
 
+/// Whether it is a link, behind which nothing is changed. The file there has a name of its own.
+bool IsFoundLink(const ListedFile& file) {
+  return file.link || (!file.IsNamed() && StatusOfLink(file.name).kind == FileStatus::kLink);
+}
+
+/// Why the file stays as it is; an empty text when it needn't.
+std::string PassedOver(const ListedFile& file, const FileChoice& choice) {
+  if (IsFoundLink(file)) return "passed over: a link that isn't named as such";
+  const FileStatus status = StatusOf(file.name);
+  if (status.readOnly) return "passed over: read-only";
+  if (status.otherNames && !file.IsNamed() && !choice.hardLinks) {
+    return "passed over: has other names, which --hard-links would change too";
+  }
+  return "";
+}
+
 /// The part of a run that only looks: what would change, and in which files.
 class Preview {
  public:
@@ -69,31 +86,25 @@ class Preview {
     return all;
   }
 
- private:
-  /// Why the library passes over the file; an empty text when it doesn't.
-  static std::string PassedOver(const ListedFile& file) {
-    const FileStatus status = StatusOfLink(file.name);
-    if (status.kind == FileStatus::kNothing) return SystemWords(status.error);
-    const bool named = file.named == file.name.size();
-    if (status.kind == FileStatus::kLink && !named) {
-      return "passed over: a link that isn't named as such";
-    }
-    if (StatusOf(file.name).readOnly) return "passed over: read-only";
-    return "";
-  }
+  /// Whether files that would change have been left alone.
+  bool HasPassedOver() const { return passedOver_; }
 
+ private:
   void RunPart(Worker& worker, Replacer& replacer, const Part& part) {
     std::vector<std::string> notes;
     std::vector<Change> changes;
     std::vector<ListedFile> changing;
     const ListedFile* current = nullptr;
+    std::string content;
     const auto match = [&](const ListedFile& file, const std::vector<REMatch>& marks,
                            unsigned int line) {
       if (current != &file) {
         current = &file;
-        const std::string why = PassedOver(file);
+        if (job_.request.diff) content = worker.object.GetFileContent();
+        const std::string why = PassedOver(file, job_.choice);
         if (!why.empty()) {
           notes.push_back(file.name + ": " + why);
+          if (!IsFoundLink(file)) passedOver_ = true;
           return false;
         }
       }
@@ -107,16 +118,14 @@ class Preview {
     const auto done = [&](const ListedFile& file) {
       if (changes.empty()) return;
       changing.push_back(file);
-      if (job_.request.diff && !job_.style.quiet) PrintFileDiff(worker, file, changes);
+      if (job_.request.diff && !job_.style.quiet) PrintFileDiff(worker, file, content, changes);
       changes.clear();
-      output_.Put(part.number, {worker.TakeOutput(), true, ""});
+      output_.Put(part.number, {worker.TakeOutput(), true});
     };
-    PartSearch search(job_, part, nullptr);
+    PartSearch search(job_, part);
     search.GrepFiles(worker.object, match, done, nullptr);
     if (search.Stopped()) output_.StopBehind(part.number);
-    std::string words;
-    for (const std::string& note : notes) words += "regexclass: " + note + '\n';
-    output_.Put(part.number, {"", false, words});
+    output_.Put(part.number, {"", false, std::move(notes)});
     const std::lock_guard<std::mutex> lock(mutex_);
     messages_[part.number] = search.Failures();
     changing_[part.number] = std::move(changing);
@@ -135,9 +144,8 @@ class Preview {
     worker.printer.Json(json);
   }
 
-  void PrintFileDiff(Worker& worker, const ListedFile& file, const std::vector<Change>& changes) {
-    std::ifstream in(file.name, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  void PrintFileDiff(Worker& worker, const ListedFile& file, const std::string& content,
+                     const std::vector<Change>& changes) {
     const std::string extension = job_.object.GetSaveExtension();
     if (!extension.empty()) {
       worker.printer.Plain("", "saved copy: " + CopyName(file.name, extension));
@@ -150,6 +158,7 @@ class Preview {
 
   FileJob& job_;
   const bool shows_;
+  std::atomic<bool> passedOver_{false};
   OrderedOutput output_;
   std::mutex mutex_;
   PartMessages messages_;
@@ -160,8 +169,8 @@ class Preview {
 /// spelled out are wildcards, by which it rewrites nothing behind a link.
 std::string PatternOf(const ListedFile& file) {
   const std::string& name = file.name;
-  if (file.named == name.size()) return Escaped(name);
-  std::size_t at = OwnNameAt(name.substr(0, file.named));
+  if (file.IsNamed()) return Escaped(name);
+  std::size_t at = std::max(OwnNameAt(name.substr(0, file.named)), RootLength(name));
   std::string pattern = Escaped(name.substr(0, at));
   while (at < name.size()) {
     const std::size_t end = std::min(name.find_first_of(kSeparators, at), name.size());
@@ -208,7 +217,118 @@ std::string InWords(const RE::FileChangeProblem& problem, const std::string& fil
   return file + ": failed" + reason;
 }
 
-/// The run that changes the files, each by a call of its own.
+/// What has become of a file.
+struct Outcome {
+  FileStatus before;
+  std::uint64_t changes = 0;
+  bool met = false;    // there was something to change
+  bool wanted = true;  // the run wasn't interrupted before
+  std::vector<std::string> failures;
+};
+
+/// What one thread changes files with.
+class FileChanger {
+ public:
+  explicit FileChanger(const FileJob& job)
+      : job_(job),
+        object_(job.object),
+        replacer_(job.object),
+        extension_(job.object.GetSaveExtension()) {
+    object_.SetKeepCopies(true);
+    object_.SetChangeHardLinks(job.choice.hardLinks);
+    object_.SetSyncTogether(true);
+    object_.SetOnSelectingFilesClosure(
+        [this](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
+          taken = taken && (kind != RE::FileEntry || at_.count(path) != 0);
+        });
+    object_.SetOnChangingFilesClosure([this](RE*, const std::string& name,
+                                             const std::vector<REMatch>& match, unsigned int,
+                                             bool& change) {
+      const auto at = at_.find(name);
+      change = at != at_.end() && Note(outcomes_[at->second], match[0].text);
+    });
+  }
+
+  /// Changes the files, whose copies all get the same extension, by one call of the library, and
+  /// tells what has become of each.
+  const std::vector<Outcome>& Change(const std::vector<ListedFile>& files) {
+    std::string patterns;
+    at_.clear();
+    outcomes_.assign(files.size(), Outcome());
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      patterns.append(PatternOf(files[i])) += ';';
+      at_.emplace(files[i].name, i);
+      outcomes_[i].before = StatusOf(files[i].name);
+    }
+    object_.SetFilesToMatch(patterns);
+    if (!extension_.empty()) {
+      object_.SetSaveExtension(ExtensionFor(files.front().name, extension_));
+    }
+    object_.ChangeFiles();
+    TakeProblems(files);
+    for (std::size_t i = 0; i < files.size(); ++i) Finish(files[i], outcomes_[i]);
+    return outcomes_;
+  }
+
+ private:
+  bool Note(Outcome& outcome, const std::string& matched) {
+    if (!outcome.met && Interruption() != 0) outcome.wanted = false;
+    outcome.met = true;
+    if (outcome.wanted && replacer_(matched) != matched) ++outcome.changes;
+    return outcome.wanted;
+  }
+
+  void TakeProblems(const std::vector<ListedFile>& files) {
+    const auto* const problems = object_.GetChangeFilesErrors();
+    if (problems == nullptr) return;
+    for (const RE::FileChangeProblem& problem : *problems) {
+      const std::size_t at = FileOf(problem, files);
+      Outcome& outcome = outcomes_[at];
+      outcome.failures.push_back(InWords(problem, files[at].name, extension_));
+      if (problem.kind != RE::RestoreAttributesFailed) outcome.changes = 0;
+    }
+  }
+
+  /// The file that a problem is about: the one with the name or with the copy's; for a temporary
+  /// file, which has neither, the first that is still what it was.
+  std::size_t FileOf(const RE::FileChangeProblem& problem,
+                     const std::vector<ListedFile>& files) const {
+    const auto named = at_.find(problem.file);
+    if (named != at_.end()) return named->second;
+    const bool temporary =
+        problem.kind == RE::CreateTemporaryFailed || problem.kind == RE::WriteTemporaryFailed;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+      if (problem.kind == RE::SaveCopyFailed && CopyName(files[i].name, extension_) == problem.file)
+        return i;
+      const Outcome& outcome = outcomes_[i];
+      if (temporary && outcome.changes > 0 && StatusOf(files[i].name) == outcome.before) return i;
+    }
+    return 0;
+  }
+
+  void Finish(const ListedFile& file, Outcome& outcome) {
+    if (outcome.changes > 0 && !extension_.empty()) {
+      directory_.Hold(file.name, file.named);
+      directory_.MarkCopy(OwnName(CopyName(file.name, extension_)), OwnName(file.name));
+    }
+    if (outcome.met || !outcome.failures.empty()) return;
+    const std::string why = PassedOver(file, job_.choice);
+    outcome.failures.push_back(
+        file.name + ": " +
+        (why.empty() ? "passed over: isn't what was searched any more, or is reached by a link"
+                     : why));
+  }
+
+  const FileJob& job_;
+  RE object_;
+  Replacer replacer_;
+  const std::string extension_;
+  Directory directory_;
+  std::unordered_map<std::string, std::size_t> at_;  // the files in hand, by their names
+  std::vector<Outcome> outcomes_;
+};
+
+/// The run that changes the files.
 class ChangeRun {
  public:
   ChangeRun(FileJob& job, std::vector<ListedFile> files)
@@ -217,16 +337,16 @@ class ChangeRun {
   ExitStatus Run() {
     // Of a run that ends at the first failure, nothing more may have been changed.
     const unsigned int workers = job_.object.GetContinueFiles() ? job_.request.jobs : 1;
-    // A run is ended between two files: one that is being rewritten gets finished.
+    // A run is ended between files: those that are being rewritten get finished.
     NoteInterruptions();
-    PartQueue queue(1);
-    const auto list = [&] {
-      for (const ListedFile& file : files_) queue.Add({file});
-    };
-    RunWorkers(output_, queue, workers, list, [this]() -> Work {
-      const auto worker = std::make_shared<FileWorker>(job_);
-      return [this, worker](const Part& part) { RunFile(*worker, part); };
-    });
+    PartQueue queue(PartSize(workers));
+    RunWorkers(
+        output_, queue, workers, [&] { AddParts(queue); },
+        [this]() -> Work {
+          const auto changer = std::make_shared<FileChanger>(job_);
+          const auto worker = std::make_shared<Worker>(job_);
+          return [this, changer, worker](const Part& part) { RunPart(*changer, *worker, part); };
+        });
     if (const int interruption = Interruption()) {
       Problems::Note("interrupted; files that weren't told of are as they were");
       return static_cast<ExitStatus>(kInterrupted + interruption);
@@ -236,26 +356,42 @@ class ChangeRun {
   }
 
  private:
-  struct FileWorker {
-    explicit FileWorker(const FileJob& job) : worker(job), replacer(job.object) {}
-    Worker worker;
-    Replacer replacer;
-  };
+  /// So few files at a time that each thread gets some, and that those that wait for each other in
+  /// the library are no more than there may be open at a time.
+  std::size_t PartSize(unsigned int workers) const {
+    if (!job_.object.GetContinueFiles()) return 1;
+    const std::size_t each =
+        std::min(files_.size() / (2 * std::size_t{workers}), 128 / std::size_t{workers});
+    return std::max<std::size_t>(std::min(each, kPartSize), 1);
+  }
 
-  void RunFile(FileWorker& own, const Part& part) {
-    if (Interruption() != 0) {
-      output_.Stop();
-      return;
+  /// A file with several names is changed by the first of them alone.
+  void AddParts(PartQueue& queue) {
+    const std::string extension = job_.object.GetSaveExtension();
+    std::set<std::pair<std::uint64_t, std::uint64_t>> seen;
+    std::string present;
+    for (const ListedFile& file : files_) {
+      const FileStatus status = StatusOf(file.name);
+      if (status.otherNames && !seen.emplace(status.device, status.number).second) continue;
+      std::string wanted = ExtensionFor(file.name, extension);
+      if (wanted != present) queue.Close();
+      present = std::move(wanted);
+      queue.Add({file});
     }
-    const ListedFile& file = part.files.front();
-    std::string failure;
-    const std::uint64_t changes = Change(own, file, failure);
-    if (changes > 0) {
-      changed_ = true;
-      PrintChanged(own.worker, file, changes);
+  }
+
+  void RunPart(FileChanger& changer, Worker& worker, const Part& part) {
+    if (Interruption() != 0) return;  // so that what was done before gets told
+    const std::vector<Outcome>& outcomes = changer.Change(part.files);
+    for (std::size_t i = 0; i < part.files.size(); ++i) {
+      const Outcome& outcome = outcomes[i];
+      if (outcome.changes > 0) {
+        changed_ = true;
+        PrintChanged(worker, part.files[i], outcome.changes);
+      }
+      if (!outcome.failures.empty()) failed_ = true;
+      output_.Put(part.number, {worker.TakeOutput(), true, outcome.failures});
     }
-    if (!failure.empty()) failed_ = true;
-    output_.Put(part.number, {own.worker.TakeOutput(), true, failure});
     if (failed_ && !job_.object.GetContinueFiles()) output_.StopBehind(part.number);
   }
 
@@ -268,29 +404,6 @@ class ChangeRun {
     } else {
       worker.printer.Count(file.name, changes);
     }
-  }
-
-  /// Changes the file, and gives the number of changes that it has now; or says what failed.
-  std::uint64_t Change(FileWorker& own, const ListedFile& file, std::string& failure) {
-    RE& object = own.worker.object;
-    std::uint64_t changes = 0;
-    const std::string extension = job_.object.GetSaveExtension();
-    object.SetFilesToMatch(PatternOf(file));
-    if (!extension.empty()) object.SetSaveExtension(ExtensionFor(file.name, extension));
-    object.SetOnChangingFilesClosure([&](RE*, const std::string& name,
-                                         const std::vector<REMatch>& match, unsigned int,
-                                         bool& change) {
-      change = name == file.name;
-      if (change && own.replacer(match[0].text) != match[0].text) ++changes;
-    });
-    object.ChangeFiles();
-    if (const auto* const problems = object.GetChangeFilesErrors()) {
-      for (const RE::FileChangeProblem& problem : *problems) {
-        failure += "regexclass: " + InWords(problem, file.name, extension) + '\n';
-        if (problem.kind != RE::RestoreAttributesFailed) changes = 0;
-      }
-    }
-    return changes;
   }
 
   FileJob& job_;
@@ -310,42 +423,58 @@ void RemoveCopies(std::vector<ListedFile>& files, const std::string& extension) 
   for (ListedFile& file : files) file.together = 0;
 }
 
+/// Whether the copy is one of the file; throws Failure when it may be another's.
+bool IsCopyOf(const ListedFile& file, const std::string& copy, const std::string& extension,
+              Directory& directory) {
+  const std::string own = OwnName(copy);
+  if (directory.StatusOf(own).kind == FileStatus::kNothing) return false;
+  const std::string marked = directory.CopyMark(own);
+  if (!marked.empty()) return marked == OwnName(file.name);
+  for (const std::string& other : FilesWithCopy(copy, extension)) {
+    if (other != file.name) throw Failure(copy + " may be the copy of " + other);
+  }
+  return true;
+}
+
 /// Puts the saved copy of a file back; false when there is none. Throws Failure.
-bool PutBack(Directory& directory, const ListedFile& file, const std::string& copy, bool dryRun) {
+bool PutBack(RE& object, Directory& directory, const ListedFile& file, const std::string& extension,
+             bool dryRun) {
+  const std::string copy = CopyName(file.name, extension);
   if (const int error = directory.Hold(file.name, file.named)) {
     throw Failure("can't open: " + SystemWords(error));
   }
-  for (const std::string& name : {copy, file.name}) {
-    const FileStatus status = directory.StatusOf(OwnName(name));
-    if (status.kind == FileStatus::kNothing) return false;
-    if (status.kind != FileStatus::kFile) throw Failure("isn't a file: " + name);
-    if (name == file.name && status.otherNames) {
-      throw Failure("has other names, which would keep the new content");
-    }
+  if (!IsCopyOf(file, copy, extension, directory)) return false;
+  if (directory.StatusOf(OwnName(copy)).kind != FileStatus::kFile) {
+    throw Failure("isn't a file: " + copy);
   }
   if (dryRun) return true;
-  if (const int error = directory.Replace(OwnName(file.name), OwnName(copy))) {
-    throw Failure("can't put " + copy + " back: " + SystemWords(error));
+  if (!object.RewriteFile(file.name, copy, file.IsNamed() ? std::string::npos : file.named)) {
+    std::string why = "can't put " + copy + " back";
+    const auto* const problems = object.GetChangeFilesErrors();
+    if (problems != nullptr && problems->front().lastError != 0) {
+      why += ": " + LibraryWords(problems->front().lastError);
+    }
+    throw Failure(why);
+  }
+  if (const int error = directory.Remove(OwnName(copy))) {
+    throw Failure("is put back, but can't remove " + copy + ": " + SystemWords(error));
   }
   return true;
 }
 
 ExitStatus Undo(const Request& request, const std::string& extension) {
   FileJob job(request, FileJob::FilesAlone());
+  job.choice.linksApart = true;
+  job.object.SetSaveExtension("");
+  job.object.SetChangeHardLinks(job.choice.hardLinks);
   std::vector<ListedFile> files = job.List();
   RemoveCopies(files, extension);
   Printer printer = Printer::OfFiles(job.style, std::cout);
-  std::map<std::string, unsigned int> owners;
-  for (const ListedFile& file : files) ++owners[CopyName(file.name, extension)];
   Directory directory;
   bool any = false;
   for (const ListedFile& file : files) {
-    const std::string copy = CopyName(file.name, extension);
     try {
-      if (owners[copy] > 1 && StatusOf(copy).kind != FileStatus::kNothing) {
-        throw Failure(copy + " may be the copy of another file: name the one alone");
-      }
-      if (!PutBack(directory, file, copy, request.dryRun)) continue;
+      if (!PutBack(job.object, directory, file, extension, request.dryRun)) continue;
       any = true;
       if (!job.style.quiet && job.style.json) printer.Json(Printer::File(file.name));
       if (!job.style.quiet && !job.style.json) printer.FileName(file.name);
@@ -362,11 +491,13 @@ ExitStatus Undo(const Request& request, const std::string& extension) {
 ExitStatus RunChangeFiles(const Request& request) {
   if (request.undo) return Undo(request, *request.undo);
   FileJob job(request);
+  job.choice.linksApart = true;
   const std::string extension = job.object.GetSaveExtension();
   const std::vector<ListedFile> listed = job.List();
   std::vector<ListedFile> originals = listed;
   RemoveCopies(originals, extension);
-  const std::vector<ListedFile> files = Preview(job).Run(std::move(originals));
+  Preview preview(job);
+  const std::vector<ListedFile> files = preview.Run(std::move(originals));
   const bool shown = request.dryRun || request.diff;
   if (job.problems.Any() && !job.object.GetContinueFiles() && !shown) {
     throw Failure("nothing has been changed");
@@ -376,6 +507,7 @@ ExitStatus RunChangeFiles(const Request& request) {
     for (const std::string& conflict : conflicts) job.problems.Tell(conflict);
     if (!conflicts.empty() && !shown) throw Failure("nothing has been changed");
   }
+  if (preview.HasPassedOver()) job.problems.Count();
   if (shown) return job.problems.Status(!files.empty());
   try {
     const ExitStatus status = ChangeRun(job, files).Run();

@@ -68,23 +68,13 @@ class SearchRun {
   void Run(const Function& onPart) {
     PartQueue queue(kPartSize);
     const auto list = [&] {
-      const std::optional<std::string> tree = OneWalk();
-      if (tree) return queue.AddTree(*tree);
       ListFiles(
-          job_.choice, [&](auto files) { queue.Add(std::move(files)); }, wrongFiles_);
+          job_.choice, job_.object, [&](auto files) { queue.Add(std::move(files)); }, wrongFiles_);
     };
     RunWorkers(output_, queue, job_.request.jobs, list, [&]() -> Work {
       const auto worker = std::make_shared<Worker>(job_);
       return [worker, &onPart](const Part& part) { onPart(*worker, part); };
     });
-  }
-
-  /// The directory that one thread may search by a single walk: when no one asks for files without
-  /// a match, of which a walk tells nothing, nor for the end at the first that fails.
-  std::optional<std::string> OneWalk() const {
-    const bool matchesAlone = !job_.style.filesWithout && !lines_.inverted;
-    const bool fits = matchesAlone && job_.request.jobs == 1 && job_.object.GetContinueFiles();
-    return fits ? OnlyTree(job_.choice) : std::nullopt;
   }
 
   ExitStatus Finish() {
@@ -111,10 +101,6 @@ class SearchRun {
     output_.Put(part.number, {worker.TakeOutput(), false});
   }
 
-  PartSearch SearchOf(const Part& part) {
-    return {job_, part, [this] { output_.ShowDone(1, 0); }};
-  }
-
   void EndPart(const Part& part, const PartSearch& search) {
     if (search.Stopped()) output_.StopBehind(part.number);
     const std::lock_guard<std::mutex> lock(messagesMutex_);
@@ -122,7 +108,7 @@ class SearchRun {
   }
 
   void FindPart(Worker& worker, const Part& part) {
-    PartSearch search = SearchOf(part);
+    PartSearch search(job_, part);
     const bool without = job_.style.filesWithout;
     const PartSearch::OnFile tell = [&](const ListedFile& file) { PrintName(worker, part, file); };
     const auto found = [&](const ListedFile& file) {
@@ -201,11 +187,11 @@ void SearchRun::GrepPart(Worker& worker, const Part& part) {
   PartSearch::OnFile without;
   if (lines_.inverted) {
     without = [&](const ListedFile& file) {
-      begin(file, ContentOf(file.name, std::string::npos));
+      begin(file, ContentOf(file.name));
       done(file);
     };
   }
-  PartSearch search = SearchOf(part);
+  PartSearch search(job_, part);
   search.GrepFiles(worker.object, match, done, without);
   EndPart(part, search);
 }

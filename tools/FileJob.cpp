@@ -2,6 +2,7 @@
 #include "FileJob.hpp"
 
 #include <iterator>
+#include <unordered_set>
 #include <utility>
 
 #include "FileSystem.hpp"
@@ -23,23 +24,6 @@ void UsePerlSyntax(RE& object) {
   object.ClearExpressionOptions();
   object.AddExpressionOption(RE::NormalSyntax);
   if (ignoreCase) object.AddExpressionOption(RE::Icase);
-}
-
-const char* Words(RE::SearchProblemKind kind) {
-  switch (kind) {
-    case RE::FileNotOpened:
-      return "can't open";
-    case RE::FileNotRead:
-      return "can't read";
-    case RE::FileNotSearched:
-      return "can't search to the end";
-  }
-  return "failed";
-}
-
-std::string InWords(const RE::FileSearchProblem& problem) {
-  return problem.file + ": " + Words(problem.kind) + ": " +
-         (problem.code != 0 ? LibraryWords(problem.code) : "the expression is too complex for it");
 }
 
 }  // namespace
@@ -66,7 +50,7 @@ std::vector<ListedFile> FileJob::List() {
     std::move(found.begin(), found.end(), std::back_inserter(files));
     progress.Show([&] { return std::to_string(files.size()) + " files found"; });
   };
-  ListFiles(choice, take, wrong);
+  ListFiles(choice, object, take, wrong);
   progress.Clear();
   for (const std::string& problem : wrong) problems.Tell(problem);
   return files;
@@ -85,33 +69,42 @@ std::string Worker::TakeOutput() {
   return text;
 }
 
+std::string ContentOf(const std::string& file) {
+  std::string content;
+  RE reader;
+  reader.SetExpression("(?:)");  // which matches in any
+  reader.SetFilesToMatch(Escaped(file));
+  reader.SetOnFindFilesClosure(
+      [&](RE*, const std::string&, bool&) { content = reader.GetFileContent(); });
+  reader.FindFiles();
+  return content;
+}
+
 std::string PartSearch::Patterns() const {
-  if (part_.tree) return Escaped(*part_.tree) + '*';
   std::string patterns;
   for (std::size_t i = 0; i < part_.files.size();) {
     const ListedFile& file = part_.files[i];
-    if (i > 0) patterns += ';';
-    const bool directory = file.together > 0 && i + file.together <= part_.files.size();
+    const bool directory = file.together > 1 && i + file.together <= part_.files.size();
     patterns += directory ? Escaped(DirectoryOf(file.name)) + '*' : Escaped(file.name);
+    patterns += ';';
     i += directory ? file.together : 1;
   }
   return patterns;
 }
 
 void PartSearch::Prepare(RE& object) const {
+  std::unordered_set<std::string> names;
+  for (const ListedFile& file : part_.files) names.insert(file.name);
   object.SetFilesToMatch(Patterns());
-  if (!part_.tree) return;
-  object.SetDirectoryRecursion(true);
   object.SetOnSelectingFilesClosure(
-      [this](RE*, const std::string& path, RE::EntryKinds kind, bool& take) {
-        if (kind != RE::DirectoryEntry) passed_();
-        take = IsTaken(job_.choice, path, kind == RE::DirectoryEntry);
+      [names = std::move(names)](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
+        taken = kind != RE::DirectoryEntry && names.count(path) != 0;
       });
 }
 
 bool PartSearch::IsUnwanted(const ListedFile& file, std::optional<std::string_view> content) const {
   if (!file.found || job_.choice.binary) return false;
-  return LooksBinary(content ? *content : ContentOf(file.name, kLookedAt));
+  return LooksBinary(content ? *content : ContentOf(file.name));
 }
 
 std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
@@ -121,32 +114,41 @@ std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
 
 const ListedFile* PartSearch::Meet(const std::string& name, std::string_view content,
                                    const OnFile& without) {
-  const ListedFile* met = &met_;
-  if (part_.tree) {
-    met_ = {name, part_.tree->size(), true};
-  } else {
-    const std::size_t at = Find(name, next_);
-    if (at == part_.files.size()) return nullptr;  // it has come since the files were listed
-    PassTo(at, without);
-    ++next_;
-    met = &part_.files[at];
-  }
-  return IsUnwanted(*met, content) ? nullptr : met;
+  const std::size_t at = Find(name, next_);
+  if (at == part_.files.size()) return nullptr;  // it has come since the files were listed
+  PassTo(at, without);
+  ++next_;
+  return IsUnwanted(part_.files[at], content) ? nullptr : &part_.files[at];
 }
 
 void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
   if (problems == nullptr) return;
   std::size_t at = 0;
   for (const RE::FileSearchProblem& problem : *problems) {
-    if (!part_.tree) {
-      const std::size_t found = Find(problem.file, at);
-      if (found == part_.files.size()) continue;
+    const std::size_t found = Find(problem.file, at);
+    if (found < part_.files.size()) {
       at = found;
+      if (IsUnwanted(part_.files[at])) continue;
+      failed_.insert(at);
+      failures_.push_back(InWords(problem));
+    } else {
+      FailIn(problem);
     }
-    if (IsUnwanted(part_.tree ? ListedFile{problem.file, 0, true} : part_.files[at])) continue;
-    failed_.insert(at);
-    failures_.push_back(InWords(problem));
   }
+}
+
+/// Takes note that the files of a directory haven't been searched.
+void PartSearch::FailIn(const RE::FileSearchProblem& problem) {
+  const std::string& directory = problem.file;
+  const std::size_t before = failures_.size();
+  for (std::size_t i = 0; i < part_.files.size(); ++i) {
+    std::string above = DirectoryOf(part_.files[i].name);
+    while (above.size() > directory.size() && above.size() > 1) above.pop_back();
+    const bool isIn = above == directory || (above.empty() && directory == ".");
+    if (!isIn || !failed_.insert(i).second) continue;
+    failures_.push_back(InWords({part_.files[i].name, problem.kind, problem.code}));
+  }
+  if (failures_.size() == before) failures_.push_back(InWords(problem));
 }
 
 void PartSearch::PassTo(std::size_t file, const OnFile& without) {
@@ -199,6 +201,8 @@ void PartSearch::FindFiles(RE& object, const OnFile& with, const OnFile& without
 }
 
 /// Behind the last file that was searched.
-std::size_t PartSearch::End() const { return Stopped() ? *failed_.begin() : part_.files.size(); }
+std::size_t PartSearch::End() const {
+  return Stopped() && !failed_.empty() ? *failed_.begin() : part_.files.size();
+}
 
 }  // namespace tool

@@ -58,12 +58,14 @@ struct Worker {
   Printer printer;
 };
 
+/// The content of a file as the library reads it: never of a pipe or a device, and by a name of any
+/// length; as if it were empty when it can't be read.
+std::string ContentOf(const std::string& file);
+
 /// The search through one part of the files.
 class PartSearch {
  public:
-  /// `passed` is called for each file of a part without a list.
-  PartSearch(const FileJob& job, const Part& part, std::function<void()> passed)
-      : job_(job), part_(part), passed_(std::move(passed)) {}
+  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part) {}
 
   /// Answers whether more matches of the file are wanted.
   using OnMatch = std::function<bool(
@@ -71,7 +73,7 @@ class PartSearch {
   using OnFile = std::function<void(const ListedFile& file)>;
 
   /// Reports each match. `done` is told of each file behind its matches and `without`, if it isn't
-  /// empty and the part has a list, of each that has none, in the order of the list.
+  /// empty, of each that has none, in the order of the list.
   void GrepFiles(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
   /// Reports each file with a match, and then those without. Either function may be empty.
   void FindFiles(RE& object, const OnFile& with, const OnFile& without);
@@ -79,11 +81,12 @@ class PartSearch {
   /// What failed, in words.
   const std::vector<std::string>& Failures() const { return failures_; }
   /// Whether a failure has ended the search.
-  bool Stopped() const { return !failed_.empty() && !job_.object.GetContinueFiles(); }
+  bool Stopped() const { return !failures_.empty() && !job_.object.GetContinueFiles(); }
 
  private:
-  void Prepare(RE& object) const;
   std::string Patterns() const;
+  void Prepare(RE& object) const;
+  void FailIn(const RE::FileSearchProblem& problem);
   /// The file of this name that the walk has come to; null for one that isn't wanted.
   const ListedFile* Meet(const std::string& name, std::string_view content, const OnFile& without);
   /// The file of the part with this name, from `from` on; the part's end when there is none.
@@ -96,9 +99,7 @@ class PartSearch {
 
   const FileJob& job_;
   const Part& part_;
-  const std::function<void()> passed_;
   std::size_t next_ = 0;  // the first file that nothing has been told of
-  ListedFile met_;        // of a part without a list
   std::set<std::size_t> failed_;
   std::vector<std::string> failures_;
 };

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
-#include <string_view>
+#include <map>
+#include <set>
 #include <unordered_set>
 #include <utility>
 
@@ -27,19 +29,10 @@ std::size_t FindUnescaped(std::string_view text, std::string_view wanted, std::s
   return std::min(at, text.size());
 }
 
-std::string WithoutEscapes(std::string_view text) {
-  std::string plain;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (text[at] == kEscape && at + 1 < text.size()) ++at;
-    plain += text[at];
-  }
-  return plain;
-}
-
 /// The offset of the first character with a meaning of its own, or the size.
 std::size_t FindSpecial(const std::string& pattern) {
-  const std::size_t at = MarkLength(pattern);
-  return std::min({pattern.find_first_of(";*?[]", at), pattern.find(kEscape), pattern.size()});
+  const std::size_t at = RootLength(pattern);
+  return std::min({pattern.find_first_of(";*?[]", at), pattern.find(kEscape, at), pattern.size()});
 }
 
 /// How much of a pattern stands in front of the first component with such a character.
@@ -48,93 +41,141 @@ std::size_t PlainPart(const std::string& pattern) {
   return special == pattern.size() ? special : OwnNameAt(pattern.substr(0, special));
 }
 
-bool NamesNothing(const FileChoice& choice) {
-  return choice.arguments.empty() && !choice.listFile && choice.patterns.empty();
-}
-
 /// The path of a directory as it stands before a name.
 std::string BeforeName(const std::string& directory) {
   const bool ended = OwnNameAt(directory) == directory.size();
   return ended ? directory : directory + kSeparators.front();
 }
 
-// What is passed over among the things that are found in directories.
+/// The same pattern for names, such that directories are read for it, and those below: the library
+/// goes straight to what can only be one name, as [a]b can.
+std::string LookedFor(std::string name) {
+  const std::size_t special = FindUnescaped(name, "*?[");
+  if (special < name.size()) {
+    const bool isOne =
+        name[special] == '[' && name.size() > special + 2 && name[special + 2] == ']';
+    return isOne ? name.insert(special + 1, 1, name[special + 1]) : name;
+  }
+  const auto plain = std::find_if(name.begin(), name.end(), [](char c) {
+    return std::string_view(".-!^[]").find(c) == std::string_view::npos && c != kEscape;
+  });
+  if (plain == name.end() || (plain != name.begin() && plain[-1] == kEscape)) return name;
+  const std::string set = {'[', *plain, *plain, ']'};
+  return name.replace(static_cast<std::size_t>(plain - name.begin()), 1, set);
+}
 
-bool IsExcluded(const FileChoice& choice, const std::string& name) {
-  return std::any_of(
-      choice.excluded.begin(), choice.excluded.end(),
-      [&name](const std::string& pattern) { return NameMatches(pattern, name, false); });
-}
-bool IsExcluded(const FileChoice& choice, const std::string& path, const std::string& name) {
-  return !choice.excluded.empty() && (IsExcluded(choice, name) || IsExcluded(choice, path));
-}
-bool TakesHidden(const FileChoice& choice) { return choice.hidden || !choice.recursive; }
-bool IsEntered(const FileChoice& choice, const std::string& name) {
-  return choice.recursive && (choice.hidden || name[0] != '.');
-}
-
-class Lister {
+/// What the arguments, the list and the settings have named.
+class Selection {
  public:
   using Take = std::function<void(std::vector<ListedFile>)>;
 
-  Lister(const FileChoice& choice, const Take& take, std::vector<std::string>& problems)
-      : choice_(choice), take_(take), problems_(problems) {}
+  Selection(const FileChoice& choice, std::vector<std::string>& problems)
+      : choice_(choice), problems_(problems) {
+    const bool none = choice.arguments.empty() && !choice.listFile && choice.patterns.empty();
+    if (none && !choice.recursive) throw Failure("no files are named");
+    if (none) Tree("");
+    std::ifstream list;
+    if (choice.listFile) OpenList(list);
+    for (const std::string& argument : choice.arguments) Argument(argument);
+    if (choice.listFile) ReadList(*choice.listFile == "-" ? std::cin : list);
+    Patterns(choice.patterns);
+  }
 
-  void Run() {
-    if (NamesNothing(choice_)) {
-      if (!choice_.recursive) throw Failure("no files are named");
-      return Tree("", "*", 0);
+  void Run(RE walker, const Take& take) {
+    // The files of a single tree are passed on during the walk, up to the first link, whose file
+    // may come under its own name too.
+    bool passesOn = patterns_.find(';') == std::string::npos && !choice_.ignoreFiles;
+    std::size_t passed = 0;
+    std::vector<ListedFile> ofDirectory;
+    const auto pass = [&](ListedFile file) {
+      if (!ofDirectory.empty() && !AreTogether(ofDirectory.front(), file)) {
+        ofDirectory.front().together = ofDirectory.size();
+        take(std::exchange(ofDirectory, {}));
+      }
+      ofDirectory.push_back(std::move(file));
+    };
+    walker.SetFilesToMatch(patterns_);
+    walker.SetDirectoryRecursion(false);  // which the choice knows more about
+    walker.SetOnSelectingFilesClosure(
+        [&](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
+          taken = IsTaken(path, kind, taken);
+          if (!taken || kind == RE::DirectoryEntry) return;
+          if (kind == RE::LinkEntry && choice_.linksApart) {
+            taken = false;
+            links_.push_back(Listed(path));
+            links_.back().link = true;
+          } else if (passesOn && kind == RE::FileEntry) {
+            pass(Listed(path));
+            ++passed;
+          } else {
+            passesOn = false;
+          }
+        });
+    std::vector<ListedFile> files;
+    const std::vector<std::string> names = walker.SelectFiles();
+    for (std::size_t i = passed; i < names.size(); ++i) files.push_back(Listed(names[i]));
+    std::move(links_.begin(), links_.end(), std::back_inserter(files));
+    if (choice_.ignoreFiles) RemoveIgnored(files);
+    for (ListedFile& file : files) pass(std::move(file));
+    if (!ofDirectory.empty()) take(std::move(ofDirectory));
+    if (const auto* const failed = walker.GetSelectFilesErrors()) {
+      for (const RE::FileSearchProblem& problem : *failed) problems_.push_back(InWords(problem));
     }
-    if (choice_.listFile) OpenList(*choice_.listFile);
-    for (const std::string& argument : choice_.arguments) Argument(argument);
-    if (choice_.listFile) ReadList(*choice_.listFile);
-    Patterns(choice_.patterns);
   }
 
  private:
-  void Tell(const std::string& about, const std::string& what) {
-    problems_.push_back(about + ": " + what);
+  /// Whether both were found in the same directory.
+  static bool AreTogether(const ListedFile& a, const ListedFile& b) {
+    const std::size_t own = OwnNameAt(a.name);
+    return a.found && b.found && !a.link && !b.link && own == OwnNameAt(b.name) &&
+           a.name.compare(0, own, b.name, 0, own) == 0;
   }
 
   void Argument(const std::string& argument) {
-    const int error = Name(argument);
+    const int error = Name(argument, true);
     if (error == 0) return;
     if (FindSpecial(argument) == argument.size()) {
-      Tell(argument, SystemWords(error));
+      problems_.push_back(argument + ": " + SystemWords(error));
     } else {
       Patterns(argument);
     }
   }
 
+  void OpenList(std::ifstream& list) {
+    errno = 0;
+    if (*choice_.listFile != "-") list.open(*choice_.listFile, std::ios::binary);
+    if (!list) throw Failure(*choice_.listFile + ": " + SystemWords(errno));
+  }
+
+  void ReadList(std::istream& in) {
+    for (std::string name; std::getline(in, name, choice_.nullNames ? '\0' : '\n');) {
+      if (name.empty()) continue;
+      if (const int error = Name(name, false))
+        problems_.push_back(name + ": " + SystemWords(error));
+    }
+    if (in.bad()) throw Failure(*choice_.listFile + ": " + SystemWords(errno != 0 ? errno : EIO));
+  }
+
   /// Takes what has the name; gives the number of an error when nothing has.
-  int Name(const std::string& name) {
+  int Name(const std::string& name, bool spelledOut) {
     const FileStatus status = StatusOf(name);
     if (status.kind == FileStatus::kDirectory) {
-      const std::string directory = BeforeName(name);
-      Tree(directory, "*", directory.size());
+      Tree(BeforeName(name));
+      if (!spelledOut) listed_.insert(BeforeName(name));
+    } else if (!spelledOut && choice_.linksApart && StatusOfLink(name).kind == FileStatus::kLink) {
+      links_.push_back({name, 0, false, true});
     } else if (status.kind == FileStatus::kFile) {
-      // By a wildcard the library comes to a name in the case that the directory has it in.
-      const bool plain = FindSpecial(name) == name.size();
-      const std::vector<std::string> found = plain ? std::vector{name} : Glob(Escaped(name));
-      if (!found.empty()) TakeOne(KeyOfTarget(name), {found[0], name.size(), false});
+      Add(Escaped(name));
+      (spelledOut ? names_ : listed_).insert(name);
     }
     return status.error;
   }
 
-  void OpenList(const std::string& list) {
-    if (list == "-") return;
-    errno = 0;
-    list_.open(list, std::ios::binary);
-    if (!list_) throw Failure(list + ": " + SystemWords(errno));
-  }
-
-  void ReadList(const std::string& list) {
-    std::istream& in = list == "-" ? std::cin : list_;
-    for (std::string name; std::getline(in, name, choice_.nullNames ? '\0' : '\n');) {
-      if (name.empty()) continue;
-      if (const int error = Name(name)) Tell(name, SystemWords(error));
-    }
-    if (in.bad()) throw Failure(list + ": " + SystemWords(errno != 0 ? errno : EIO));
+  /// Takes the files of a directory.
+  void Tree(const std::string& directory) {
+    Add(Escaped(directory) + '*');
+    AddRoot(directory);
+    if (choice_.hidden || kStarTakesDots) wanted_.emplace_back(directory, "*");
   }
 
   void Patterns(const std::string& patterns) {
@@ -148,158 +189,129 @@ class Lister {
   void Pattern(const std::string& pattern) {
     const std::size_t plain = PlainPart(pattern);
     if (!choice_.recursive) {
-      for (const std::string& name : Glob(pattern)) {
-        if (StatusOf(name).kind != FileStatus::kFile) continue;
-        TakeOne(KeyOfTarget(name), {name, std::min(plain, name.size()), false});
-      }
-      return;
+      plain == pattern.size() ? void(names_.insert(pattern)) : AddRoot(pattern.substr(0, plain));
+      return Add(pattern);
     }
     const std::size_t last = OwnNameAt(pattern);
-    if (last == 0) {
-      Tree("", pattern, 0);
-    } else {
-      for (const std::string& directory : Glob(pattern.substr(0, last))) {
-        Tree(directory, pattern.substr(last), std::min(plain, directory.size()));
-      }
+    const std::string root = pattern.substr(0, std::min(plain, last));
+    const std::string name = pattern.substr(last);
+    AddRoot(root);
+    if (choice_.hidden || kStarTakesDots) wanted_.emplace_back(root, name);
+    Add(pattern.substr(0, last) + LookedFor(name));
+  }
+
+  void Add(const std::string& pattern) {
+    if (!patterns_.empty()) patterns_ += ';';
+    patterns_ += pattern;
+  }
+
+  void AddRoot(const std::string& root) {
+    roots_.insert(root);
+    rootLengths_.insert(root.size());
+  }
+
+  // What is passed over among the things that are found in directories.
+
+  bool IsTaken(const std::string& path, RE::EntryKinds kind, bool selected) const {
+    const std::string name = OwnName(path);
+    if (IsExcluded(path, name)) return false;
+    if (choice_.recursive && !choice_.hidden && IsHidden(path)) return false;
+    const bool dotted = name[0] == '.';
+    if (kind == RE::DirectoryEntry) {
+      return selected || (choice_.recursive && (choice_.hidden || !dotted));
     }
-  }
-
-  /// The names of a pattern in byte order.
-  std::vector<std::string> Glob(const std::string& pattern) {
-    std::vector<std::string> names;
-    const std::size_t mark = MarkLength(pattern);
-    Glob(pattern.substr(0, mark), std::string_view(pattern).substr(mark), names);
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  /// Adds those that begin with a path, which has no pattern in it, and go on by the rest.
-  void Glob(std::string path, std::string_view rest, std::vector<std::string>& names) {
-    while (!rest.empty()) {
-      const std::size_t end = std::min(rest.find_first_of(kSeparators), rest.size());
-      const std::size_t next = std::min(rest.find_first_not_of(kSeparators, end), rest.size());
-      const std::string component(rest.substr(0, end));
-      const std::string separators(rest.substr(end, next - end));
-      rest.remove_prefix(next);
-      if (FindUnescaped(component, "*?[") < component.size()) {
-        for (const Entry& entry : Entries(path, ENOTDIR)) {
-          const bool leads = separators.empty() || entry.kind == FileStatus::kDirectory;
-          if (!leads || !NameMatches(component, entry.name, true)) continue;
-          Glob(std::string(path).append(entry.name).append(separators), rest, names);
-        }
-        return;
-      }
-      path += WithoutEscapes(component) + separators;
+    if (!dotted || (selected && !kStarTakesDots)) return selected;
+    bool isWanted = selected && !choice_.recursive;  // by a pattern, which may say so
+    for (const auto& [root, wantedName] : wanted_) {
+      if (path.compare(0, root.size(), root) != 0) continue;
+      isWanted = NameMatches(wantedName, name, !choice_.hidden);
+      if (isWanted) break;
     }
-    if (StatusOfLink(path).kind != FileStatus::kNothing) names.push_back(std::move(path));
+    return isWanted;
   }
 
-  /// A directory, as it stands before a name: empty or with a slash at its end.
-  void Tree(const std::string& directory, const std::string& pattern, std::size_t named) {
-    if (!choice_.ignoreFiles) return Walk(directory, pattern, named, take_);
-    std::vector<ListedFile> files;
-    Walk(directory, pattern, named, [&](std::vector<ListedFile> found) {
-      std::move(found.begin(), found.end(), std::back_inserter(files));
-    });
-    std::vector<std::string> names;
-    names.reserve(files.size());
-    for (const ListedFile& file : files) names.push_back(file.name.substr(directory.size()));
-    const std::unordered_set<std::string> ignored = IgnoredFiles(directory, names);
+  bool IsExcluded(const std::string& path, const std::string& name) const {
+    return std::any_of(
+        choice_.excluded.begin(), choice_.excluded.end(), [&](const std::string& pattern) {
+          return NameMatches(pattern, name, false) || NameMatches(pattern, path, false);
+        });
+  }
+
+  /// Where what the user has spelled out, or a list, ends in the name of what was found.
+  std::size_t RootOf(const std::string& name) const {
+    for (auto length = rootLengths_.rbegin(); length != rootLengths_.rend(); ++length) {
+      if (*length <= name.size() && roots_.count(name.substr(0, *length)) != 0) return *length;
+    }
+    return 0;
+  }
+
+  ListedFile Listed(std::string name) const {
+    if (names_.count(name) != 0) return {name, name.size(), false, false};
+    if (listed_.count(name) != 0) return {name, 0, false, false};
+    std::size_t root = RootOf(name);
+    if (listed_.count(name.substr(0, root)) != 0) root = 0;
+    return {std::move(name), root, choice_.recursive, false};
+  }
+
+  void RemoveIgnored(std::vector<ListedFile>& files) const {
+    std::map<std::string, std::vector<std::string>> below;  // by the root
+    const auto isNamed = [this](const std::string& name) {
+      return names_.count(name) != 0 || listed_.count(name) != 0;
+    };
+    for (const ListedFile& file : files) {
+      if (isNamed(file.name)) continue;
+      const std::size_t root = RootOf(file.name);
+      below[file.name.substr(0, root)].push_back(file.name.substr(root));
+    }
+    std::unordered_set<std::string> ignored;
+    for (const auto& [root, names] : below) {
+      for (const std::string& name : IgnoredFiles(root, names)) ignored.insert(root + name);
+    }
     const auto isIgnored = [&](const ListedFile& file) {
-      return ignored.count(file.name.substr(directory.size())) != 0;
+      return !isNamed(file.name) && ignored.count(file.name) != 0;
     };
     files.erase(std::remove_if(files.begin(), files.end(), isIgnored), files.end());
-    take_(std::move(files));
-  }
-
-  void Walk(const std::string& directory, const std::string& pattern, std::size_t named,
-            const Take& take) {
-    const std::string key = KeyOf(directory);
-    std::vector<ListedFile> files;
-    bool all = !choice_.ignoreFiles;
-    std::vector<std::string> directories;
-    for (const Entry& entry : Entries(directory, ENOENT)) {
-      const std::string path = directory + entry.name;
-      const bool dotted = entry.name[0] == '.';
-      if (IsExcluded(choice_, path, entry.name) || (entry.hidden && !TakesHidden(choice_))) {
-        all = false;
-      } else if (!entry.link && entry.kind == FileStatus::kDirectory) {
-        if (IsEntered(choice_, entry.name)) directories.push_back(path + kSeparators[0]);
-      } else if (entry.kind == FileStatus::kFile) {
-        const bool wanted = NameMatches(pattern, entry.name, !choice_.hidden);
-        const bool taken = wanted && IsNew(entry.link ? KeyOfTarget(path) : KeyIn(key, entry.name));
-        if (taken) files.push_back({path, named, choice_.recursive});
-        if (taken == (dotted && !kStarTakesDots)) all = false;
-      }
-    }
-    if (!files.empty()) {
-      if (all) files[0].together = files.size();
-      take(std::move(files));
-    }
-    for (const std::string& next : directories) Walk(next, pattern, named, take);
-  }
-
-  /// The entries of a directory, as it stands before a name. Of one error nothing is told.
-  std::vector<Entry> Entries(const std::string& directory, int expected) {
-    Listing listing = List(directory);
-    if (listing.error != 0 && listing.error != expected) {
-      const std::size_t end = directory.find_last_not_of(kSeparators);
-      const std::string name = directory.empty() ? "." : directory.substr(0, end + 1);
-      Tell(name.empty() ? directory : name,
-           (listing.opened ? "can't read: " : "can't open: ") + SystemWords(listing.error));
-    }
-    return std::move(listing.entries);
-  }
-
-  /// False for a file that has been listed already.
-  bool IsNew(const std::string& key) { return seen_.insert(key).second; }
-  void TakeOne(const std::string& key, ListedFile file) {
-    if (IsNew(key)) take_({std::move(file)});
   }
 
   const FileChoice& choice_;
-  const Take& take_;
   std::vector<std::string>& problems_;
-  std::ifstream list_;
-  std::unordered_set<std::string> seen_;
+  std::string patterns_;
+  std::unordered_set<std::string> names_;   // that the user has spelled out
+  std::unordered_set<std::string> listed_;  // that a list has, directories with their ends
+  std::unordered_set<std::string> roots_;   // what patterns have in front of wildcards
+  std::set<std::size_t> rootLengths_;
+  std::vector<ListedFile> links_;  // that come last
+  /// Below such a root, names that begin with a dot and match such a pattern are taken too.
+  std::vector<std::pair<std::string, std::string>> wanted_;
 };
+
+const char* Words(RE::SearchProblemKind kind) {
+  switch (kind) {
+    case RE::FileNotOpened:
+      return "can't open";
+    case RE::FileNotRead:
+      return "can't read";
+    case RE::FileNotSearched:
+      return "can't search to the end";
+  }
+  return "failed";
+}
 
 }  // namespace
 
-void ListFiles(const FileChoice& choice, const std::function<void(std::vector<ListedFile>)>& take,
+void ListFiles(const FileChoice& choice, const RE& object,
+               const std::function<void(std::vector<ListedFile>)>& take,
                std::vector<std::string>& problems) {
-  Lister(choice, take, problems).Run();
+  Selection(choice, problems).Run(object, take);
 }
 
-std::optional<std::string> OnlyTree(const FileChoice& choice) {
-  if (!choice.recursive || choice.ignoreFiles) return std::nullopt;
-  if (NamesNothing(choice)) return "";
-  if (choice.arguments.size() != 1 || choice.listFile) return std::nullopt;
-  const std::string& argument = choice.arguments.front();
-  if (StatusOf(argument).kind != FileStatus::kDirectory) return std::nullopt;
-  return BeforeName(argument);
-}
-
-bool IsTaken(const FileChoice& choice, const std::string& path, bool isDirectory) {
-  const std::string name = OwnName(path);
-  if (IsExcluded(choice, path, name) || (!TakesHidden(choice) && IsHidden(path))) return false;
-  return isDirectory ? IsEntered(choice, name) : choice.hidden || kStarTakesDots || name[0] != '.';
+std::string InWords(const RE::FileSearchProblem& problem) {
+  return problem.file + ": " + Words(problem.kind) + ": " +
+         (problem.code != 0 ? LibraryWords(problem.code) : "the expression is too complex for it");
 }
 
 bool LooksBinary(std::string_view content) {
-  return content.substr(0, kLookedAt).find('\0') != std::string_view::npos;
-}
-
-std::string ContentOf(const std::string& file, std::size_t most) {
-  std::string content;
-  std::ifstream in(file, std::ios::binary);
-  while (in && content.size() < most) {
-    const std::size_t size = content.size();
-    content.resize(std::min(most, size * 2 + kLookedAt));
-    in.read(content.data() + size, static_cast<std::streamsize>(content.size() - size));
-    content.resize(size + static_cast<std::size_t>(in.gcount()));
-  }
-  return content;
+  return content.substr(0, 8192).find('\0') != std::string_view::npos;
 }
 
 }  // namespace tool

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Names.hpp"
+
 namespace tool {
 
 /// What the command line says about the files to take.
@@ -23,15 +25,20 @@ struct FileChoice {
   bool hidden = false;
   bool binary = false;
   bool ignoreFiles = false;
+  bool hardLinks = false;   ///< Change files with several names, too.
+  bool linksApart = false;  ///< Links that were found stand behind all files.
 };
 
 struct ListedFile {
   std::string name;       ///< As it is printed.
   std::size_t named = 0;  ///< How much of the name, from its start, the user has spelled out.
   bool found = false;     ///< By recursion, so that it isn't wanted if it is binary.
-  /// With the first file of a directory: how many follow each other, itself included, that are all
-  /// that * stands for there; 0 when others are left out.
+  bool link = false;      ///< Found as a link; told for a choice that has links apart.
+  /// With the first of several files that were found in one directory and follow each other: how
+  /// many they are. Elsewhere 0.
   std::size_t together = 0;
+
+  bool IsNamed() const { return named == name.size(); }
 };
 
 /// Lists regular files, and links to them, each once: argument by argument, in the byte order of
@@ -40,22 +47,20 @@ struct ListedFile {
 ///
 /// An argument that names something that exists stands for itself, whatever characters are in it,
 /// so that the names that a shell makes of its patterns mean what they say; a directory stands for
-/// its files. What names nothing is a problem, unless it is a pattern, as glob(7) has them, whose
-/// last component is applied in all directories below too when the choice says so.
-void ListFiles(const FileChoice& choice,
+/// its files. What names nothing is a problem, unless it is a pattern as the library has them,
+/// whose last component is applied in all directories below too when the choice says so. Names that
+/// a list brings aren't spelled out by the user.
+///
+/// `object` walks and selects. Throws Failure when no files are named.
+void ListFiles(const FileChoice& choice, const RE& object,
                const std::function<void(std::vector<ListedFile> files)>& take,
                std::vector<std::string>& problems);
 
-/// The directory, as it stands before a name, when all that is chosen is to be found by a walk
-/// through it that takes what IsTaken says.
-std::optional<std::string> OnlyTree(const FileChoice& choice);
-bool IsTaken(const FileChoice& choice, const std::string& path, bool isDirectory);
+/// The problem in words.
+std::string InWords(const RE::FileSearchProblem& problem);
 
 /// Whether there is a zero byte in the first 8 KiB of a file's content.
-constexpr std::size_t kLookedAt = 8192;
 bool LooksBinary(std::string_view content);
-/// The first `most` bytes of a file; those before an error when it can't be read.
-std::string ContentOf(const std::string& file, std::size_t most);
 
 }  // namespace tool
 

@@ -23,8 +23,8 @@ inline std::string OwnName(const std::string& path) { return path.substr(OwnName
 /// What stands in front of it; empty for a name in the current directory.
 inline std::string DirectoryOf(const std::string& path) { return path.substr(0, OwnNameAt(path)); }
 
-/// How long a mark at the start of a path is that is no component, whatever characters it has.
-std::size_t MarkLength(const std::string& path);
+/// How long the start of a path is that leads away from the current directory, such as a separator.
+std::size_t RootLength(const std::string& path);
 
 /// The path with / between its components, which programs of other systems take.
 std::string WithSlashes(std::string path);
@@ -49,9 +49,17 @@ bool NameMatches(const std::string& pattern, const std::string& name, bool hides
 struct FileStatus {
   enum Kind { kNothing, kFile, kDirectory, kLink, kOther };
   Kind kind = kNothing;
-  int error = 0;            ///< Why there is nothing.
-  bool readOnly = false;    ///< Nobody has permission to write to it.
-  bool otherNames = false;  ///< There are hard links to it.
+  int error = 0;                         ///< Why there is nothing.
+  bool readOnly = false;                 ///< Nobody has permission to write to it.
+  bool otherNames = false;               ///< There are hard links to it.
+  std::uint64_t device = 0, number = 0;  ///< Which file it is.
+  std::uint64_t size = 0, time = 0;      ///< With the last change to its content.
+
+  /// Whether it is the same file with the same content.
+  bool operator==(const FileStatus& other) const {
+    return kind == other.kind && device == other.device && number == other.number &&
+           size == other.size && time == other.time;
+  }
 };
 /// Of what a link leads to.
 FileStatus StatusOf(const std::string& path);
@@ -64,27 +72,8 @@ int WriteError(const std::string& path);
 /// One name for what has this path, whatever way leads to its directory and in whatever case it is
 /// written; a link that the last component may be isn't followed.
 std::string KeyOf(const std::string& path);
-/// The same of a name that a listing gave, in the directory whose own key is `directory`.
-std::string KeyIn(const std::string& directory, const std::string& name);
-/// The same of what a link leads to.
-std::string KeyOfTarget(const std::string& path);
-
 /// Whether the system hides what has this path, by more than its name.
 bool IsHidden(const std::string& path);
-
-struct Entry {
-  std::string name;
-  FileStatus::Kind kind;  ///< Of what a link leads to.
-  bool link;
-  bool hidden;  ///< By more than its name.
-};
-struct Listing {
-  std::vector<Entry> entries;  ///< In the byte order of their names.
-  bool opened = false;
-  int error = 0;
-};
-/// Lists the entries of a directory, as it stands before a name.
-Listing List(const std::string& directory);
 
 /// A directory that is held, so that nobody who may write to one above can lead a path elsewhere.
 class Directory {
@@ -99,8 +88,13 @@ class Directory {
   int Hold(const std::string& file, std::size_t named);
   /// Of what has a name in the directory, no link being followed.
   FileStatus StatusOf(const std::string& name) const;
-  /// Puts one file of the directory in the place of another.
-  int Replace(const std::string& file, const std::string& by) const;
+  int Remove(const std::string& name) const;
+
+  // A copy can be marked with the name of its file, where the system lets it.
+
+  void MarkCopy(const std::string& copy, const std::string& file) const;
+  /// Empty without a mark.
+  std::string CopyMark(const std::string& copy) const;
 
  private:
   std::string path_;

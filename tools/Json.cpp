@@ -2,6 +2,7 @@
 #include "Json.hpp"
 
 #include <cstddef>
+#include <string_view>
 
 namespace tool {
 
@@ -15,8 +16,10 @@ bool IsUtf8(const std::string& bytes) {
   }
 }
 
+constexpr std::string_view kDigits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 std::string Base64(const std::string& bytes) {
-  static const char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   const auto byte = [&bytes](std::size_t at) -> unsigned int {
     return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
   };
@@ -40,6 +43,22 @@ Json Position(const RegexClass::REMatch& entry, std::uint64_t offset) {
 
 Json JsonBytes(const std::string& bytes) {
   return IsUtf8(bytes) ? Json{{"text", bytes}} : Json{{"bytes", Base64(bytes)}};
+}
+
+std::string BytesOfBase64(const std::string& digits) {
+  std::string bytes;
+  std::uint32_t bits = 0;
+  int count = 0;
+  for (const char digit : digits) {
+    const std::size_t value = kDigits.find(digit);
+    if (value == std::string_view::npos) break;
+    bits = bits << 6U | static_cast<std::uint32_t>(value);
+    count += 6;
+    if (count < 8) continue;
+    count -= 8;
+    bytes += static_cast<char>(bits >> count);
+  }
+  return bytes;
 }
 
 void AddMatch(Json& object, const std::vector<RegexClass::REMatch>& match, std::size_t count,

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <iostream>
 
+#include "Printable.hpp"
 #include "Problems.hpp"
 #include "System.hpp"
 
@@ -34,6 +35,7 @@ Printer::Printer(const Style& style, std::ostream& out, bool fileNames, bool lin
       lineNumbers_(style.lineNumbers.value_or(lineNumbers)),
       headings_(style.heading.value_or(headings) && fileNames_ && !style.Silent() && !style.json),
       colored_(WantsColor(style.color)),
+      terminal_(OutputIsTerminal()),
       end_(style.null && !style.NamesOnly() ? '\0' : '\n'),
       nameEnd_(style.null ? '\0' : '\n') {}
 
@@ -47,12 +49,16 @@ Printer Printer::OfFiles(const Style& style, std::ostream& out) {
   return printer;
 }
 
-void Printer::Colored(const char* color, const std::string& text) const {
-  if (colored_ && *color != '\0' && !text.empty()) {
-    out_ << "\033[" << color << 'm' << text << "\033[m";
-  } else {
-    out_ << text;
-  }
+void Printer::Colored(const char* color, std::string_view text) const {
+  const bool colored = colored_ && *color != '\0' && !text.empty();
+  if (colored) out_ << "\033[" << color << 'm';
+  Raw(text);
+  if (colored) out_ << "\033[m";
+}
+
+void Printer::Name(const std::string& file) const {
+  const std::string label = Label(file);
+  Colored("35", terminal_ ? PrintableName(label) : label);
 }
 
 void Printer::Prefix(const std::string& file, std::uint64_t line, char sign) {
@@ -60,7 +66,7 @@ void Printer::Prefix(const std::string& file, std::uint64_t line, char sign) {
     if (file != headed_) FileName(file);
     headed_ = file;
   } else if (fileNames_) {
-    Colored("35", Label(file));
+    Name(file);
     Colored("36", std::string(1, sign));
   }
   if (lineNumbers_) {
@@ -76,12 +82,11 @@ void Printer::Line(const std::string& file, std::uint64_t line, const std::strin
   for (; match != lastMatch && match->begin <= part.end; ++match) {
     const std::size_t begin = std::max(match->begin, at);
     const std::size_t end = std::max(std::min(match->end, part.end), begin);
-    out_.write(text.data() + at, static_cast<std::streamsize>(begin - at));
-    Colored(kMatchColor, text.substr(begin, end - begin));
+    Raw(std::string_view(text).substr(at, begin - at));
+    Colored(kMatchColor, std::string_view(text).substr(begin, end - begin));
     at = end;
   }
-  out_.write(text.data() + at, static_cast<std::streamsize>(part.end - at));
-  out_ << '\n';
+  Raw(text.substr(at, part.end - at) + '\n');
 }
 
 void Printer::Gap() {
@@ -113,14 +118,14 @@ void Printer::Change(const std::string& file, std::uint64_t line, const std::str
 
 void Printer::Count(const std::string& file, std::uint64_t count) const {
   if (fileNames_) {
-    Colored("35", Label(file));
+    Name(file);
     Colored("36", ":");
   }
   out_ << std::to_string(count) << '\n';
 }
 
 void Printer::FileName(const std::string& file) const {
-  Colored("35", Label(file));
+  Name(file);
   out_ << nameEnd_;
 }
 
@@ -129,8 +134,16 @@ void Printer::Plain(const char* color, const std::string& text) const {
   out_ << '\n';
 }
 
-void Printer::Raw(const std::string& bytes) const {
-  out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+void Printer::Raw(std::string_view bytes) const {
+  if (terminal_) {
+    out_ << PrintableText(bytes);
+  } else {
+    out_.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  }
+}
+
+void Printer::Json(const tool::Json& object) const {
+  Raw(object.dump(-1, ' ', terminal_) + '\n');  // on a terminal all characters are escaped
 }
 
 std::string Printer::Label(const std::string& file) {

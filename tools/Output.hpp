@@ -9,6 +9,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "Json.hpp"
 
@@ -64,15 +65,15 @@ class Printer {
   void FileName(const std::string& file) const;
   /// A line of text in a colour.
   void Plain(const char* color, const std::string& text) const;
-  /// Bytes as they are.
-  void Raw(const std::string& bytes) const;
+  /// Bytes as they are; on a terminal, as with all texts and names, without control characters.
+  void Raw(std::string_view bytes) const;
 
-  /// What is printed for a file; standard input is the one without a name.
+  /// What stands for a file; standard input is the one without a name.
   static std::string Label(const std::string& file);
   /// An object with "file", which is null for standard input, and "line".
   static tool::Json Place(const std::string& file, std::uint64_t line);
   static tool::Json File(const std::string& file);
-  void Json(const tool::Json& object) const { Raw(object.dump() + '\n'); }
+  void Json(const tool::Json& object) const;
 
   /// Whether each file has its name as a heading.
   bool Headings() const { return headings_; }
@@ -82,13 +83,15 @@ class Printer {
  private:
   Printer(const Style& style, std::ostream& out, bool fileNames, bool lineNumbers, bool headings);
   void Prefix(const std::string& file, std::uint64_t line, char sign);
-  void Colored(const char* color, const std::string& text) const;
+  void Colored(const char* color, std::string_view text) const;
+  void Name(const std::string& file) const;
 
   std::ostream& out_;
   bool fileNames_;
   bool lineNumbers_;
   bool headings_;
   bool colored_;
+  bool terminal_;
   char end_;
   char nameEnd_;
   std::string headed_;  // the file whose heading was the last

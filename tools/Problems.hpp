@@ -9,6 +9,9 @@
 #include <stdexcept>
 #include <string>
 
+#include "Printable.hpp"
+#include "System.hpp"
+
 namespace tool {
 
 enum ExitStatus : int {
@@ -40,11 +43,13 @@ class Problems {
     any_ = true;
     Note(what);
   }
+  /// Remembers one that has been told otherwise.
+  void Count() { any_ = true; }
   void Tell(const std::string& about, const std::string& what) { Tell(about + ": " + what); }
   /// What is worth saying but no problem.
   static void Note(const std::string& what) {
     std::cout.flush();  // keeps the order when both go to one place
-    std::cerr << "regexclass: " << what << '\n';
+    std::cerr << "regexclass: " << (MessagesGoToTerminal() ? PrintableName(what) : what) << '\n';
   }
   bool Any() const { return any_; }
   /// A problem outweighs a match.

@@ -2,8 +2,6 @@
 #include "SavedCopies.hpp"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 #include <locale>
 #include <map>
 #include <set>
@@ -18,13 +16,6 @@ namespace {
 std::size_t LastDot(const std::string& file) {
   const std::size_t dot = file.rfind('.');
   return dot != std::string::npos && dot >= OwnNameAt(file) ? dot : file.size();
-}
-
-bool HaveSameContent(const std::string& one, const std::string& other) {
-  using Bytes = std::istreambuf_iterator<char>;
-  std::ifstream first(one, std::ios::binary);
-  std::ifstream second(other, std::ios::binary);
-  return first && second && std::equal(Bytes(first), Bytes(), Bytes(second), Bytes());
 }
 
 }  // namespace
@@ -49,30 +40,39 @@ bool HasExtension(const std::string& file, const std::string& extension) {
                     });
 }
 
+std::vector<std::string> FilesWithCopy(const std::string& copy, const std::string& extension) {
+  const std::string stem = Escaped(copy.substr(0, copy.size() - extension.size() - 1));
+  RE walker;
+  walker.SetFilesToMatch((OwnName(stem).empty() ? "" : stem + ';') + stem + ".*");
+  std::vector<std::string> files = walker.SelectFiles();
+  const auto isOther = [&](const std::string& file) {
+    return HasExtension(file, extension) || CopyName(file, extension) != copy;
+  };
+  files.erase(std::remove_if(files.begin(), files.end(), isOther), files.end());
+  return files;
+}
+
 std::vector<std::string> CopyConflicts(const std::vector<ListedFile>& files,
                                        const std::vector<ListedFile>& listed,
                                        const std::string& extension) {
   std::vector<std::string> conflicts;
   std::set<std::string> names;
   for (const ListedFile& file : listed) {
-    if (file.named == file.name.size()) names.insert(KeyOf(file.name));
+    if (file.IsNamed()) names.insert(KeyOf(file.name));
   }
   std::map<std::string, std::string> owners;
   for (const ListedFile& file : files) {
     const std::string copy = CopyName(file.name, extension);
     const std::string key = KeyOf(copy);
     const auto [owner, isNew] = owners.emplace(key, file.name);
-    const FileStatus::Kind present = StatusOfLink(copy).kind;
     if (!isNew) {
       conflicts.push_back(file.name + ": its copy would be " + copy + ", as that of " +
                           owner->second);
     } else if (names.count(key) != 0) {
       conflicts.push_back(file.name + ": its copy would be " + copy + ", which is named too");
-    } else if (present != FileStatus::kNothing &&
-               (present != FileStatus::kFile || !HaveSameContent(copy, file.name))) {
-      conflicts.push_back(
-          file.name + ": its copy would be " + copy +
-          ", which is there already with other content: take another extension, or move it away");
+    } else if (StatusOfLink(copy).kind != FileStatus::kNothing) {
+      conflicts.push_back(file.name + ": its copy would be " + copy +
+                          ", which is there already: take another extension, or move it away");
     }
   }
   return conflicts;

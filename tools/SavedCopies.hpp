@@ -21,9 +21,11 @@ std::string ExtensionFor(const std::string& file, const std::string& extension);
 /// Whether the file's name has that extension, in upper or lower case.
 bool HasExtension(const std::string& file, const std::string& extension);
 
+/// The files on disk that have a copy of that name.
+std::vector<std::string> FilesWithCopy(const std::string& copy, const std::string& extension);
+
 /// Says, in words, what stands against saving copies of `files`: two of them would share one, or
-/// one would take the place of a file that the user has named in `listed`, or that isn't a copy of
-/// what it is saved from.
+/// one would be a file that the user has named in `listed`, or that is there already.
 std::vector<std::string> CopyConflicts(const std::vector<ListedFile>& files,
                                        const std::vector<ListedFile>& listed,
                                        const std::string& extension);

@@ -60,11 +60,6 @@ void AddYesNo(CLI::App& command, std::optional<bool>& value, const Flag& yes, co
 /// files take classes and case from there.
 void Apply(const SetUp& setUp, RegexClass::RegularExpression& object);
 
-/// The settings in words, one a line.
-std::string InWords(const RegexClass::RegularExpression& object);
-/// The settings as a JSON object.
-std::string InJson(const RegexClass::RegularExpression& object);
-
 /// Writes the settings to a file, or to standard output for "-". Throws Failure.
 void WriteSettings(RegexClass::RegularExpression& object, const std::string& file);
 

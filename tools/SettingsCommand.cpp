@@ -5,6 +5,8 @@
 #include <iostream>
 
 #include "Commands.hpp"
+#include "Printable.hpp"
+#include "ShownSettings.hpp"
 
 namespace tool {
 
@@ -14,7 +16,8 @@ ExitStatus RunSettings(const Request& request) {
   if (request.writeTo) {
     WriteSettings(object, *request.writeTo);
   } else {
-    std::cout << (request.style.json ? InJson(object) : InWords(object));
+    const std::string text = request.style.json ? InJson(object).dump() + '\n' : InWords(object);
+    std::cout << (OutputIsTerminal() ? PrintableText(text) : text);
   }
   return kMatch;
 }

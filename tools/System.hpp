@@ -4,9 +4,12 @@
 #ifndef REGEXCLASS_TOOLS_SYSTEM_HPP
 #define REGEXCLASS_TOOLS_SYSTEM_HPP
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,10 +42,13 @@ int Interruption();
 using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 /// Throws Failure.
 Stream TemporaryStream();
-/// Runs a program that is found as a shell finds it, and gives its exit status; 127 when it can't
-/// be run.
-int RunProgram(const std::vector<std::string>& words, std::FILE* in, std::FILE* out,
-               std::FILE* err);
+/// Runs a program that is found as a shell finds it, with some variables of its environment set,
+/// and gives its exit status: 127 when it can't be run, none when it takes longer than the limit
+/// and is ended.
+std::optional<int> RunProgram(const std::vector<std::string>& words,
+                              const std::map<std::string, std::string>& variables,
+                              std::chrono::milliseconds limit, std::FILE* in, std::FILE* out,
+                              std::FILE* err);
 
 }  // namespace tool
 

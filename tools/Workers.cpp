@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "Problems.hpp"
+
 namespace tool {
 
 namespace {
@@ -22,7 +24,7 @@ void PartQueue::Add(std::vector<ListedFile> files) {
   const std::unique_lock<std::mutex> lock(mutex_);
   if (stopped_) throw Enough();
   listed_ += files.size();
-  const std::size_t most = 4 * size_;
+  const std::size_t most = size_ > 1 ? 4 * size_ : 1;
   if (!open_.files.empty() && open_.files.size() + files.size() > most) Close(lock);
   for (ListedFile& file : files) {
     if (open_.files.size() >= most) Close(lock);
@@ -31,10 +33,9 @@ void PartQueue::Add(std::vector<ListedFile> files) {
   if (open_.files.size() >= size_) Close(lock);
 }
 
-void PartQueue::AddTree(std::string directory) {
+void PartQueue::Close() {
   const std::unique_lock<std::mutex> lock(mutex_);
-  open_.tree = std::move(directory);
-  Close(lock);
+  if (!open_.files.empty()) Close(lock);
 }
 
 /// Lets the part that is being filled be taken.
@@ -85,10 +86,7 @@ void OrderedOutput::Print(const Piece& piece) {
     std::cout << piece.out;
     CheckOutput();
   }
-  if (!piece.messages.empty()) {
-    std::cout.flush();  // keeps the order when both go to one place
-    std::cerr << piece.messages;
-  }
+  for (const std::string& note : piece.notes) Problems::Note(note);
 }
 
 bool OrderedOutput::Begin(std::size_t part, std::size_t farthest) {
@@ -115,10 +113,7 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
 void OrderedOutput::ShowDone(std::size_t files, std::size_t all) {
   const Lock lock(mutex_);
   done_ += files;
-  progress_.Show([&] {
-    const std::string of = all > 0 ? " of " + std::to_string(all) : "";
-    return std::to_string(done_) + of + " files";
-  });
+  progress_.Show([&] { return std::to_string(done_) + " of " + std::to_string(all) + " files"; });
 }
 
 void OrderedOutput::End(std::size_t part) {

@@ -10,7 +10,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,15 +26,14 @@ struct Enough {};
 struct Part {
   std::size_t number = 0;
   std::vector<ListedFile> files = {};
-  /// In place of the files, all that are to be found below this directory.
-  std::optional<std::string> tree = {};
 };
 
 /// The files of a run on their way from the thread that lists them to those that work on them, some
 /// of which begin while the listing goes on. May be used by any number of threads.
 class PartQueue {
  public:
-  /// A part has `size` files or, where they are those of a directory, up to four times as many.
+  /// A part has `size` files or, where they are those of a directory, up to four times as many,
+  /// unless it is closed before.
   explicit PartQueue(std::size_t size) : size_(size) {}
 
   /// Lets `ready` be called for each part that can be taken, in the thread that has put it there.
@@ -43,8 +41,8 @@ class PartQueue {
   void OnReady(std::function<void()> ready) { ready_ = std::move(ready); }
   /// Puts files behind those that are there. Throws Enough when no more are wanted.
   void Add(std::vector<ListedFile> files);
-  /// Makes the whole of a directory the only part.
-  void AddTree(std::string directory);
+  /// Lets the files since the last part be one.
+  void Close();
   /// No more files come.
   void End();
   /// No more are wanted.
@@ -76,16 +74,16 @@ class OrderedOutput {
   /// `separator` comes between the files that print something.
   OrderedOutput(std::string separator, Progress& progress);
 
-  /// What a part has to print: on standard output and, behind it, on standard error.
+  /// What a part has to print: on standard output and, behind it, notes on standard error.
   struct Piece {
     std::string out;
     bool beginsFile = true;
-    std::string messages = {};
+    std::vector<std::string> notes = {};
   };
   /// Prints what has its turn; keeps what hasn't, and lets the caller wait when that gets much.
   /// Throws Enough when the part isn't wanted any more, and Failure when standard output fails.
   void Put(std::size_t part, Piece piece);
-  /// So many more files are done, of all that there are by now, or 0 when nobody counts them.
+  /// So many more files are done, of all that there are by now.
   void ShowDone(std::size_t files, std::size_t all);
   /// The part has said everything.
   void End(std::size_t part);

@@ -173,6 +173,7 @@ void AddChangeOptions(CLI::App& app, Request& request) {
   app.add_flag("--diff", request.diff, "Print the changes for patch, make none")
       ->excludes(dryRun)
       ->excludes(app.get_option("--json"));
+  app.add_flag("--hard-links", request.choice.hardLinks, "Change files with several names too");
   AddRaw(app, "--undo", request.undo, "Put saved copies with this end back")->type_name("EXT");
 }
 
@@ -216,6 +217,23 @@ void AddArguments(CLI::App& app, std::vector<std::string>& arguments) {
       ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+/// The arguments as CLI11 wants them, the last one first. It would take what stands in brackets for
+/// a list; so an argument that ends with one gets a zero byte behind it, which no argument has of
+/// itself.
+std::vector<std::string> Marked(int argc, char** argv) {
+  std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  for (std::string& argument : arguments) {
+    if (!argument.empty() && argument.back() == ']') argument += '\0';
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
+std::string Unmarked(std::string argument) {
+  if (!argument.empty() && argument.back() == '\0') argument.pop_back();
+  return argument;
 }
 
 /// The expression and the format are arguments unless an option or a settings file has them.
@@ -279,6 +297,7 @@ ExitStatus Main(int argc, char** argv) {
   const std::string named = argc > 1 ? argv[1] : "";
   for (const Command& command : kCommands) {
     CLI::App* const sub = app.add_subcommand(command.name, command.description);
+    sub->group("Commands");  // what the completion looks for
     sub->formatter(std::make_shared<Help>(command.arguments));
     if (named != command.name) continue;  // the options of all take longer to make than a short run
     if ((command.parts & kInputs) != 0) AddArguments(*sub, arguments);
@@ -286,10 +305,11 @@ ExitStatus Main(int argc, char** argv) {
     AddOutputOptions(*sub, request, command.parts);
     if ((command.parts & kLines) != 0) AddLineOptions(*sub, request);
     if ((command.parts & kDryRun) != 0) AddChangeOptions(*sub, request);
+    for (CLI::Option* const option : sub->get_options()) option->transform(Unmarked);
   }
   try {
     CheckCommand(named);
-    app.parse(argc, argv);
+    app.parse(Marked(argc, argv));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) throw Failure(error.what());
     return app.exit(error) == 0 ? kMatch : kError;

@@ -1,87 +1,116 @@
 // SPDX-License-Identifier: BSL-1.0
-// One compiled expression, and what is run on it. The engine's templates are instantiated behind
-// this class, once for each traits, and nowhere else.
+// The door to the engine: a compiled expression, and what compiles it.
 #ifndef REGEXCLASS_ENGINE_EXPRESSION_HPP
 #define REGEXCLASS_ENGINE_EXPRESSION_HPP
 
 #include <cstdint>
 #include <functional>
+#include <locale>
 #include <memory>
-#include <optional>
 #include <string>
+#include <string_view>
 
-#include "engine/Traits.hpp"
+#include "engine/Error.hpp"
+#include "engine/Flags.hpp"
+#include "engine/Match.hpp"
+#include "engine/messages/EngineMessages.hpp"
 
 namespace RegexClass::engine {
 
-struct Helps;
-
-/// The engine object of one locale model.
+/// A compiled expression, which never changes: a walk that holds on to it isn't disturbed by a new
+/// compile. It is for one thread at a time, since what it learns from the texts that it has
+/// searched goes into the next search. The matches are the same with and without.
 ///
-/// A copy is cheap, shares the compiled program with its source and keeps it alive: a walk that
-/// runs on a copy isn't disturbed by a new compile of the source. It is for the thread of its
-/// source: they also share the finder that an expression gets when it has searched some hundreds of
-/// KB. The engine's matches are the same with and without.
-template <class Traits>
+/// A text with offsets that don't fit 32 bits with a sign is a std::length_error. Where the engine
+/// gives up on a text, each of these throws what Throw() throws.
 class Expression {
  public:
-  using Flags = boost::match_flag_type;
-  /// Called for each match of a walk, with results that are valid during the call; false ends
-  /// the walk.
-  using Report = std::function<bool(const boost::cmatch&)>;
+  /// Called for each match of a walk, with a match that is valid during the call; false ends the
+  /// walk. An empty one only counts.
+  using Report = std::function<bool(const Match&)>;
 
-  /// The number of marked groups as of the last compile that succeeded.
+  virtual ~Expression() = default;
+
+  /// The number of marked groups.
   unsigned int GroupCount() const { return groupCount_; }
-
-  /// Gives the expression another locale, and drops the program; the number of groups stays.
-  /// Whatever a facet of the locale throws leaves everything as it was.
-  void Imbue(const typename Traits::locale_type& locale);
-  /// What Imbue() gave, empty before it has.
-  const std::optional<typename Traits::locale_type>& Locale() const { return locale_; }
-
-  /// Compiles `text`, up to its first zero byte, under a word of SyntaxBits. Throws
-  /// boost::regex_error for an expression that is no good; whatever is thrown leaves the program of
-  /// the compile before. What hasn't been imbued gets the default of its model first.
-  void Compile(const std::string& text, std::uint32_t word);
-
-  /// Whether the locale is still that of the last compile, good or not.
-  bool LocaleStays() const { return compiledUnder_ == Traits::LocaleName(); }
-  /// Whether a compile that imbues nothing would give the same again.
-  bool LocaleIsDefault() const {
-    return locale_ && Traits::AreSame(*locale_, Traits::DefaultLocale()) && LocaleStays();
-  }
-
-  // Below, [first, last) is the text. Only for an expression that compiled. A text with offsets
-  // that don't fit 32 bits with a sign is a std::length_error.
+  /// Their names, by number; null when none has one.
+  const std::shared_ptr<const GroupNames>& Names() const { return names_; }
 
   /// Finds the leftmost match.
-  bool Search(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
+  virtual bool Search(std::string_view text, Flags flags, Match& match) const = 0;
   /// Matches the whole text.
-  bool MatchWhole(const char* first, const char* last, boost::cmatch& results, Flags flags) const;
+  virtual bool MatchWhole(std::string_view text, Flags flags, Match& match) const = 0;
+  /// Reports each match in turn, and returns the number of matches; see RegularExpression::Grep for
+  /// the rule on empty ones.
+  virtual unsigned int Grep(std::string_view text, Flags flags, const Report& report) const = 0;
+  /// Appends the text to `out` with each match that Grep() reports replaced by what `format` makes
+  /// of it.
+  virtual void Merge(std::string_view text, Flags flags, const MergeFormat& format,
+                     std::string& out) const = 0;
 
-  /// Reports each match in turn, and gives the number of reports; see RegularExpression::Grep for
-  /// the engine's rule on empty matches.
-  unsigned int Grep(const char* first, const char* last, Flags flags, const Report& report) const;
-
-  /// Appends the text to `out` with each match that Grep() reports turned into what `format`, a
-  /// zero-terminated text, makes of it. `flags` holds match flags and format flags: the syntax of
-  /// the format, format_no_copy for the replacements alone, format_first_only.
-  void Merge(const char* first, const char* last, const char* format, Flags flags,
-             std::string& out) const;
-  /// What `format`, a zero-terminated text, makes of a match; `flags` tell its syntax.
-  static std::string Format(const boost::cmatch& results, const char* format, Flags flags);
+ protected:
+  void SetGroups(unsigned int count, std::shared_ptr<const GroupNames> names) {
+    groupCount_ = count;
+    names_ = std::move(names);
+  }
 
  private:
-  boost::basic_regex<char, Traits> regex_;
-  std::shared_ptr<Helps> helps_;
-  std::optional<typename Traits::locale_type> locale_;
-  std::string compiledUnder_;
   unsigned int groupCount_ = 0;
+  std::shared_ptr<const GroupNames> names_;
 };
 
-extern template class Expression<CppTraits>;
-extern template class Expression<W32Traits>;
-extern template class Expression<CTraits>;
+/// A locale, and the engine's messages that go with it.
+struct MessageLocale {
+  std::locale locale;
+  std::shared_ptr<const EngineMessages> messages;  ///< Null for the engine's own.
+
+  bool operator==(const MessageLocale& other) const {
+    return locale == other.locale && messages == other.messages;
+  }
+};
+
+/// Makes the expressions of one locale model, for one object.
+class Compiler {
+ public:
+  virtual ~Compiler() = default;
+
+  /// Gives it another locale. Whatever a facet of the locale throws leaves everything as it was.
+  virtual void Imbue(const MessageLocale& locale) = 0;
+  /// What Imbue() was given; null before.
+  virtual const MessageLocale* Locale() const = 0;
+
+  /// Compiles `text`, up to its first zero byte, under a word of SyntaxBits. Null for an expression
+  /// that is no good, and `error` tells why. What hasn't been imbued gets the default of its model
+  /// first.
+  virtual std::shared_ptr<const Expression> Compile(const std::string& text, std::uint32_t word,
+                                                    Error& error) = 0;
+
+  /// Whether the locale is still that of the last compile, good or not.
+  virtual bool LocaleStays() const { return true; }
+  /// Whether a compile that imbues nothing would come to the same again.
+  virtual bool LocaleIsDefault() const = 0;
+};
+
+/// A locale model: where classes, case and order of characters come from.
+class Model {
+ public:
+  /// Where the messages of its message catalogue are read; kNone where the model has no catalogue.
+  enum class Catalogue { kNone, kThroughFacet, kDirectly };
+
+  virtual ~Model() = default;
+
+  /// As the public enumerator is called.
+  virtual const char* Name() const = 0;
+  virtual Catalogue Messages() const { return Catalogue::kNone; }
+  /// Whether its locale is the one that an object has set, and not that of DefaultLocale().
+  virtual bool TakesLocale() const { return false; }
+  /// What holds where no locale is set: in the operations on files, for one.
+  virtual std::locale DefaultLocale() const { return std::locale::classic(); }
+
+  virtual std::unique_ptr<Compiler> MakeCompiler() const = 0;
+  /// What `format`, a zero-terminated text, makes of a match, which may come from any model.
+  virtual std::string Format(const Match& match, const char* format, FormatSyntax syntax) const = 0;
+};
 
 }  // namespace RegexClass::engine
 

@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: BSL-1.0
 // ChangeFiles: records the matches that the walker reports, and has each file rewritten when the
-// walker has come to the next.
+// walker has come to the next. RewriteFile: has one file rewritten.
 
 #include <algorithm>
 #include <functional>
 #include <locale>
 #include <string>
-#include <type_traits>
 #include <utility>
 
 #include "files/FileOperations.hpp"
 #include "files/FileRewriting.hpp"
+#include "rewriting/Format.hpp"
 
 namespace RegexClass {
 namespace {
@@ -20,20 +20,18 @@ using Replacement = std::function<std::string(const std::string& matched)>;
 /// What makes the replacement of a match, by an expression that stays as it is whatever a
 /// notification sets. Like the walker's, it takes classes and case from the global locale.
 Replacement MakeReplacement(ExpressionState& state) {
-  return state.WithModel([&state](const auto& model) {
-    if (!model.record.accepted) {
-      throw boost::regex_error(model.record.message, model.record.engineError);
-    }
-    std::decay_t<decltype(model.expression)> own;
-    own.Compile(state.settings.expression, SyntaxWord(state.settings.expressionOptions));
-    const auto flags = EngineMatchFlags(state.settings.matchOptions, false) | boost::format_all;
-    return Replacement([&state, own, flags](const std::string& matched) {
-      std::string replacement;
-      own.Merge(matched.data(), matched.data() + matched.size(),
-                state.settings.formatString.c_str(), flags, replacement);
-      return replacement;
-    });
-  });
+  const ModelState& current = state.CurrentModel();
+  if (!current.record.accepted) engine::Throw(current.record.error, current.record.message);
+  engine::Error error;
+  const auto own = current.model->MakeCompiler()->Compile(
+      state.settings.expression, SyntaxWord(state.settings.expressionOptions), error);
+  if (own == nullptr) engine::Throw(error, error.message);
+  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, false);
+  return [&state, own, flags](const std::string& matched) {
+    std::string replacement;
+    own->Merge(matched, flags, {state.settings.formatString.c_str()}, replacement);
+    return replacement;
+  };
 }
 
 bool HasSaveExtension(const std::string& file, const std::string& extension) {
@@ -51,26 +49,29 @@ bool HasSaveExtension(const std::string& file, const std::string& extension) {
 class ChangeRun {
  public:
   ChangeRun(ExpressionState& state, platform::FileServices& services)
-      : state_(state), services_(services), replacement_(MakeReplacement(state)) {}
+      : state_(state),
+        services_(services),
+        rewriter_(services, state.settings, state.rewriting, state.changeFilesErrors),
+        replacement_(MakeReplacement(state)) {}
 
   /// Walks, and gives the number of changes in files that have been rewritten.
   unsigned int Walk(FileWalker& walker) {
-    {
+    walker.SetReportProblem([this](const FileWalker::Problem& problem) { PassOn(problem); });
+    try {
       const BusyScope busy(state_);
       walker.Grep([this](const FileWalker& found) { return Collect(found); });
+    } catch (...) {
+      rewriter_.Flush();  // those before the file in hand
+      throw;
     }
-    if (!GivenUp()) FinishFile();
-    return changesApplied_;
+    if (!rewriter_.GivenUp()) FinishFile();
+    rewriter_.Flush();
+    return rewriter_.ChangesApplied();
   }
 
  private:
-  /// Whether a failure has put an end to the run.
-  bool GivenUp() const {
-    return !state_.settings.continueFiles && !state_.changeFilesErrors.empty();
-  }
-
   bool Collect(const FileWalker& found) {
-    if (GivenUp()) return false;
+    if (rewriter_.GivenUp()) return false;
     if (found.File().name != fileInWork_.name) BeginFile(found.File());
     if (passedOver_ || !RaiseChangingFiles(found)) return false;
 
@@ -84,17 +85,36 @@ class ChangeRun {
   void BeginFile(const platform::FoundFile& file) {
     FinishFile();
     fileInWork_ = file;
-    passedOver_ =
-        HasSaveExtension(file.name, state_.settings.saveExtension) || !services_.MayRewrite(file);
+    passedOver_ = HasSaveExtension(file.name, state_.settings.saveExtension);
+    if (passedOver_) return;
+    platform::FileToRewrite told;
+    const platform::Error error = services_.Look(file, told);
+    passedOver_ = error != 0 || !told.writable;
+    if (error != 0) Fail(file.name, static_cast<std::uint32_t>(error));
+  }
+
+  /// A problem of the walk. The file in work ends with it: either it has been left, or the rest of
+  /// it couldn't be searched, and then it stays as it is.
+  void PassOn(const FileWalker::Problem& problem) {
+    if (rewriter_.GivenUp()) return;
+    if (problem.file == fileInWork_.name) pendingChanges_.clear();
+    FinishFile();
+    Fail(problem.file, problem.code);
+  }
+
+  void Fail(const std::string& file, std::uint32_t error) {
+    if (rewriter_.GivenUp()) return;
+    FileRewriter::Problem problem;
+    problem.file = file;
+    problem.kind = RegularExpression::OpenFileFailed;
+    problem.lastError = error;
+    rewriter_.Tell(problem);
   }
 
   /// Rewrites the file in work. Afterwards there is none, whatever came of it.
   void FinishFile() {
     const platform::FoundFile file = std::exchange(fileInWork_, platform::FoundFile());
-    const PendingChanges changes = std::exchange(pendingChanges_, PendingChanges());
-    if (changes.empty()) return;
-    changesApplied_ += ApplyPendingChanges(services_, file, changes, state_.settings.saveExtension,
-                                           state_.changeFilesErrors);
+    rewriter_.Change(file, std::exchange(pendingChanges_, PendingChanges()));
   }
 
   bool RaiseChangingFiles(const FileWalker& found) {
@@ -108,24 +128,53 @@ class ChangeRun {
 
   ExpressionState& state_;
   platform::FileServices& services_;
+  FileRewriter rewriter_;
   const Replacement replacement_;
   platform::FoundFile fileInWork_;  // whose matches are being recorded; without a name for none
   bool passedOver_ = false;         // it isn't to be rewritten
   PendingChanges pendingChanges_;
-  unsigned int changesApplied_ = 0;
 };
 
 }  // namespace
 
 unsigned int ChangeFiles(ExpressionState& state, platform::FileServices& services) {
   if (!state.changingFiles) state.changeFilesErrors.clear();
-  auto walker = WalkerFor(state);
+  auto walker = WalkerFor(state, platform::Links::kRefused);
   if (!walker) return 0;
   ChangeRun run(state, services);
   const ScopedValue<bool> changing(state.changingFiles, true, state.changingFiles);
   return run.Walk(*walker);
 }
 
+bool RewriteFile(ExpressionState& state, platform::FileServices& services, const std::string& name,
+                 const std::string& source, std::size_t named) {
+  if (!state.changingFiles) state.changeFilesErrors.clear();
+  FileRewriter rewriter(services, state.settings, state.rewriting, state.changeFilesErrors);
+  platform::FoundFile file = Locate(name.c_str(), named);
+  const auto fail = [&](RegularExpression::ChangeProblemKind kind, platform::Error error) {
+    FileRewriter::Problem problem;
+    problem.file = file.name;
+    problem.kind = kind;
+    problem.lastError = static_cast<std::uint32_t>(error);
+    rewriter.Tell(problem);
+  };
+  platform::FileToRewrite told;
+  if (const platform::Error error = services.Look(file, told)) {
+    fail(RegularExpression::OpenFileFailed, error);
+  } else if (!told.writable) {
+    fail(RegularExpression::ReplaceFileFailed, platform::kErrorDenied);
+  } else {
+    file.identity = told.identity;
+    rewriter.Replace(file, Locate(source.c_str(), named));
+  }
+  rewriter.Flush();
+  return rewriter.ChangesApplied() != 0;
+}
+
+bool RegularExpression::RewriteFile(const std::string& name, const std::string& source,
+                                    std::size_t named) {
+  return RegexClass::RewriteFile(*state, platform::FileServices::System(), name, source, named);
+}
 unsigned int RegularExpression::ChangeFiles() {
   return RegexClass::ChangeFiles(*state, platform::FileServices::System());
 }

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: BSL-1.0
-// The three operations on files.
+// The operations on the files of a pattern.
 #ifndef REGEXCLASS_FILES_FILEOPERATIONS_HPP
 #define REGEXCLASS_FILES_FILEOPERATIONS_HPP
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "files/FileWalker.hpp"
 #include "object/ExpressionState.hpp"
@@ -13,13 +15,17 @@ namespace RegexClass {
 
 /// The walker for the settings and the locale model of `state`; none when there is nothing to walk
 /// or nothing to search for: an empty pattern, or an expression that is empty or no good in the
-/// Perl syntax. The expression is also parsed as the object has it.
-std::optional<FileWalker> WalkerFor(ExpressionState& state);
+/// Perl syntax. The expression is also parsed as the object has it. `found` is what becomes of
+/// links that no pattern spells out.
+std::optional<FileWalker> WalkerFor(ExpressionState& state, platform::Links found);
 
+std::vector<std::string> SelectFiles(ExpressionState& state);
 unsigned int GrepFiles(ExpressionState& state);
 unsigned int FindFiles(ExpressionState& state);
 /// Asks `services` for all that the rewriting needs of the system.
 unsigned int ChangeFiles(ExpressionState& state, platform::FileServices& services);
+bool RewriteFile(ExpressionState& state, platform::FileServices& services, const std::string& name,
+                 const std::string& source, std::size_t named);
 
 }  // namespace RegexClass
 

@@ -3,8 +3,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <memory>
+#include <optional>
 #include <utility>
+
+#include "platform/FileName.hpp"
 
 namespace RegexClass {
 namespace {
@@ -14,6 +18,7 @@ using platform::File;
 using platform::FileServices;
 using platform::FoundFile;
 using platform::NewFile;
+using platform::Present;
 using platform::Target;
 using platform::TemporaryFile;
 using platform::TemporaryNaming;
@@ -150,7 +155,7 @@ Fault Replay(File& from, Writer& to, const PendingChanges& changes,
 /// The system measures files in more bits than a problem's position has.
 std::uint32_t PositionOf(std::uint64_t offset) { return static_cast<std::uint32_t>(offset); }
 
-/// The problem of a replay of the file `name`.
+/// The problem of making a new content of `source`, the file `name`.
 Problem ProblemOf(const Fault& fault, const std::string& name, File& source,
                   TemporaryFile& temporary) {
   Problem problem;
@@ -177,26 +182,121 @@ bool IsOutOfSpace(const Fault& fault) {
   return fault.what == Fault::kWrite && platform::IsOutOfSpace(fault.error);
 }
 
-/// Replays the target into a temporary file, by the first way to one that has the space. False when
-/// none has come about, and then `problem` tells why.
-bool MakeNewContent(FileServices& services, const std::string& name, Target& target,
-                    const PendingChanges& changes, TemporaryFile& temporary, Problem& problem) {
-  bool replayed = false;
+constexpr TemporaryNaming kNamings[] = {TemporaryNaming::kFirst, TemporaryNaming::kSecond,
+                                        TemporaryNaming::kThird};
+
+}  // namespace
+
+/// What a file is to have in place of what it has.
+class FileRewriter::Content {
+ public:
+  virtual ~Content() = default;
+
+  /// Opens what it is made of, for a file that is open. `problem` tells what fails.
+  virtual bool Open(Target& target, Problem& problem) = 0;
+  /// Writes it. `old` is the file, at its start.
+  virtual Fault Make(File& old, Writer& to) = 0;
+  /// The file that Make() reads, and its name.
+  virtual File& Source(File& old) = 0;
+  virtual const std::string& SourceName() const = 0;
+
+  /// Sees to it that the old content can be made when it is gone.
+  virtual Error KeepOld(FileServices& services, File& old) = 0;
+  /// Writes the old content. `made` has the new one, and is at its start.
+  virtual Fault MakeOld(File& made, Writer& to) = 0;
+
+  virtual std::size_t Changes() const = 0;
+};
+
+namespace {
+
+/// The old content with matches replaced.
+class ChangedContent final : public FileRewriter::Content {
+ public:
+  ChangedContent(std::string name, PendingChanges changes)
+      : name_(std::move(name)), changes_(std::move(changes)) {}
+
+  bool Open(Target&, Problem&) override { return true; }
+  Fault Make(File& old, Writer& to) override {
+    return Replay(old, to, changes_, &PendingChange::matched, &PendingChange::replacement);
+  }
+  File& Source(File& old) override { return old; }
+  const std::string& SourceName() const override { return name_; }
+  Error KeepOld(FileServices&, File&) override { return 0; }
+  Fault MakeOld(File& made, Writer& to) override {
+    return Replay(made, to, changes_, &PendingChange::replacement, &PendingChange::matched);
+  }
+  std::size_t Changes() const override { return changes_.size(); }
+
+ private:
+  const std::string name_;
+  const PendingChanges changes_;
+};
+
+/// The content of another file.
+class OtherContent final : public FileRewriter::Content {
+ public:
+  explicit OtherContent(FoundFile source) : source_(std::move(source)) {}
+
+  bool Open(Target& target, Problem& problem) override {
+    const Error error = target.OpenSource(source_, file_);
+    if (error == 0) return true;
+    problem.file = source_.name;
+    problem.kind = RE::OpenFileFailed;
+    problem.lastError = static_cast<std::uint32_t>(error);
+    return false;
+  }
+  Fault Make(File&, Writer& to) override {
+    const Error error = file_->Rewind();
+    return error != 0 ? Fault{Fault::kRead, error} : CopyAll(*file_, to);
+  }
+  File& Source(File&) override { return *file_; }
+  const std::string& SourceName() const override { return source_.name; }
+  Error KeepOld(FileServices& services, File& old) override {
+    Error error = 0;
+    for (const TemporaryNaming naming : kNamings) {
+      error = services.CreateTemporary(naming, old_);
+      if (error != 0) continue;
+      if ((error = old.Rewind()) != 0) return error;
+      Writer writer(*old_.file);
+      const Fault fault = CopyAll(old, writer);
+      error = ErrorOf(fault);
+      if (!IsOutOfSpace(fault)) break;
+    }
+    return error;
+  }
+  Fault MakeOld(File&, Writer& to) override {
+    const Error error = old_.file->Rewind();
+    return error != 0 ? Fault{Fault::kRead, error} : CopyAll(*old_.file, to);
+  }
+  std::size_t Changes() const override { return 1; }
+
+ private:
+  const FoundFile source_;
+  std::unique_ptr<File> file_;
+  TemporaryFile old_;
+};
+
+/// Makes the new content in a temporary file, by the first way to one that has the space. False
+/// when none has come about, and then `problem` tells why.
+bool MakeNewContent(FileServices& services, FileRewriter::Content& content, Target& target,
+                    TemporaryFile& temporary, Problem& problem) {
+  bool made = false;
   Error error = 0;
-  for (const TemporaryNaming naming :
-       {TemporaryNaming::kFirst, TemporaryNaming::kSecond, TemporaryNaming::kThird}) {
+  for (const TemporaryNaming naming : kNamings) {
     error = services.CreateTemporary(naming, temporary);
     if (error != 0) continue;
-    if (replayed && (error = target.Content().Rewind()) != 0) break;
-    replayed = true;
+    File& source = content.Source(target.Content());
+    if (source.HasHoles()) temporary.file->LeaveHoles();
+    if ((error = target.Content().Rewind()) != 0) break;
+    made = true;
     Writer writer(*temporary.file);
-    const Fault fault = Replay(target.Content(), writer, changes, &PendingChange::matched,
-                               &PendingChange::replacement);
+    const Fault fault = content.Make(target.Content(), writer);
     if (fault.what == Fault::kNone) return true;
-    problem = ProblemOf(fault, name, target.Content(), temporary);
+    problem = ProblemOf(fault, content.SourceName(), source, temporary);
     if (!IsOutOfSpace(fault)) return false;
   }
-  if (!replayed) {
+  if (!made) {
     problem.kind = RE::CreateTemporaryFailed;
     problem.file = "NoName";
     problem.lastError = static_cast<std::uint32_t>(error);
@@ -204,21 +304,14 @@ bool MakeNewContent(FileServices& services, const std::string& name, Target& tar
   return false;
 }
 
-/// Makes a whole file of the content that `from` has, and gives it its name.
-Error WriteNewFile(File& from, NewFile& file) {
-  std::uint64_t size = 0;
-  Error error = from.Rewind();
-  if (error == 0) error = from.Size(size);
-  if (error == 0) error = file.Content().Reserve(size);
+/// Gives a new file the content that `from` has. What is reserved beforehand wouldn't be brought to
+/// the device by a rename, where a file system does that; and writing tells as well when there is
+/// no space.
+Error Fill(NewFile& file, File& from) {
+  if (from.HasHoles()) file.Content().LeaveHoles();
+  if (const Error error = from.Rewind()) return error;
   Writer writer(file.Content());
-  if (error == 0) error = ErrorOf(CopyAll(from, writer));
-  return error == 0 ? file.Publish() : error;
-}
-
-Error SaveCopy(Target& target, const std::string& copyName) {
-  std::unique_ptr<NewFile> copy;
-  const Error error = target.CreateCopy(copyName, copy);
-  return error == 0 ? WriteNewFile(target.Content(), *copy) : error;
+  return ErrorOf(CopyAll(from, writer));
 }
 
 /// Writes a content of `size` bytes, which `write` hands to the writer it is given, over the
@@ -234,39 +327,55 @@ Error Overwrite(File& target, std::uint64_t size, bool& touched, Write write) {
   return error == 0 ? target.Truncate(writer.Size()) : error;
 }
 
-/// Copies the temporary file over the target. When the writing breaks off, makes the old content of
-/// the new again and writes that.
-Error OverwriteFile(File& target, File& temporary, const PendingChanges& changes) {
+/// Copies the temporary file over the target. When the writing breaks off, makes the old content
+/// again and writes that.
+Error OverwriteFile(Target& target, File& temporary, FileRewriter::Content& content) {
+  File& file = target.Content();
   std::uint64_t size = 0;
   if (const Error error = temporary.Size(size)) return error;
   if (const Error error = temporary.Rewind()) return error;
+  if (const Error error = target.CheckUnchanged()) return error;
+  const bool hasHoles = temporary.HasHoles();
   bool touched = false;
   const Error error =
-      Overwrite(target, size, touched, [&](Writer& writer) { return CopyAll(temporary, writer); });
+      Overwrite(file, size, touched, [&](Writer& writer) { return CopyAll(temporary, writer); });
+  if (error == 0 && hasHoles) file.DigHolesOf(temporary);
   if (error != 0 && touched && temporary.Rewind() == 0) {
-    Overwrite(target, 0, touched, [&](Writer& writer) {
-      return Replay(temporary, writer, changes, &PendingChange::replacement,
-                    &PendingChange::matched);
-    });
+    Overwrite(file, 0, touched, [&](Writer& writer) { return content.MakeOld(temporary, writer); });
   }
   return error;
 }
 
-/// Puts a new file with the content of the temporary one in the place of the target. Where that
-/// can't be done, or can't keep what belongs to the target, copies the content over the target's,
-/// which may cost attributes; `restored` tells whether they could be put back.
-Error ReplaceFile(Target& target, File& temporary, const PendingChanges& changes, Error& restored) {
-  restored = 0;
-  if (const Error error = target.Unwritable()) return error;
-  std::unique_ptr<NewFile> replacement;
-  Error error = target.CreateReplacement(replacement);
-  if (error == 0) error = WriteNewFile(temporary, *replacement);
-  if (error == 0 || error == platform::kErrorStale) return error;
-  replacement.reset();  // and the space that it took
-  error = OverwriteFile(target.Content(), temporary, changes);
-  // Also an attempt that failed may have cost the file its set-user bit.
-  restored = target.RestoreAttributes();
-  return error;
+/// Whether the copy to save is there already, with the content of the target: what is left of a run
+/// that was ended before it changed the file.
+bool IsSaved(Target& target, const FoundFile& file, const std::string& copyName) {
+  FoundFile present = file;
+  present.name = copyName;
+  present.directory = file.directory->Above(
+      std::max(copyName.find_last_of(platform::Separators()) + 1, platform::RootLength(copyName)));
+  std::unique_ptr<File> copy;
+  if (present.directory == nullptr || target.OpenSource(present, copy) != 0) return false;
+  if (target.Content().Rewind() != 0) return false;
+  std::vector<char> one(kBlock);
+  std::vector<char> other(kBlock);
+  std::size_t size = 0;
+  std::size_t otherSize = 0;
+  do {
+    if (target.Content().Read(one.data(), kBlock, size) != 0) return false;
+    if (copy->Read(other.data(), kBlock, otherSize) != 0) return false;
+    if (size != otherSize || !std::equal(one.data(), one.data() + size, other.data())) return false;
+  } while (size != 0);
+  return true;
+}
+
+/// A problem of a kind with its file alone. Of an error that is no number of the system's, the kind
+/// has its own way to tell.
+Problem ProblemWith(RE::ChangeProblemKind kind, const std::string& file, Error error) {
+  Problem problem;
+  problem.file = file;
+  problem.kind = error == platform::kErrorChanged ? RE::OpenFileFailed : kind;
+  problem.lastError = error == platform::kErrorChanged ? 0 : static_cast<std::uint32_t>(error);
+  return problem;
 }
 
 }  // namespace
@@ -275,43 +384,190 @@ std::string SavedCopyName(const std::string& file, const std::string& extension)
   return file.substr(0, file.rfind('.')) + '.' + extension;
 }
 
-unsigned int ApplyPendingChanges(FileServices& services, const FoundFile& file,
-                                 const PendingChanges& changes, const std::string& saveExtension,
-                                 std::vector<Problem>& problems) {
-  if (file.name.empty()) return 0;
-  const auto fail = [&problems](RE::ChangeProblemKind kind, const std::string& name, Error error) {
-    Problem problem;
-    problem.file = name;
-    problem.kind = kind;
-    problem.lastError = static_cast<std::uint32_t>(error);
-    problems.push_back(std::move(problem));
-  };
+/// One file's rewriting, ready to be published; or what has failed.
+struct FileRewriter::Rewriting {
+  explicit Rewriting(FoundFile found) : file(std::move(found)) {}
 
-  std::unique_ptr<Target> target;  // open and locked from here to the end
-  if (const Error error = services.Open(file, target)) {
-    fail(RE::OpenFileFailed, file.name, error);
-    return 0;
+  FoundFile file;
+  std::unique_ptr<Content> content;
+  std::unique_ptr<Target> target;        // open and locked from here to the end
+  TemporaryFile temporary;               // with the new content; may be gone
+  std::unique_ptr<NewFile> replacement;  // null when the content is to be written over
+  std::unique_ptr<NewFile> copy;         // null when none is to be saved
+  std::string copyName;
+  bool mayOverwrite = true;  // also when the file has other names
+  std::optional<Problem> problem;
+
+  void Fail(RE::ChangeProblemKind kind, const std::string& name, Error error) {
+    problem = ProblemWith(kind, name, error);
   }
-  TemporaryFile temporary;
+  /// Whether `error` puts an end to it, rather than to the replacement alone.
+  bool IsFatal(Error error) const {
+    return error == platform::kErrorStale || error == platform::kErrorChanged ||
+           (error == platform::kErrorManyNames && !mayOverwrite);
+  }
+};
+
+FileRewriter::FileRewriter(FileServices& services, const Settings& settings,
+                           const RewritingSettings& rewriting, std::vector<Problem>& problems)
+    : services_(services), settings_(settings), rewriting_(rewriting), problems_(problems) {}
+
+FileRewriter::~FileRewriter() = default;
+
+bool FileRewriter::GivenUp() const { return !settings_.continueFiles && !problems_.empty(); }
+
+void FileRewriter::Change(const FoundFile& file, PendingChanges changes) {
+  const bool equal = std::all_of(changes.begin(), changes.end(), [](const PendingChange& change) {
+    return change.matched == change.replacement;
+  });
+  if (equal) {  // also when there is none
+    changesApplied_ += static_cast<unsigned int>(changes.size());
+    return;
+  }
+  Rewrite(file, std::make_unique<ChangedContent>(file.name, std::move(changes)));
+}
+
+void FileRewriter::Replace(const FoundFile& file, const FoundFile& source) {
+  Rewrite(file, std::make_unique<OtherContent>(source));
+}
+
+void FileRewriter::Rewrite(const FoundFile& file, std::unique_ptr<Content> content) {
+  changesInHand_ += content->Changes();
+  Rewriting rewriting(file);
+  rewriting.content = std::move(content);
+  Prepare(rewriting);
+  Queue(std::move(rewriting));
+}
+
+void FileRewriter::Tell(const Problem& problem) {
+  Rewriting failed{FoundFile()};
+  failed.problem = problem;
+  Queue(std::move(failed));
+}
+
+void FileRewriter::Queue(Rewriting rewriting) {
+  // Nothing that comes behind a problem may be done when it is to end the run, and what is written
+  // over can't be taken back.
+  const bool alone = !rewriting_.syncTogether || !settings_.continueFiles ||
+                     (!rewriting.problem && rewriting.replacement == nullptr);
+  std::uint64_t size = 0;
+  if (rewriting.temporary.file != nullptr && rewriting.temporary.file->Size(size) == 0) {
+    bytesInHand_ += size;
+  }
+  if (!alone) rewriting.temporary = TemporaryFile();
+  queue_.push_back(std::move(rewriting));
+  if (alone || queue_.size() >= services_.MostTogether() || bytesInHand_ > kMostBytes ||
+      changesInHand_ > kMostChanges) {
+    Flush();
+  }
+}
+
+void FileRewriter::Prepare(Rewriting& r) {
+  const std::string& name = r.file.name;
+  if (const Error error = services_.Open(r.file, r.target)) {
+    return r.Fail(RE::OpenFileFailed, name, error);
+  }
+  r.mayOverwrite = r.file.links == platform::Links::kMeant || rewriting_.changeHardLinks;
+  if (r.target->HasOtherNames() && !r.mayOverwrite) {
+    return r.Fail(RE::ReplaceFileFailed, name, platform::kErrorManyNames);
+  }
   Problem problem;
-  if (!MakeNewContent(services, file.name, *target, changes, temporary, problem)) {
-    problems.push_back(std::move(problem));
-    return 0;
+  if (!r.content->Open(*r.target, problem) ||
+      !MakeNewContent(services_, *r.content, *r.target, r.temporary, problem)) {
+    r.problem = std::move(problem);
+    return;
   }
-  if (!saveExtension.empty()) {
-    const std::string copyName = SavedCopyName(file.name, saveExtension);
-    if (const Error error = SaveCopy(*target, copyName)) {
-      fail(RE::SaveCopyFailed, copyName, error);
-      return 0;
+  if (const Error error = r.target->Unwritable()) {
+    return r.Fail(RE::ReplaceFileFailed, name, error);
+  }
+  Error error = r.target->CreateReplacement(r.replacement);
+  if (error == 0) error = Fill(*r.replacement, *r.temporary.file);
+  if (error != 0) r.replacement.reset();  // and the space that it took
+  if (r.IsFatal(error)) return r.Fail(RE::ReplaceFileFailed, name, error);
+  if (!settings_.saveExtension.empty()) PrepareCopy(r);
+}
+
+void FileRewriter::PrepareCopy(Rewriting& r) {
+  r.copyName = SavedCopyName(r.file.name, settings_.saveExtension);
+  const Present present = rewriting_.keepCopies ? Present::kKept : Present::kReplaced;
+  Error error = r.target->CreateCopy(r.copyName, present, r.copy);
+  if (error == platform::kErrorExists && rewriting_.keepCopies &&
+      IsSaved(*r.target, r.file, r.copyName)) {
+    return;
+  }
+  if (error == 0) error = Fill(*r.copy, r.target->Content());
+  if (error != 0) r.Fail(RE::SaveCopyFailed, r.copyName, error);
+}
+
+void FileRewriter::Flush() {
+  std::vector<Rewriting> queue = std::move(queue_);
+  queue_.clear();
+  bytesInHand_ = 0;
+  changesInHand_ = 0;
+  // The copies first: what is on the device of them doesn't depend on what follows.
+  std::vector<File*> files;
+  for (const auto& member : {&Rewriting::copy, &Rewriting::replacement}) {
+    for (Rewriting& r : queue) {
+      if (!r.problem && r.*member != nullptr) files.push_back(&(r.*member)->Content());
     }
   }
-  Error restored = 0;
-  if (const Error error = ReplaceFile(*target, *temporary.file, changes, restored)) {
-    fail(RE::ReplaceFileFailed, file.name, error);
-    return 0;
+  std::map<File*, Error> synced;
+  if (queue.size() > 1) {
+    const std::vector<Error> errors = services_.SyncTogether(files);
+    for (std::size_t i = 0; i < files.size(); ++i) synced[files[i]] = errors[i];
+  } else {
+    for (File* const file : files) synced[file] = file->Sync();
   }
-  if (restored != 0) fail(RE::RestoreAttributesFailed, file.name, restored);
-  return static_cast<unsigned int>(changes.size());
+  for (Rewriting& next : queue) {
+    if (GivenUp()) return;
+    Rewriting r = std::move(next);  // closed when it is done
+    if (!r.problem) Publish(r, synced);
+    if (r.problem) problems_.push_back(std::move(*r.problem));
+  }
+}
+
+void FileRewriter::Publish(Rewriting& r, const std::map<File*, Error>& synced) {
+  const std::string& name = r.file.name;
+  const auto sync = [&synced](NewFile& file) { return synced.at(&file.Content()); };
+  if (const Error error = r.target->CheckUnchanged()) {
+    return r.Fail(RE::OpenFileFailed, name, error);
+  }
+  Error error = r.replacement != nullptr ? sync(*r.replacement) : 0;
+  if (error != 0 && !platform::IsOutOfSpace(error)) {  // the device's
+    return r.Fail(RE::ReplaceFileFailed, name, error);
+  }
+  if (r.copy != nullptr) {
+    Error copied = sync(*r.copy);
+    if (copied == 0) copied = r.copy->Publish();
+    if (copied != 0) return r.Fail(RE::SaveCopyFailed, r.copyName, copied);
+  }
+  if (r.replacement != nullptr) {
+    if (error == 0) error = r.replacement->Publish();
+    if (r.IsFatal(error)) return r.Fail(RE::ReplaceFileFailed, name, error);
+    r.replacement.reset();
+    if (error == 0) {
+      changesApplied_ += static_cast<unsigned int>(r.content->Changes());
+      return;
+    }
+  }
+  WriteOver(r);
+}
+
+void FileRewriter::WriteOver(Rewriting& r) {
+  const std::string& name = r.file.name;
+  Problem problem;
+  if (r.temporary.file == nullptr &&
+      !MakeNewContent(services_, *r.content, *r.target, r.temporary, problem)) {
+    r.problem = std::move(problem);
+    return;
+  }
+  Error error = r.content->KeepOld(services_, r.target->Content());
+  if (error == 0) error = OverwriteFile(*r.target, *r.temporary.file, *r.content);
+  // Also an attempt that failed may have cost the file its set-user bit.
+  const Error restored = r.target->RestoreAttributes();
+  if (error != 0) return r.Fail(RE::ReplaceFileFailed, name, error);
+  changesApplied_ += static_cast<unsigned int>(r.content->Changes());
+  if (restored != 0) r.Fail(RE::RestoreAttributesFailed, name, restored);
 }
 
 }  // namespace RegexClass

@@ -66,8 +66,8 @@ class Names {
 /// One pattern's walk. Every member answers whether to go on.
 class Selection {
  public:
-  Selection(bool recursion, const FileVisitor& visitor)
-      : recursion_(recursion), visitor_(visitor) {}
+  Selection(bool recursion, Links found, const FileVisitor& visitor)
+      : recursion_(recursion), foundLinks_(found), visitor_(visitor) {}
 
   bool Select(std::string_view pattern) {
     path_.clear();
@@ -84,7 +84,7 @@ class Selection {
       pending_.pop_back();
       path_.resize(next.above->PathLength());
       path_ += next.component;
-      goOn = Enter(next.above->Below(next.component, next.links), next.pattern, Links::kFollowed);
+      goOn = Enter(next.above->Below(next.component, next.links), next.pattern, foundLinks_);
     }
     return goOn;
   }
@@ -120,9 +120,10 @@ class Selection {
         descend();
         const std::string name = OnlyName(component);
         if (recursion_ || name.empty()) return VisitNames(directory, pattern);
-        if (HasWildcard(component)) links = Links::kFollowed;
+        if (HasWildcard(component)) links = foundLinks_;
         ComeTo(name);
-        return VisitFile(directory, name, links, directory->KindOf(name));
+        DirectoryEntry entry = directory->EntryOf(name);
+        return VisitFile(directory, std::move(entry.name), links, entry.kind);
       }
       pattern.remove_prefix(end);
       const std::size_t next =
@@ -144,7 +145,7 @@ class Selection {
   bool FindBelow(const DirectoryPointer& directory, const std::string& wanted,
                  const std::string& separators, std::string_view rest) {
     if (const std::string name = OnlyName(wanted); !name.empty()) {
-      pending_.push_back({directory, name + separators, Links::kFollowed, rest});
+      pending_.push_back({directory, name + separators, foundLinks_, rest});
       return true;
     }
     if (!List(directory)) return false;
@@ -155,7 +156,7 @@ class Selection {
       if (!leads || !platform::NameMatches(wanted, entry.name)) continue;
       ComeTo(entry.name);
       if (!visitor_.select(found_.name, entry.kind, true)) continue;
-      pending_.push_back({directory, entry.name + separators, Links::kFollowed, rest});
+      pending_.push_back({directory, entry.name + separators, foundLinks_, rest});
     }
     ReversePending(others);
     return true;
@@ -174,7 +175,7 @@ class Selection {
       if (below) {
         pending_.push_back(
             {directory, entry.name + platform::Separators().front(), Links::kRefused, pattern});
-      } else if (!VisitFile(directory, std::move(entry.name), Links::kFollowed, entry.kind)) {
+      } else if (!VisitFile(directory, std::move(entry.name), foundLinks_, entry.kind)) {
         return false;
       }
     }
@@ -191,19 +192,21 @@ class Selection {
   void ComeTo(const std::string& name) { found_.name.assign(path_).append(name); }
 
   /// Visits what is found as a file, unless it was visited before. It has that name in `directory`.
-  /// `kind` is kLink for what may be one.
   bool VisitFile(const DirectoryPointer& directory, std::string name, Links links,
                  DirectoryEntry::Kind kind) {
+    const bool isLink = kind == DirectoryEntry::kLink;
+    // Else, in another case, say, what is there is known only when it has been opened.
+    const bool asWritten = found_.name.compare(path_.size(), std::string::npos, name) == 0;
+    if (isLink && links == Links::kRefused) return true;
     DirectoryPointer place;
     std::string nameThere;
-    const bool resolved =
-        kind == DirectoryEntry::kLink && directory->Resolve(place, nameThere = name) == 0;
+    const bool resolved = isLink && directory->Resolve(place, nameThere = name) == 0;
     const bool isNew = resolved ? IsNew(*place, std::move(nameThere), found_.name)
                                 : IsNew(*directory, std::move(name), found_.name);
     if (!isNew) return true;
     found_.directory = directory;
     found_.links = links;
-    found_.isFile = kind == DirectoryEntry::kFile;
+    found_.isFile = kind == DirectoryEntry::kFile && asWritten;
     return visitor_.file(found_);
   }
 
@@ -237,6 +240,7 @@ class Selection {
   }
 
   const bool recursion_;
+  const Links foundLinks_;  // what becomes of those that no pattern spells out
   const FileVisitor& visitor_;
   const DirectoryPointer current_ = Directory::Current();
   DirectoryPointer spelledOut_;          // the last one that a pattern has spelled out, since
@@ -252,12 +256,31 @@ class Selection {
 
 }  // namespace
 
-void SelectFiles(std::string_view patterns, bool recursion, const FileVisitor& visitor) {
-  Selection selection(recursion, visitor);
+void SelectFiles(std::string_view patterns, bool recursion, Links found,
+                 const FileVisitor& visitor) {
+  Selection selection(recursion, found, visitor);
   while (!patterns.empty()) {
     const std::size_t end = platform::FindUnescaped(patterns, ";");
     if (!selection.Select(patterns.substr(0, end))) return;
     patterns.remove_prefix(std::min(end + 1, patterns.size()));
+  }
+}
+
+platform::FoundFile Locate(const std::string& name, std::size_t named) {
+  platform::FoundFile file;
+  file.name = name;
+  file.directory = Directory::Current();
+  file.links = named >= name.size() ? Links::kMeant : Links::kRefused;
+  std::size_t at = platform::RootLength(name);
+  if (at != 0) file.directory = file.directory->Below(name.substr(0, at), Links::kMeant);
+  for (;;) {
+    const std::size_t end = name.find_first_of(platform::Separators(), at);
+    if (end == std::string::npos) return file;
+    const std::size_t next =
+        std::min(name.find_first_not_of(platform::Separators(), end), name.size());
+    file.directory = file.directory->Below(name.substr(at, next - at),
+                                           end <= named ? Links::kMeant : Links::kRefused);
+    at = next;
   }
 }
 

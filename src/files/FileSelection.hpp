@@ -27,10 +27,17 @@ struct FileVisitor {
 };
 
 /// Visits what `patterns` selects, by the rules that RegularExpression::SetFilesToMatch tells.
+/// `found` is what becomes of links that no pattern spells out: kFollowed, or kRefused, by which
+/// they are passed over as if they weren't there.
 ///
 /// The names of a directory are taken before the first of its files is visited, so that files that
 /// a visitor makes there don't matter.
-void SelectFiles(std::string_view patterns, bool recursion, const FileVisitor& visitor);
+void SelectFiles(std::string_view patterns, bool recursion, platform::Links found,
+                 const FileVisitor& visitor);
+
+/// The file of one name, which is no pattern. In its first `named` bytes links are followed, behind
+/// them there must be none. Touches nothing, so that the file has no identity yet.
+platform::FoundFile Locate(const std::string& name, std::size_t named);
 
 }  // namespace RegexClass
 

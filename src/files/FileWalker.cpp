@@ -5,7 +5,6 @@
 #include <stdexcept>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 namespace RegexClass {
 namespace {
@@ -15,8 +14,11 @@ constexpr std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expression, Select select)
+FileWalker::FileWalker(const Settings& settings,
+                       std::shared_ptr<const engine::Expression> expression, platform::Links found,
+                       Select select)
     : expression_(std::move(expression)),
+      foundLinks_(found),
       select_(std::move(select)),
       patterns_(settings.filesToMatch.c_str()),
       recursion_(settings.directoryRecursion),
@@ -24,9 +26,14 @@ FileWalker::FileWalker(const Settings& settings, engine::AnyExpression expressio
       flags_(EngineMatchFlags(settings.matchOptions, false)),
       reader_(kLargestFile) {}
 
+RegularExpression::SearchProblemKind KindOfDirectoryProblem(bool opened) {
+  return opened ? RegularExpression::FileNotRead : RegularExpression::FileNotOpened;
+}
+
 bool FileWalker::Fail(const std::string& file, RegularExpression::SearchProblemKind kind,
                       int number) {
   problems_.push_back({file, kind, static_cast<std::uint32_t>(number)});
+  if (reportProblem_) reportProblem_(problems_.back());
   return goOn_;
 }
 
@@ -65,45 +72,33 @@ unsigned int FileWalker::Visit(Search search) {
     }
     return true;
   };
-  SelectFiles(patterns_, recursion_,
+  SelectFiles(patterns_, recursion_, foundLinks_,
               {select_, visit, [&](const std::string& directory, bool opened, int error) {
-                 return Fail(
-                     directory,
-                     opened ? RegularExpression::FileNotRead : RegularExpression::FileNotOpened,
-                     error);
+                 return Fail(directory, KindOfDirectoryProblem(opened), error);
                }});
   return reports_;
 }
 
 unsigned int FileWalker::Grep(const Report& report) {
-  const auto reportMatch = [&](const boost::cmatch& match) {
+  const auto reportMatch = [&](const engine::Match& match) {
     match_ = &match;
     return RaiseReport(report);
   };
   return Visit([&](std::string_view text) {
     lines_ = LineCounter(text.data());
-    std::visit(
-        [&](const auto& expression) {
-          expression.Grep(text.data(), text.data() + text.size(), flags_, reportMatch);
-        },
-        expression_);
+    expression_->Grep(text, flags_, reportMatch);
   });
 }
 
 unsigned int FileWalker::Find(const Report& report) {
   return Visit([&](std::string_view text) {
-    boost::cmatch match;
-    const bool found = std::visit(
-        [&](const auto& expression) {
-          return expression.Search(text.data(), text.data() + text.size(), match, flags_);
-        },
-        expression_);
-    if (found) RaiseReport(report);
+    engine::Match match;
+    if (expression_->Search(text, flags_, match)) RaiseReport(report);
   });
 }
 
 const std::vector<REMatch>& FileWalker::Marks() const {
-  ToMarks(*match_, reader_.Text().data(), marks_);
+  ToMarks(*match_, marks_);
   return marks_;
 }
 

@@ -5,17 +5,22 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "engine/AnyExpression.hpp"
+#include "engine/Expression.hpp"
 #include "files/FileSelection.hpp"
 #include "matching/MatchVector.hpp"
 #include "object/Settings.hpp"
 #include "platform/FileReader.hpp"
 
 namespace RegexClass {
+
+/// The problem with a directory whose names can't be told.
+RegularExpression::SearchProblemKind KindOfDirectoryProblem(bool opened);
 
 /// Visits files, searches them and reports, on the caller's thread.
 ///
@@ -27,12 +32,19 @@ class FileWalker {
   /// Called with the walker, whose last operations tell what it has found during the call. False
   /// asks for no more reports of this file.
   using Report = std::function<bool(const FileWalker&)>;
-  using Problems = std::vector<RegularExpression::FileSearchProblem>;
+  using Problem = RegularExpression::FileSearchProblem;
+  using Problems = std::vector<Problem>;
+  /// Told of each problem when the walk meets it.
+  using ReportProblem = std::function<void(const Problem&)>;
   /// Asked about each entry of a directory, as FileVisitor::select.
   using Select = decltype(FileVisitor::select);
 
-  /// A walker by the settings, which searches for `expression`.
-  FileWalker(const Settings& settings, engine::AnyExpression expression, Select select);
+  /// A walker by the settings, which searches for `expression`. `found` is what becomes of links
+  /// that no pattern spells out.
+  FileWalker(const Settings& settings, std::shared_ptr<const engine::Expression> expression,
+             platform::Links found, Select select);
+
+  void SetReportProblem(ReportProblem report) { reportProblem_ = std::move(report); }
 
   /// Reports each match in each file. Gives the number of reports. The matches of a file come
   /// together, ascending and without overlap, when the file has been read and closed.
@@ -60,7 +72,7 @@ class FileWalker {
     return static_cast<std::uint32_t>((*match_)[0].first - reader_.Text().data());
   }
   /// The bytes of the match.
-  std::string Text() const { return (*match_)[0].str(); }
+  std::string Text() const { return (*match_)[0].Text(); }
   /// The line on which the match begins, from 1.
   unsigned int Line() const { return lines_.NumberAt((*match_)[0].first); }
 
@@ -71,17 +83,19 @@ class FileWalker {
   bool RaiseReport(const Report& report);
   bool Fail(const std::string& file, RegularExpression::SearchProblemKind kind, int number);
 
-  engine::AnyExpression expression_;
+  const std::shared_ptr<const engine::Expression> expression_;
+  const platform::Links foundLinks_;
   const Select select_;
+  ReportProblem reportProblem_;
   const std::string patterns_;
   const bool recursion_;
   const bool goOn_;  // past what the walk fails on
-  const boost::match_flag_type flags_;
+  const engine::Flags flags_;
 
   Problems problems_;
   platform::FileReader reader_;
   platform::FoundFile file_;
-  const boost::cmatch* match_ = nullptr;
+  const engine::Match* match_ = nullptr;
   mutable LineCounter lines_{nullptr};  // counts when a line is asked for
   mutable std::vector<REMatch> marks_;  // whose memory is used again
   unsigned int reports_ = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSL-1.0
-// GrepFiles and FindFiles.
+// SelectFiles, GrepFiles and FindFiles.
 
 #include "files/FileOperations.hpp"
 
@@ -39,28 +39,58 @@ bool RaiseFindFiles(ExpressionState& state, const FileWalker& walker) {
 
 }  // namespace
 
-std::optional<FileWalker> WalkerFor(ExpressionState& state) {
+std::optional<FileWalker> WalkerFor(ExpressionState& state, platform::Links found) {
   const Settings& settings = state.settings;
   std::optional<FileWalker> walker;
   if (!settings.HasExpression() || settings.filesToMatch.empty()) return walker;
-  try {
-    state.WithModel([&](auto& model) {
-      walker.emplace(
-          settings, model.walk.For(settings),
-          [&state](const std::string& path, platform::DirectoryEntry::Kind kind, bool selected) {
-            return RaiseSelectingFiles(state, path, kind, selected);
-          });
-    });
-  } catch (const boost::regex_error&) {
-    return walker;
-  }
+  ModelState& model = state.CurrentModel();
+  const auto expression = model.walk.For(*model.model, settings);
+  if (expression == nullptr) return walker;
+  walker.emplace(
+      settings, expression, found,
+      [&state](const std::string& path, platform::DirectoryEntry::Kind kind, bool selected) {
+        return RaiseSelectingFiles(state, path, kind, selected);
+      });
   state.ParseExpression();
   return walker;
 }
 
+std::vector<std::string> SelectFiles(ExpressionState& state) {
+  state.selectFilesErrors.clear();
+  std::vector<std::string> names;
+  FileWalker::Problems problems;
+  const std::string patterns = state.settings.filesToMatch.c_str();
+  const bool goOn = state.settings.continueFiles;
+  const auto fail = [&](const std::string& name, RegularExpression::SearchProblemKind kind,
+                        int error) {
+    problems.push_back({name, kind, static_cast<std::uint32_t>(error)});
+    return goOn;
+  };
+  platform::FileReader reader(0);
+  const FileVisitor visitor = {
+      [&](const std::string& path, platform::DirectoryEntry::Kind kind, bool selected) {
+        return RaiseSelectingFiles(state, path, kind, selected);
+      },
+      [&](platform::FoundFile& file) {
+        using Outcome = platform::FileReader::Outcome;
+        const Outcome outcome = reader.Look(file);
+        if (outcome == Outcome::kNotOpened) {
+          return fail(file.name, RegularExpression::FileNotOpened, reader.Error());
+        }
+        if (outcome == Outcome::kRead) names.push_back(file.name);
+        return true;
+      },
+      [&](const std::string& directory, bool opened, int error) {
+        return fail(directory, KindOfDirectoryProblem(opened), error);
+      }};
+  SelectFiles(patterns, state.settings.directoryRecursion, platform::Links::kFollowed, visitor);
+  state.selectFilesErrors.insert(state.selectFilesErrors.end(), problems.begin(), problems.end());
+  return names;
+}
+
 unsigned int GrepFiles(ExpressionState& state) {
   state.grepFilesErrors.clear();
-  auto walker = WalkerFor(state);
+  auto walker = WalkerFor(state, platform::Links::kFollowed);
   if (!walker) return 0;
   const unsigned int matches =
       walker->Grep([&](const FileWalker& found) { return RaiseGreppingFiles(state, found); });
@@ -71,7 +101,7 @@ unsigned int GrepFiles(ExpressionState& state) {
 
 unsigned int FindFiles(ExpressionState& state) {
   state.findFilesErrors.clear();
-  auto walker = WalkerFor(state);
+  auto walker = WalkerFor(state, platform::Links::kFollowed);
   if (!walker) return 0;
   const unsigned int files =
       walker->Find([&](const FileWalker& found) { return RaiseFindFiles(state, found); });
@@ -80,12 +110,19 @@ unsigned int FindFiles(ExpressionState& state) {
   return files;
 }
 
+std::vector<std::string> RegularExpression::SelectFiles() {
+  return RegexClass::SelectFiles(*state);
+}
 unsigned int RegularExpression::GrepFiles() { return RegexClass::GrepFiles(*state); }
 std::string_view RegularExpression::GetFileContent() const { return state->fileContent; }
 unsigned int RegularExpression::FindFiles() { return RegexClass::FindFiles(*state); }
 const std::vector<RegularExpression::FileSearchProblem>* RegularExpression::GetGrepFilesErrors()
     const {
   return NullIfEmpty(state->grepFilesErrors);
+}
+const std::vector<RegularExpression::FileSearchProblem>* RegularExpression::GetSelectFilesErrors()
+    const {
+  return NullIfEmpty(state->selectFilesErrors);
 }
 const std::vector<RegularExpression::FileSearchProblem>* RegularExpression::GetFindFilesErrors()
     const {

@@ -7,16 +7,14 @@
 namespace RegexClass {
 namespace {
 
-/// Searches `text` with a copy of the current expression, so that a notification may compile
+/// Searches `text` with the current expression, and holds on to it: a notification may compile
 /// another one meanwhile.
-template <class Report>
-unsigned int GrepText(ExpressionState& state, const std::string& text, Report report) {
-  const boost::match_flag_type flags = EngineMatchFlags(state.settings.matchOptions, true);
+unsigned int GrepText(ExpressionState& state, const std::string& text,
+                      const engine::Expression::Report& report) {
+  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, true);
   const WalkScope walk(state);
-  return state.WithModel([&](const auto& model) {
-    const auto expression = model.expression;
-    return expression.Grep(text.data(), text.data() + text.size(), flags, report);
-  });
+  const auto expression = state.Expression();
+  return expression->Grep(text, flags, report);
 }
 
 using Matches = std::vector<std::vector<REMatch>>;
@@ -27,8 +25,8 @@ unsigned int GrepInto(ExpressionState& state, Matches* matches) {
   if (state.ParseExpression() != RegularExpression::NoError) return 0;
 
   Matches found;
-  const auto keep = [&](const boost::cmatch& results, const std::string& text) {
-    if (matches != nullptr) ToMarks(results, text.data(), found.emplace_back());
+  const auto keep = [&](const engine::Match& match) {
+    if (matches != nullptr) ToMarks(match, found.emplace_back());
     return true;
   };
   unsigned int count = 0;
@@ -36,14 +34,14 @@ unsigned int GrepInto(ExpressionState& state, Matches* matches) {
     // A copy, because the subscriber may set another string.
     const std::string text = state.settings.stringToMatch;
     WalkReporter reporter(state, subscriber, text.data());
-    count = GrepText(state, text, [&](const boost::cmatch& results) {
-      const CurrentResultsScope current(state, results);
-      return keep(results, text) && reporter(results);
+    count = GrepText(state, text, [&](const engine::Match& match) {
+      const CurrentMatchScope current(state, match);
+      return keep(match) && reporter(match);
     });
+  } else if (matches != nullptr) {
+    count = GrepText(state, state.settings.stringToMatch, keep);
   } else {
-    const std::string& text = state.settings.stringToMatch;
-    count =
-        GrepText(state, text, [&](const boost::cmatch& results) { return keep(results, text); });
+    count = GrepText(state, state.settings.stringToMatch, nullptr);
   }
   if (matches != nullptr) matches->swap(found);
   return count;

@@ -9,68 +9,57 @@
 namespace RegexClass {
 namespace {
 
+using Run = bool (engine::Expression::*)(std::string_view, engine::Flags, engine::Match&) const;
+
 /// Runs the engine on the string to match and raises the event of `slot` when `accept` says that
-/// the outcome counts. `run` calls the engine; `accept` sees the results and the text's two ends.
-template <class Slot, class Run, class Accept>
+/// the outcome counts.
+template <class Slot, class Accept>
 bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept,
-               std::vector<REMatch>* match) {
-  if (match != nullptr) match->clear();
+               std::vector<REMatch>* marks) {
+  if (marks != nullptr) marks->clear();
   if (state.ParseExpression() != RegularExpression::NoError) return false;
 
-  boost::cmatch results;
-  const ScopedValue<const boost::cmatch*> current(state.stringResults, &results, nullptr);
-  const char* const first = state.settings.stringToMatch.data();
-  const char* const last = first + state.settings.stringToMatch.size();
-  const boost::match_flag_type flags = EngineMatchFlags(state.settings.matchOptions, true);
+  engine::Match match;
+  const ScopedValue<const engine::Match*> current(state.stringMatch, &match, nullptr);
+  const std::string_view text = state.settings.stringToMatch;
+  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, true);
   {
     const BusyScope busy(state);
-    const bool found = state.WithModel(
-        [&](const auto& model) { return run(model.expression, first, last, results, flags); });
-    if (!found || !accept(results, first, last)) return false;
+    const bool found = ((*state.Expression()).*run)(text, flags, match);
+    if (!found || !accept(match[0], text)) return false;
   }
-  std::vector<REMatch> marks;
-  if (match != nullptr) ToMarks(results, first, marks);  // before the string may change
+  std::vector<REMatch> kept;
+  if (marks != nullptr) ToMarks(match, kept);  // before the string may change
   if (const auto subscriber = slot.Current()) {
-    const Line line = LineCounter(first).At(results[0].first);
+    const Line line = LineCounter(text.data()).At(match[0].first);
     std::vector<REMatch> matches;
-    ToMatchVector(*state.CurrentResults(), state.notifications.context, matches);
+    ToMatchVector(*state.CurrentMatch(), state.notifications.context, matches);
     subscriber(state.owner, std::as_const(matches), line.number, line.start);
   }
-  if (match != nullptr) match->swap(marks);
+  if (marks != nullptr) marks->swap(kept);
   return true;
 }
 
-constexpr auto kSearch = [](const auto& expression, const char* first, const char* last,
-                            boost::cmatch& results, boost::match_flag_type flags) {
-  return expression.Search(first, last, results, flags);
-};
-constexpr auto kMatchWhole = [](const auto& expression, const char* first, const char* last,
-                                boost::cmatch& results, boost::match_flag_type flags) {
-  return expression.MatchWhole(first, last, results, flags);
-};
-
-bool MatchFirst(ExpressionState& state, std::vector<REMatch>* match) {
-  return MatchOnce(
-      state, state.notifications.onMatching, kSearch,
-      [](const boost::cmatch& results, const char* first, const char*) {
-        return results[0].first == first;
-      },
-      match);
+bool MatchFirst(ExpressionState& state, std::vector<REMatch>* marks) {
+  const auto isAtStart = [](const engine::Part& match, std::string_view text) {
+    return match.first == text.data();
+  };
+  return MatchOnce(state, state.notifications.onMatching, &engine::Expression::Search, isAtStart,
+                   marks);
 }
 
-bool MatchAll(ExpressionState& state, std::vector<REMatch>* match) {
-  return MatchOnce(
-      state, state.notifications.onMatching, kMatchWhole,
-      [](const boost::cmatch& results, const char*, const char* last) {
-        return results[0].second == last;
-      },
-      match);
+bool MatchAll(ExpressionState& state, std::vector<REMatch>* marks) {
+  const auto isAtEnd = [](const engine::Part& match, std::string_view text) {
+    return match.second == text.data() + text.size();
+  };
+  return MatchOnce(state, state.notifications.onMatching, &engine::Expression::MatchWhole, isAtEnd,
+                   marks);
 }
 
-bool Search(ExpressionState& state, std::vector<REMatch>* match) {
-  return MatchOnce(
-      state, state.notifications.onSearching, kSearch,
-      [](const boost::cmatch&, const char*, const char*) { return true; }, match);
+bool Search(ExpressionState& state, std::vector<REMatch>* marks) {
+  const auto always = [](const engine::Part&, std::string_view) { return true; };
+  return MatchOnce(state, state.notifications.onSearching, &engine::Expression::Search, always,
+                   marks);
 }
 
 }  // namespace

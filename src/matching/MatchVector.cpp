@@ -7,14 +7,20 @@
 namespace RegexClass {
 namespace {
 
-/// Fills `match` from a part of the results, or as one that took no part.
-void Fill(REMatch& match, const boost::csub_match& part, bool took, const char* text) {
+/// Fills `mark` from a part of a match, or as one that took no part.
+void Fill(REMatch& mark, const engine::Part& part, bool took, const char* text) {
   if (took) {
-    match.text.assign(part.first, part.second);
-    match.position = static_cast<std::int32_t>(part.first - text);
+    mark.text.assign(part.first, part.second);
+    mark.position = static_cast<std::int32_t>(part.first - text);
   } else {
-    match.text.clear();
-    match.position = -1;
+    mark.text.clear();
+    mark.position = -1;
+  }
+}
+
+void FillMarks(const engine::Match& match, std::vector<REMatch>& marks) {
+  for (std::size_t i = 0; i < match.size(); ++i) {
+    Fill(marks[i], match[i], match[i].matched, match.Text());
   }
 }
 
@@ -34,24 +40,16 @@ unsigned int CountFeeds(const char* first, const char* last) {
 
 }  // namespace
 
-void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches) {
-  const std::size_t marks = results.size();
-  const char* const base = results[0].first - results.position();
-  matches.resize(marks + 2);
-  for (std::size_t i = 0; i < matches.size(); ++i) {
-    // The engine has the prefix at -1 and the suffix at -2.
-    const int index = i < marks ? static_cast<int>(i) : static_cast<int>(marks - i) - 1;
-    const boost::csub_match& part = results[index];
-    Fill(matches[i], part, part.matched && (context || i < marks), base);
-  }
+void ToMatchVector(const engine::Match& match, bool context, std::vector<REMatch>& matches) {
+  matches.resize(match.size() + 2);
+  FillMarks(match, matches);
+  Fill(matches[match.size()], match.Before(), context && match.Before().matched, match.Text());
+  Fill(matches[match.size() + 1], match.After(), context && match.After().matched, match.Text());
 }
 
-void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch>& marks) {
-  marks.resize(results.size());
-  for (std::size_t i = 0; i < marks.size(); ++i) {
-    const boost::csub_match& mark = results[static_cast<int>(i)];
-    Fill(marks[i], mark, mark.matched, text);
-  }
+void ToMarks(const engine::Match& match, std::vector<REMatch>& marks) {
+  marks.resize(match.size());
+  FillMarks(match, marks);
 }
 
 unsigned int LineCounter::NumberAt(const char* position) {

@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: BSL-1.0
-// From the engine's results to what a notification is given.
+// From a match to what a notification is given.
 #ifndef REGEXCLASS_MATCHING_MATCHVECTOR_HPP
 #define REGEXCLASS_MATCHING_MATCHVECTOR_HPP
 
 #include <vector>
 
-#include <boost/regex.hpp>
-
 #include "RegularExpression.hpp"
+#include "engine/Match.hpp"
 
 namespace RegexClass {
 
-/// Makes `matches` the match vector of `results`: the whole match, the groups, the prefix and the
+/// Makes `matches` the match vector of `match`: the whole match, the groups, the prefix and the
 /// suffix, which are empty without `context`. Reuses the memory that the vector and its texts have.
-void ToMatchVector(const boost::cmatch& results, bool context, std::vector<REMatch>& matches);
+void ToMatchVector(const engine::Match& match, bool context, std::vector<REMatch>& matches);
 
-/// Makes `marks` the whole match and the groups of `results`, as those see them who get no prefix
-/// and no suffix, in the same way. `text` is the start of what was searched.
-void ToMarks(const boost::cmatch& results, const char* text, std::vector<REMatch>& marks);
+/// Makes `marks` the whole match and the groups of `match`, as those see them who get no prefix
+/// and no suffix, in the same way.
+void ToMarks(const engine::Match& match, std::vector<REMatch>& marks);
 
 /// The line on which a match begins.
 struct Line {

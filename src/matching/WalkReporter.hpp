@@ -15,8 +15,7 @@ namespace RegexClass {
 /// from report to report, since its last two entries can be as long as the text.
 class WalkReporter {
  public:
-  using WalkSubscriber =
-      Subscriber<RegularExpression::WalkFunction, RegularExpression::WalkClosure>;
+  using WalkSubscriber = Subscriber<RegularExpression::WalkFunction>;
 
   /// `text` is the start of what is walked.
   WalkReporter(const ExpressionState& state, WalkSubscriber subscriber, const char* text)
@@ -26,9 +25,9 @@ class WalkReporter {
         lines_(text) {}
 
   /// Calls the subscriber; false when it wants no more.
-  bool operator()(const boost::cmatch& results) {
-    const Line line = lines_.At(results[0].first);
-    ToMatchVector(results, context_, matches_);
+  bool operator()(const engine::Match& match) {
+    const Line line = lines_.At(match[0].first);
+    ToMatchVector(match, context_, matches_);
     bool goOn = true;
     subscriber_(owner_, std::as_const(matches_), line.number, line.start, goOn);
     return goOn;

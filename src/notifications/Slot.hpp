@@ -15,9 +15,11 @@ namespace RegexClass {
 /// Whom a raise of an event calls: the function if there is one, else the closure.
 ///
 /// Holds what it calls alive, whatever happens to the slot meanwhile.
-template <class Function, class Closure>
+template <class Function>
 class Subscriber {
  public:
+  using Closure = detail::Call<Function>;
+
   Subscriber(Function function, std::shared_ptr<Closure> closure)
       : function_(function), closure_(std::move(closure)) {}
 
@@ -39,9 +41,11 @@ class Subscriber {
 };
 
 /// The two slots of one event. A copy clones the closure, a move takes it over.
-template <class Function, class Closure>
+template <class Function>
 class Slot {
  public:
+  using Closure = detail::Call<Function>;
+
   Slot() = default;
   Slot(Slot&&) noexcept = default;
   Slot& operator=(Slot&&) noexcept = default;
@@ -62,17 +66,18 @@ class Slot {
 
   Closure GetClosure() const { return closure_ != nullptr ? *closure_ : Closure(); }
   void SetClosure(Closure closure) {
-    auto fresh = closure.empty() ? nullptr : std::make_shared<Closure>(std::move(closure));
+    std::shared_ptr<Closure> fresh;
+    if (closure) fresh = std::make_shared<Closure>(std::move(closure));
     closure_.swap(fresh);
     if (closure_ != nullptr) function_ = nullptr;
   }
 
   /// For an event that reads its slots when it is raised: shares the closure with the slot, so
   /// that what the closure changes in itself is seen by GetClosure().
-  Subscriber<Function, Closure> Current() const { return {function_, closure_}; }
+  Subscriber<Function> Current() const { return {function_, closure_}; }
 
   /// For an operation that reads the slots once, when it starts, and reports through a clone.
-  Subscriber<Function, Closure> Clone() const { return {function_, CloneClosure()}; }
+  Subscriber<Function> Clone() const { return {function_, CloneClosure()}; }
 
  private:
   std::shared_ptr<Closure> CloneClosure() const {
@@ -86,14 +91,14 @@ class Slot {
 /// The slots of an object, in the order of its events.
 struct Notifications {
   bool context = true;  // a report of a match in a string has the text before and behind it
-  Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onMatching;
-  Slot<RegularExpression::MatchFunction, RegularExpression::MatchClosure> onSearching;
-  Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onGrepping;
-  Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onGreppingFiles;
-  Slot<RegularExpression::FileFunction, RegularExpression::FileClosure> onFindFiles;
-  Slot<RegularExpression::WalkFunction, RegularExpression::WalkClosure> onMerging;
-  Slot<RegularExpression::FileMatchFunction, RegularExpression::FileMatchClosure> onChangingFiles;
-  Slot<RegularExpression::EntryFunction, RegularExpression::EntryClosure> onSelectingFiles;
+  Slot<RegularExpression::MatchFunction> onMatching;
+  Slot<RegularExpression::MatchFunction> onSearching;
+  Slot<RegularExpression::WalkFunction> onGrepping;
+  Slot<RegularExpression::FileMatchFunction> onGreppingFiles;
+  Slot<RegularExpression::FileFunction> onFindFiles;
+  Slot<RegularExpression::WalkFunction> onMerging;
+  Slot<RegularExpression::FileMatchFunction> onChangingFiles;
+  Slot<RegularExpression::EntryFunction> onSelectingFiles;
 };
 static_assert(std::is_nothrow_swappable_v<Notifications>, "else a swap could end the process");
 

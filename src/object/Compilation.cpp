@@ -3,8 +3,8 @@
 
 #include <optional>
 #include <stdexcept>
-#include <type_traits>
 
+#include "catalogues/CatalogueInForce.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -13,68 +13,63 @@ namespace {
 using Code = RegularExpression::ExpressionErrorCode;
 
 /// The public code for one of the engine's.
-Code CodeOf(boost::regex_constants::error_type error) {
-  namespace constants = boost::regex_constants;
+Code CodeOf(engine::ErrorCode error) {
   switch (error) {
-    case constants::error_ok:
+    case engine::ErrorCode::kNone:
       return RegularExpression::NoError;
-    case constants::error_no_match:  // never of a compile
-      return RegularExpression::NoExpression;
-    case constants::error_bad_pattern:
-    case constants::error_perl_extension:
+    case engine::ErrorCode::kBadPattern:
       return RegularExpression::BadPattern;
-    case constants::error_collate:
+    case engine::ErrorCode::kCollation:
       return RegularExpression::BadCollation;
-    case constants::error_ctype:
+    case engine::ErrorCode::kCharacterClass:
       return RegularExpression::BadCharacterClass;
-    case constants::error_escape:
+    case engine::ErrorCode::kEscape:
       return RegularExpression::TrailingEscape;
-    case constants::error_backref:
+    case engine::ErrorCode::kBackReference:
       return RegularExpression::BadBackReference;
-    case constants::error_brack:
+    case engine::ErrorCode::kBracket:
       return RegularExpression::UnmatchedBracket;
-    case constants::error_paren:
+    case engine::ErrorCode::kParenthesis:
       return RegularExpression::UnmatchedParenthesis;
-    case constants::error_brace:
-      return RegularExpression::UnmatchedBrace;
-    case constants::error_badbrace:
-      return RegularExpression::BadBraceContents;
-    case constants::error_range:
-      return RegularExpression::BadRange;
-    case constants::error_space:
-    case constants::error_complexity:
-    case constants::error_stack:
-      return RegularExpression::OutOfSpace;
-    case constants::error_badrepeat:
-      return RegularExpression::BadRepeat;
-    case constants::error_end:
-      return RegularExpression::UnexpectedEnd;
-    case constants::error_size:
-      return RegularExpression::OutOfMemory;
-    case constants::error_right_paren:
+    case engine::ErrorCode::kRightParenthesis:
       return RegularExpression::UnmatchedRightParenthesis;
-    case constants::error_empty:
+    case engine::ErrorCode::kBrace:
+      return RegularExpression::UnmatchedBrace;
+    case engine::ErrorCode::kBraceContents:
+      return RegularExpression::BadBraceContents;
+    case engine::ErrorCode::kRange:
+      return RegularExpression::BadRange;
+    case engine::ErrorCode::kSpace:
+      return RegularExpression::OutOfSpace;
+    case engine::ErrorCode::kRepeat:
+      return RegularExpression::BadRepeat;
+    case engine::ErrorCode::kEnd:
+      return RegularExpression::UnexpectedEnd;
+    case engine::ErrorCode::kMemory:
+      return RegularExpression::OutOfMemory;
+    case engine::ErrorCode::kEmpty:
       return RegularExpression::EmptyPattern;
-    case constants::error_unknown:
+    case engine::ErrorCode::kUnknown:
       break;
   }
   return RegularExpression::UnknownEngineError;
 }
 
 /// Has the engine read the expression, and records what it says.
-template <class Traits>
-Code Compile(const Settings& settings, Model<Traits>& model) {
-  CompileRecord& record = model.record;
-  try {
-    model.expression.Compile(settings.expression, SyntaxWord(settings.expressionOptions));
-    record.accepted = true;
-    record.engineError = boost::regex_constants::error_ok;
-  } catch (const boost::regex_error& error) {
-    record.accepted = false;
-    record.engineError = error.code();
-    record.message = error.what();
+Code Compile(const Settings& settings, ModelState& current) {
+  CompileRecord& record = current.record;
+  engine::Error error;
+  auto expression =
+      current.compiler->Compile(settings.expression, SyntaxWord(settings.expressionOptions), error);
+  record.accepted = expression != nullptr;
+  if (record.accepted) {
+    current.expression = std::move(expression);
+  } else {
+    record.message = error.message;
+    record.position = error.position;
   }
-  return CodeOf(record.engineError);
+  record.error = std::move(error);
+  return CodeOf(record.error.code);
 }
 
 /// What can't be done because of `file`.
@@ -83,98 +78,98 @@ std::string LocaleDllFailureText(const CatalogueTexts& texts, const std::string&
   return (!text.empty() ? text : "Unable to open the Locale DLL ") + file + '.';
 }
 
-/// Whether a catalogue that vanishes as it is put in force is told by the name that it was found
-/// by; else its name is looked for again.
-template <class Traits>
-constexpr bool kNamesWhatItFound = std::is_same_v<Traits, engine::CppTraits>;
-
-/// The locale that an object has compiled under, by model.
-const std::locale& LocaleOf(const ExpressionState& state, const Model<engine::CppTraits>&) {
-  return state.locale;
+/// The locale that an object compiles under.
+std::locale LocaleOf(const ExpressionState& state, const engine::Model& model) {
+  return model.TakesLocale() ? state.locale : model.DefaultLocale();
 }
-std::locale LocaleOf(const ExpressionState&, const Model<engine::W32Traits>&) {
-  return engine::W32Traits::DefaultLocale().locale;
+
+void Imbue(const ExpressionState& state, ModelState& current,
+           std::shared_ptr<const engine::EngineMessages> messages) {
+  current.compiler->Imbue({LocaleOf(state, *current.model), std::move(messages)});
+  current.localeChanged = false;
 }
 
 /// Compiles under the object's catalogue, which is put in force for all objects, and with the
-/// messages of it: an expression that has others is imbued again. Whatever fails outside the engine
-/// is taken for a failure of the catalogue.
-template <class Traits>
-Code CompileUnder(CatalogueInForce& shared, ExpressionState& state, Model<Traits>& model) {
+/// messages of it: a compiler that has others is imbued again. Whatever fails outside the engine is
+/// taken for a failure of the catalogue.
+Code CompileUnder(CatalogueInForce& shared, ExpressionState& state, ModelState& current) {
   const CatalogueInForce::Access catalogue = shared.Lock();
   const std::string& localeDll = state.settings.localeDll;
   std::optional<std::string> found;  // the catalogue that is being put in force
-  if (model.localeChanged || localeDll != catalogue.Name()) {
+  if (current.localeChanged || localeDll != catalogue.Name()) {
     found = ResolveLocaleDll(localeDll, state.texts);
     catalogue.Install(localeDll, *found);
-    if (!kNamesWhatItFound<Traits>) found.reset();
+    // One that vanishes meanwhile is told by the name that it was found by, or is looked for again.
+    if (current.model->Messages() != engine::Model::Catalogue::kThroughFacet) found.reset();
   }
   try {
     const auto messages = catalogue.Messages();
-    const auto& present = model.expression.Locale();
-    if (model.localeChanged || !present || present->messages != messages) {
-      model.expression.Imbue({LocaleOf(state, model), messages});
-      model.localeChanged = false;
+    const engine::MessageLocale* const present = current.compiler->Locale();
+    if (current.localeChanged || present == nullptr || present->messages != messages) {
+      Imbue(state, current, messages);
     }
     found.reset();
-    return Compile(state.settings, model);
+    return Compile(state.settings, current);
   } catch (const std::runtime_error&) {
     const std::string file = found ? *found : ResolveLocaleDll(localeDll, state.texts);
-    model.record.message = LocaleDllFailureText(state.texts, file);
+    current.record.message = LocaleDllFailureText(state.texts, file);
+    current.record.position = -1;
     return RegularExpression::LocaleDllFailure;
   }
 }
 
-Code CompileModel(ExpressionState& state, Model<engine::CTraits>& model) {
-  return Compile(state.settings, model);
-}
-Code CompileModel(ExpressionState& state, Model<engine::Unicode>& model) {
-  if (model.localeChanged || !model.expression.Locale()) model.expression.Imbue(state.locale);
-  model.localeChanged = false;
-  return Compile(state.settings, model);
-}
-template <class Traits>
-Code CompileModel(ExpressionState& state, Model<Traits>& model) {
-  return CompileUnder(*Catalogue<Traits>(), state, model);
+Code CompileModel(ExpressionState& state, ModelState& current) {
+  if (current.compiler == nullptr) current.compiler = current.model->MakeCompiler();
+  if (CatalogueInForce* const catalogue = CatalogueOf(*current.model)) {
+    return CompileUnder(*catalogue, state, current);
+  }
+  const bool imbued = current.compiler->Locale() != nullptr && !current.localeChanged;
+  if (current.model->TakesLocale() && !imbued) Imbue(state, current, nullptr);
+  return Compile(state.settings, current);
 }
 
 }  // namespace
 
 Code ExpressionState::ParseExpression() {
-  return WithModel([this](auto& model) {
-    CompileRecord& record = model.record;
-    if (record.compiled && model.expression.LocaleStays()) return record.code;
-    record.compiled = false;  // and stays so when something is thrown
-    if (!settings.HasExpression()) return RegularExpression::NoExpression;
-    record.code = CompileModel(*this, model);
-    record.compiled = true;
-    return record.code;
-  });
+  ModelState& current = CurrentModel();
+  CompileRecord& record = current.record;
+  if (record.compiled && current.compiler->LocaleStays()) return record.code;
+  record.compiled = false;  // and stays so when something is thrown
+  if (!settings.HasExpression()) return RegularExpression::NoExpression;
+  record.code = CompileModel(*this, current);
+  record.compiled = true;
+  return record.code;
+}
+
+const CompileRecord* ExpressionState::Failure() const {
+  const CompileRecord& record = CurrentModel().record;
+  const bool isTold = Models::Known(settings.localeModel) && record.compiled && !record.accepted;
+  return isTold ? &record : nullptr;
 }
 
 std::string ExpressionState::ExpressionError() const {
-  return WithModel([this](const auto& model) -> std::string {
-    const CompileRecord& record = model.record;
-    if (record.compiled) {
-      const bool told = Models::Known(settings.localeModel) && !record.accepted;
-      return told ? record.message : std::string();
-    }
-    if (settings.HasExpression()) return std::string();
-    return !texts.emptyExpressionText.empty() ? texts.emptyExpressionText : "Empty expression";
-  });
+  if (const CompileRecord* const failure = Failure()) return failure->message;
+  if (CurrentModel().record.compiled || settings.HasExpression()) return std::string();
+  return !texts.emptyExpressionText.empty() ? texts.emptyExpressionText : "Empty expression";
+}
+
+std::ptrdiff_t ExpressionState::ExpressionErrorPosition() const {
+  const CompileRecord* const failure = Failure();
+  return failure != nullptr ? failure->position : -1;
 }
 
 unsigned int ExpressionState::NumberOfSubexpressions() const {
-  return WithModel([this](const auto& model) {
-    const CompileRecord& record = model.record;
-    const bool told = Models::Known(settings.localeModel) && record.compiled &&
-                      record.engineError == boost::regex_constants::error_ok;
-    return told ? model.expression.GroupCount() : 0;
-  });
+  const ModelState& current = CurrentModel();
+  const bool isTold = Models::Known(settings.localeModel) && current.record.compiled &&
+                      !current.record.error && current.expression != nullptr;
+  return isTold ? current.expression->GroupCount() : 0;
 }
 
 Code RegularExpression::ParseExpression() { return state->ParseExpression(); }
 std::string RegularExpression::GetExpressionError() const { return state->ExpressionError(); }
+std::ptrdiff_t RegularExpression::GetExpressionErrorPosition() const {
+  return state->ExpressionErrorPosition();
+}
 unsigned int RegularExpression::NumberOfSubexpressions() {
   state->ParseExpression();
   return state->NumberOfSubexpressions();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "object/ExpressionState.hpp"
 
-#include "module/ThreadRecord.hpp"
+#include "catalogues/ThreadRecord.hpp"
 
 namespace RegexClass {
 
@@ -9,14 +9,19 @@ ExpressionState::ExpressionState(RegularExpression* object, const ExpressionStat
     : owner(object),
       settings(source.settings),
       texts(source.texts),
-      notifications(source.notifications) {}
+      notifications(source.notifications),
+      rewriting(source.rewriting) {}
 
 ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   if (this == &source) return *this;
-  models.ForEach([](auto& model) { model.record.Forget(); });  // also when the memory gives out
-  SettingsToChangeString() = source.settings;
-  texts = source.texts;
-  notifications = source.notifications;
+  Settings copiedSettings = source.settings;
+  CatalogueTexts copiedTexts = source.texts;
+  Notifications copiedNotifications = source.notifications;
+  for (ModelState& model : models) model.record.Forget();
+  std::swap(SettingsToChangeString(), copiedSettings);
+  std::swap(texts, copiedTexts);
+  std::swap(notifications, copiedNotifications);
+  rewriting = source.rewriting;
   return *this;
 }
 
@@ -24,15 +29,22 @@ void ExpressionState::Swap(ExpressionState& other) noexcept {
   std::swap(SettingsToChangeString(), other.SettingsToChangeString());
   std::swap(texts, other.texts);
   std::swap(notifications, other.notifications);
+  std::swap(rewriting, other.rewriting);
   std::swap(locale, other.locale);
   std::swap(models, other.models);
+  selectFilesErrors.swap(other.selectFilesErrors);
   grepFilesErrors.swap(other.grepFilesErrors);
   findFilesErrors.swap(other.findFilesErrors);
   changeFilesErrors.swap(other.changeFilesErrors);
 }
 
 void ExpressionState::MarkNotCompiled() {
-  models.ForEach([](auto& model) { model.record.compiled = false; });
+  for (ModelState& model : models) model.record.compiled = false;
+}
+
+void ExpressionState::SetExpressionOptions(ExpressionOptions& options) noexcept {
+  MarkNotCompiled();
+  settings.expressionOptions.swap(options);
 }
 
 RegularExpression::RegularExpression() : state(std::make_unique<ExpressionState>(this)) {}

@@ -3,6 +3,7 @@
 #ifndef REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 #define REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 
+#include <cstddef>
 #include <locale>
 #include <string>
 #include <string_view>
@@ -10,8 +11,8 @@
 #include <vector>
 
 #include "RegularExpression.hpp"
+#include "catalogues/LocaleDll.hpp"
 #include "notifications/Slot.hpp"
-#include "object/LocaleDll.hpp"
 #include "object/Models.hpp"
 #include "object/Settings.hpp"
 
@@ -26,52 +27,59 @@ class ExpressionState {
   /// Exchanges all but what belongs to running operations.
   void Swap(ExpressionState& other) noexcept;
 
-  /// Calls `callable` with the Model of the locale model that is set, and gives its result.
-  template <class Callable>
-  decltype(auto) WithModel(Callable&& callable) {
-    return models.With(settings.localeModel, std::forward<Callable>(callable));
-  }
-  template <class Callable>
-  decltype(auto) WithModel(Callable&& callable) const {
-    return models.With(settings.localeModel, std::forward<Callable>(callable));
+  /// What there is for the locale model that is set.
+  ModelState& CurrentModel() { return models.At(settings.localeModel); }
+  const ModelState& CurrentModel() const { return models.At(settings.localeModel); }
+  /// The expression of the last compile under it that succeeded.
+  const std::shared_ptr<const engine::Expression>& Expression() const {
+    return CurrentModel().expression;
   }
 
   // Compilation.
   /// Makes every model compile again when it is next used.
   void MarkNotCompiled();
+  /// Makes `options` those of the expression, and gives the former ones.
+  void SetExpressionOptions(ExpressionOptions& options) noexcept;
   /// Compiles unless that was done. The one way from the settings to an expression.
   RegularExpression::ExpressionErrorCode ParseExpression();
   std::string ExpressionError() const;
+  std::ptrdiff_t ExpressionErrorPosition() const;
   unsigned int NumberOfSubexpressions() const;
 
-  /// The settings, for whatever changes the string to match, alone or with others: the results that
-  /// point into the string go.
+  /// The settings, for whatever changes the string to match, alone or with others: the match that
+  /// points into the string goes.
   Settings& SettingsToChangeString() {
-    stringResults = nullptr;
+    stringMatch = nullptr;
     return settings;
   }
-  /// The results of the match that is being reported; null when none is.
-  const boost::cmatch* CurrentResults() const {
-    return walkResults != nullptr ? walkResults : stringResults;
+  /// The match that is being reported; null when none is.
+  const engine::Match* CurrentMatch() const {
+    return walkMatch != nullptr ? walkMatch : stringMatch;
   }
 
   RegularExpression* const owner;
   Settings settings;
   CatalogueTexts texts;
   Notifications notifications;
+  RewritingSettings rewriting;
   std::locale locale;  // of CppLocale and UnicodeLocale: the global one of the moment
   Models models;
 
-  // The results belong to the operation that has published them here.
-  const boost::cmatch* walkResults = nullptr;    // of the match that a walk is reporting
-  const boost::cmatch* stringResults = nullptr;  // of a running Match, MatchAll or Search
-  std::string_view fileContent;                  // of the file that a walk is reporting
+  // The matches belong to the operation that has published them here.
+  const engine::Match* walkMatch = nullptr;    // the one that a walk is reporting
+  const engine::Match* stringMatch = nullptr;  // of a running Match, MatchAll or Search
+  std::string_view fileContent;                // of the file that a walk is reporting
+  std::vector<RegularExpression::FileSearchProblem> selectFilesErrors;
   std::vector<RegularExpression::FileSearchProblem> grepFilesErrors;
   std::vector<RegularExpression::FileSearchProblem> findFilesErrors;
   std::vector<RegularExpression::FileChangeProblem> changeFilesErrors;
 
   bool busy = false;           // the engine runs for an operation that raises notifications
   bool changingFiles = false;  // ChangeFiles runs
+
+ private:
+  /// The compile that has failed for the present settings; null when none has.
+  const CompileRecord* Failure() const;
 };
 
 /// Gives a variable another value for the life of the scope, however that ends.
@@ -91,14 +99,14 @@ class ScopedValue {
   T after_;
 };
 
-/// Publishes the results of one match of a walk for the length of its report.
-class CurrentResultsScope {
+/// Publishes one match of a walk for the length of its report.
+class CurrentMatchScope {
  public:
-  CurrentResultsScope(ExpressionState& state, const boost::cmatch& results)
-      : current_(state.walkResults, &results, nullptr) {}
+  CurrentMatchScope(ExpressionState& state, const engine::Match& match)
+      : current_(state.walkMatch, &match, nullptr) {}
 
  private:
-  ScopedValue<const boost::cmatch*> current_;
+  ScopedValue<const engine::Match*> current_;
 };
 
 /// Publishes the content of a file for the length of a report of it.
@@ -121,15 +129,15 @@ class BusyScope {
   ScopedValue<bool> busy_;
 };
 
-/// The length of a walk. The results of a report don't outlast a walk that runs inside it.
+/// The length of a walk. The match of a report doesn't outlast a walk that runs inside it.
 class WalkScope {
  public:
   explicit WalkScope(ExpressionState& state)
-      : busy_(state), current_(state.walkResults, state.walkResults, nullptr) {}
+      : busy_(state), current_(state.walkMatch, state.walkMatch, nullptr) {}
 
  private:
   BusyScope busy_;
-  ScopedValue<const boost::cmatch*> current_;
+  ScopedValue<const engine::Match*> current_;
 };
 
 }  // namespace RegexClass

@@ -37,6 +37,13 @@ struct Settings {
   bool HasExpression() const { return !expression.empty() && expression.front() != '\0'; }
 };
 
+/// How files are rewritten. Goes with the notifications: isn't compared.
+struct RewritingSettings {
+  bool keepCopies = false;       // a saved copy replaces nothing
+  bool changeHardLinks = false;  // files that were found and have several names, too
+  bool syncTogether = false;     // many files are brought to the device at a time
+};
+
 }  // namespace RegexClass
 
 #endif  // REGEXCLASS_OBJECT_SETTINGS_HPP

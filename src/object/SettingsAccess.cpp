@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 // The settings that have no meaning but their own: what is set is stored, unchecked, and given
-// back. The two sets of options follow the rules that keep them consistent.
+// back. The two sets of options follow the rules that keep them consistent; a set is changed in a
+// copy, so that a lack of memory leaves it as it was.
 
 #include <utility>
 
@@ -48,6 +49,17 @@ void RegularExpression::SetSaveExtension(const std::string& extension) {
   state->settings.saveExtension = extension;
 }
 
+bool RegularExpression::GetKeepCopies() const { return state->rewriting.keepCopies; }
+void RegularExpression::SetKeepCopies(bool keep) { state->rewriting.keepCopies = keep; }
+
+bool RegularExpression::GetChangeHardLinks() const { return state->rewriting.changeHardLinks; }
+void RegularExpression::SetChangeHardLinks(bool change) {
+  state->rewriting.changeHardLinks = change;
+}
+
+bool RegularExpression::GetSyncTogether() const { return state->rewriting.syncTogether; }
+void RegularExpression::SetSyncTogether(bool together) { state->rewriting.syncTogether = together; }
+
 std::string RegularExpression::GetFormatString() const { return state->settings.formatString; }
 void RegularExpression::SetFormatString(const std::string& format) {
   state->settings.formatString = format;
@@ -77,10 +89,12 @@ void RegularExpression::SetSplitInputDelete(bool inputDelete) {
 }
 
 void RegularExpression::AddExpressionOption(Options option) {
-  if (AddOption(state->settings.expressionOptions, option)) state->MarkNotCompiled();
+  ExpressionOptions options = state->settings.expressionOptions;
+  if (AddOption(options, option)) state->SetExpressionOptions(options);
 }
 void RegularExpression::DeleteExpressionOption(Options option) {
-  if (DeleteOption(state->settings.expressionOptions, option)) state->MarkNotCompiled();
+  ExpressionOptions options = state->settings.expressionOptions;
+  if (DeleteOption(options, option)) state->SetExpressionOptions(options);
 }
 bool RegularExpression::IsExpressionOption(Options option) const {
   return state->settings.expressionOptions.count(option) != 0;
@@ -91,10 +105,14 @@ void RegularExpression::ClearExpressionOptions() {
 }
 
 void RegularExpression::AddMatchOption(Matches option) {
-  AddOption(state->settings.matchOptions, option);
+  MatchOptions options = state->settings.matchOptions;
+  AddOption(options, option);
+  state->settings.matchOptions.swap(options);
 }
 void RegularExpression::DeleteMatchOption(Matches option) {
-  DeleteOption(state->settings.matchOptions, option);
+  MatchOptions options = state->settings.matchOptions;
+  DeleteOption(options, option);
+  state->settings.matchOptions.swap(options);
 }
 bool RegularExpression::IsMatchOption(Matches option) const {
   return state->settings.matchOptions.count(option) != 0;

@@ -16,10 +16,10 @@ void RegularExpression::SetOnMatching(MatchFunction function) {
 RegularExpression::MatchFunction RegularExpression::GetOnMatching() const {
   return state->notifications.onMatching.GetFunction();
 }
-void RegularExpression::SetOnMatchingClosure(MatchClosure closure) {
-  state->notifications.onMatching.SetClosure(std::move(closure));
+void RegularExpression::SetOnMatchingCall(detail::Call<MatchFunction> call) {
+  state->notifications.onMatching.SetClosure(std::move(call));
 }
-RegularExpression::MatchClosure RegularExpression::GetOnMatchingClosure() const {
+detail::Call<RegularExpression::MatchFunction> RegularExpression::GetOnMatchingCall() const {
   return state->notifications.onMatching.GetClosure();
 }
 
@@ -29,10 +29,10 @@ void RegularExpression::SetOnSearching(MatchFunction function) {
 RegularExpression::MatchFunction RegularExpression::GetOnSearching() const {
   return state->notifications.onSearching.GetFunction();
 }
-void RegularExpression::SetOnSearchingClosure(MatchClosure closure) {
-  state->notifications.onSearching.SetClosure(std::move(closure));
+void RegularExpression::SetOnSearchingCall(detail::Call<MatchFunction> call) {
+  state->notifications.onSearching.SetClosure(std::move(call));
 }
-RegularExpression::MatchClosure RegularExpression::GetOnSearchingClosure() const {
+detail::Call<RegularExpression::MatchFunction> RegularExpression::GetOnSearchingCall() const {
   return state->notifications.onSearching.GetClosure();
 }
 
@@ -42,10 +42,10 @@ void RegularExpression::SetOnGrepping(WalkFunction function) {
 RegularExpression::WalkFunction RegularExpression::GetOnGrepping() const {
   return state->notifications.onGrepping.GetFunction();
 }
-void RegularExpression::SetOnGreppingClosure(WalkClosure closure) {
-  state->notifications.onGrepping.SetClosure(std::move(closure));
+void RegularExpression::SetOnGreppingCall(detail::Call<WalkFunction> call) {
+  state->notifications.onGrepping.SetClosure(std::move(call));
 }
-RegularExpression::WalkClosure RegularExpression::GetOnGreppingClosure() const {
+detail::Call<RegularExpression::WalkFunction> RegularExpression::GetOnGreppingCall() const {
   return state->notifications.onGrepping.GetClosure();
 }
 
@@ -55,10 +55,11 @@ void RegularExpression::SetOnGreppingFiles(FileMatchFunction function) {
 RegularExpression::FileMatchFunction RegularExpression::GetOnGreppingFiles() const {
   return state->notifications.onGreppingFiles.GetFunction();
 }
-void RegularExpression::SetOnGreppingFilesClosure(FileMatchClosure closure) {
-  state->notifications.onGreppingFiles.SetClosure(std::move(closure));
+void RegularExpression::SetOnGreppingFilesCall(detail::Call<FileMatchFunction> call) {
+  state->notifications.onGreppingFiles.SetClosure(std::move(call));
 }
-RegularExpression::FileMatchClosure RegularExpression::GetOnGreppingFilesClosure() const {
+detail::Call<RegularExpression::FileMatchFunction> RegularExpression::GetOnGreppingFilesCall()
+    const {
   return state->notifications.onGreppingFiles.GetClosure();
 }
 
@@ -68,10 +69,10 @@ void RegularExpression::SetOnFindFiles(FileFunction function) {
 RegularExpression::FileFunction RegularExpression::GetOnFindFiles() const {
   return state->notifications.onFindFiles.GetFunction();
 }
-void RegularExpression::SetOnFindFilesClosure(FileClosure closure) {
-  state->notifications.onFindFiles.SetClosure(std::move(closure));
+void RegularExpression::SetOnFindFilesCall(detail::Call<FileFunction> call) {
+  state->notifications.onFindFiles.SetClosure(std::move(call));
 }
-RegularExpression::FileClosure RegularExpression::GetOnFindFilesClosure() const {
+detail::Call<RegularExpression::FileFunction> RegularExpression::GetOnFindFilesCall() const {
   return state->notifications.onFindFiles.GetClosure();
 }
 
@@ -81,10 +82,10 @@ void RegularExpression::SetOnMerging(WalkFunction function) {
 RegularExpression::WalkFunction RegularExpression::GetOnMerging() const {
   return state->notifications.onMerging.GetFunction();
 }
-void RegularExpression::SetOnMergingClosure(WalkClosure closure) {
-  state->notifications.onMerging.SetClosure(std::move(closure));
+void RegularExpression::SetOnMergingCall(detail::Call<WalkFunction> call) {
+  state->notifications.onMerging.SetClosure(std::move(call));
 }
-RegularExpression::WalkClosure RegularExpression::GetOnMergingClosure() const {
+detail::Call<RegularExpression::WalkFunction> RegularExpression::GetOnMergingCall() const {
   return state->notifications.onMerging.GetClosure();
 }
 
@@ -94,10 +95,11 @@ void RegularExpression::SetOnChangingFiles(FileMatchFunction function) {
 RegularExpression::FileMatchFunction RegularExpression::GetOnChangingFiles() const {
   return state->notifications.onChangingFiles.GetFunction();
 }
-void RegularExpression::SetOnChangingFilesClosure(FileMatchClosure closure) {
-  state->notifications.onChangingFiles.SetClosure(std::move(closure));
+void RegularExpression::SetOnChangingFilesCall(detail::Call<FileMatchFunction> call) {
+  state->notifications.onChangingFiles.SetClosure(std::move(call));
 }
-RegularExpression::FileMatchClosure RegularExpression::GetOnChangingFilesClosure() const {
+detail::Call<RegularExpression::FileMatchFunction> RegularExpression::GetOnChangingFilesCall()
+    const {
   return state->notifications.onChangingFiles.GetClosure();
 }
 
@@ -107,10 +109,10 @@ void RegularExpression::SetOnSelectingFiles(EntryFunction function) {
 RegularExpression::EntryFunction RegularExpression::GetOnSelectingFiles() const {
   return state->notifications.onSelectingFiles.GetFunction();
 }
-void RegularExpression::SetOnSelectingFilesClosure(EntryClosure closure) {
-  state->notifications.onSelectingFiles.SetClosure(std::move(closure));
+void RegularExpression::SetOnSelectingFilesCall(detail::Call<EntryFunction> call) {
+  state->notifications.onSelectingFiles.SetClosure(std::move(call));
 }
-RegularExpression::EntryClosure RegularExpression::GetOnSelectingFilesClosure() const {
+detail::Call<RegularExpression::EntryFunction> RegularExpression::GetOnSelectingFilesCall() const {
   return state->notifications.onSelectingFiles.GetClosure();
 }
 

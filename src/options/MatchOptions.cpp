@@ -13,36 +13,36 @@ bool IsRestriction(RE::Matches option) {
 }
 
 /// The engine's flag for an option; none for a number that is no option's.
-boost::match_flag_type EngineMatchFlag(RE::Matches option) {
+engine::Flags EngineMatchFlag(RE::Matches option) {
   switch (option) {
     case RE::MatchDefault:
-      return boost::match_default;
+      return 0;
     case RE::MatchNotBol:
-      return boost::match_not_bol;
+      return engine::kNotBol;
     case RE::MatchNotEol:
-      return boost::match_not_eol;
+      return engine::kNotEol;
     case RE::MatchNotBob:
-      return boost::match_not_bob;
+      return engine::kNotBob;
     case RE::MatchNotEob:
-      return boost::match_not_eob;
+      return engine::kNotEob;
     case RE::MatchNotBow:
-      return boost::match_not_bow;
+      return engine::kNotBow;
     case RE::MatchNotEow:
-      return boost::match_not_eow;
+      return engine::kNotEow;
     case RE::MatchNotDotNewline:
-      return boost::match_not_dot_newline;
+      return engine::kNotDotNewline;
     case RE::MatchNotDotNull:
-      return boost::match_not_dot_null;
+      return engine::kNotDotNull;
     case RE::MatchAny:
-      return boost::match_any;
+      return engine::kAny;
     case RE::MatchNotNull:
-      return boost::match_not_null;
+      return engine::kNotNull;
     case RE::MatchContinuous:
-      return boost::match_continuous;
+      return engine::kContinuous;
     case RE::MatchPartial:
-      return boost::match_partial;
+      return engine::kPartial;
   }
-  return boost::match_default;
+  return 0;
 }
 
 }  // namespace
@@ -63,8 +63,8 @@ void DeleteOption(MatchOptions& options, RE::Matches option) {
   }
 }
 
-boost::match_flag_type EngineMatchFlags(const MatchOptions& options, bool allowPartial) {
-  boost::match_flag_type flags = boost::match_default;
+engine::Flags EngineMatchFlags(const MatchOptions& options, bool allowPartial) {
+  engine::Flags flags = 0;
   for (const RE::Matches option : options) {
     if (option != RE::MatchPartial || allowPartial) flags |= EngineMatchFlag(option);
   }

@@ -5,9 +5,8 @@
 
 #include <set>
 
-#include <boost/regex.hpp>
-
 #include "RegularExpression.hpp"
+#include "engine/Flags.hpp"
 
 namespace RegexClass {
 
@@ -20,7 +19,7 @@ void AddOption(MatchOptions& options, RegularExpression::Matches option);
 void DeleteOption(MatchOptions& options, RegularExpression::Matches option);
 
 /// The engine's flags for a set; those of MatchPartial only where it is allowed.
-boost::match_flag_type EngineMatchFlags(const MatchOptions& options, bool allowPartial);
+engine::Flags EngineMatchFlags(const MatchOptions& options, bool allowPartial);
 
 }  // namespace RegexClass
 

@@ -73,8 +73,9 @@ class Directory : public std::enable_shared_from_this<Directory> {
   /// The entries without the directory itself and the one above, in no order, and as many as can
   /// be told before an error. `opened` tells whether the directory could be opened.
   Error List(std::vector<DirectoryEntry>& entries, bool& opened);
-  /// What has that name in the directory; kOther also for what can't be told.
-  DirectoryEntry::Kind KindOf(const std::string& name);
+  /// What has that name in the directory, under the name that the directory has it by; kOther also
+  /// for what can't be told.
+  DirectoryEntry EntryOf(const std::string& name);
   /// Follows the link that `name` may be to where a file has its own name: `name` in `directory`.
   /// A name that isn't there is its own.
   Error Resolve(DirectoryPointer& directory, std::string& name);

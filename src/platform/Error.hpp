@@ -16,9 +16,13 @@ bool IsOutOfSpace(Error error);
 
 // What the library itself fails with.
 
-extern const Error kErrorBroken;    ///< Less was read or written than there is.
-extern const Error kErrorStale;     ///< A name has become another file's.
-extern const Error kErrorTooLarge;  ///< A file has more bytes than can be dealt with.
+extern const Error kErrorBroken;     ///< Less was read or written than there is.
+extern const Error kErrorStale;      ///< A name has become another file's.
+extern const Error kErrorTooLarge;   ///< A file has more bytes than can be dealt with.
+extern const Error kErrorDenied;     ///< Nobody has the permission.
+extern const Error kErrorExists;     ///< A name is taken.
+extern const Error kErrorManyNames;  ///< A file has several names.
+constexpr Error kErrorChanged = -1;  ///< A file has been written to; no number of a system's.
 
 }  // namespace RegexClass::platform
 

@@ -33,6 +33,9 @@ class FileReader {
   /// leads to, to its end, whatever size it tells. Anything else of this name is left alone; a pipe
   /// or a device is never opened. The file is closed again when this returns.
   Outcome Read(const FoundFile& found);
+  /// Whether there is such a file, as far as that can be told without opening it: kRead, kNotAFile
+  /// or kNotOpened.
+  Outcome Look(const FoundFile& found);
 
   /// What the last successful Read() has read; valid until the next one.
   std::string_view Text() const { return {buffer_.get(), size_}; }

@@ -4,33 +4,29 @@
 namespace RegexClass {
 namespace {
 
-/// The engine's flag for a format type; one that is no enumerator gives the full syntax.
-boost::match_flag_type EngineFormatFlag(RegularExpression::FormatTypes type) {
+/// The syntax of a format type; the full one for what is no enumerator.
+engine::FormatSyntax EngineFormatSyntax(RegularExpression::FormatTypes type) {
   switch (type) {
     case RegularExpression::FormatAll:
       break;
     case RegularExpression::FormatSed:
-      return boost::format_sed;
+      return engine::FormatSyntax::kSed;
     case RegularExpression::FormatPerl:
-      return boost::format_perl;
+      return engine::FormatSyntax::kPerl;
   }
-  return boost::format_all;
+  return engine::FormatSyntax::kAll;
 }
 
 }  // namespace
 
-std::string FormatMatch(const boost::cmatch& results, const ExpressionState& state) {
-  return state.WithModel([&](const auto& model) {
-    return model.expression.Format(results, state.settings.formatString.c_str(),
-                                   EngineFormatFlag(state.settings.formatType));
-  });
+std::string FormatMatch(const engine::Match& match, const ExpressionState& state) {
+  return state.CurrentModel().model->Format(match, state.settings.formatString.c_str(),
+                                            EngineFormatSyntax(state.settings.formatType));
 }
 
 void RegularExpression::Format(std::string& out) const {
   out.clear();
-  if (const boost::cmatch* const results = state->CurrentResults()) {
-    out = FormatMatch(*results, *state);
-  }
+  if (const engine::Match* const match = state->CurrentMatch()) out = FormatMatch(*match, *state);
 }
 
 }  // namespace RegexClass

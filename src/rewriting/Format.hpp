@@ -10,7 +10,7 @@
 namespace RegexClass {
 
 /// What the format string that is set, in the syntax of its format type, makes of a match.
-std::string FormatMatch(const boost::cmatch& results, const ExpressionState& state);
+std::string FormatMatch(const engine::Match& match, const ExpressionState& state);
 
 }  // namespace RegexClass
 

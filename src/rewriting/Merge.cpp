@@ -13,17 +13,12 @@ namespace {
 /// With no subscriber: the format string is in the full syntax, whatever the format type says.
 std::string MergeByEngine(ExpressionState& state) {
   const Settings& settings = state.settings;
-  boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false) | boost::format_all;
-  if (!settings.mergeCopy) flags |= boost::format_no_copy;
-  if (settings.mergeOnlyFirst) flags |= boost::format_first_only;
-
+  const engine::MergeFormat format = {settings.formatString.c_str(), engine::FormatSyntax::kAll,
+                                      settings.mergeCopy, settings.mergeOnlyFirst};
   const WalkScope walk(state);
-  const char* const first = settings.stringToMatch.data();
   std::string merged;
-  state.WithModel([&](const auto& model) {
-    model.expression.Merge(first, first + settings.stringToMatch.size(),
-                           settings.formatString.c_str(), flags, merged);
-  });
+  state.Expression()->Merge(settings.stringToMatch, EngineMatchFlags(settings.matchOptions, false),
+                            format, merged);
   return merged;
 }
 
@@ -34,29 +29,27 @@ std::string MergeBySubscriber(ExpressionState& state,
   const Settings& settings = state.settings;
   const std::string text = settings.stringToMatch;  // the subscriber may set another
   const bool onlyFirst = settings.mergeOnlyFirst;
-  const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
+  const engine::Flags flags = EngineMatchFlags(settings.matchOptions, false);
   WalkReporter reporter(state, subscriber, text.data());
   std::string merged;
   const char* done = text.data();  // up to here all is in the output; moves only when copying
   const char* const last = done + text.size();
 
-  const auto merge = [&](const boost::cmatch& results) {
-    const CurrentResultsScope current(state, results);
+  const auto merge = [&](const engine::Match& match) {
+    const CurrentMatchScope current(state, match);
     if (settings.mergeCopy) {
-      merged.append(done, results[0].first);
-      done = results[0].first;
+      merged.append(done, match[0].first);
+      done = match[0].first;
     }
-    if (!reporter(results)) return false;
-    merged += FormatMatch(results, state);
-    if (settings.mergeCopy) done += results[0].length();
+    if (!reporter(match)) return false;
+    merged += FormatMatch(match, state);
+    if (settings.mergeCopy) done += match[0].Length();
     return !onlyFirst;
   };
   {
     const WalkScope walk(state);
-    state.WithModel([&](const auto& model) {
-      const auto expression = model.expression;  // a copy: see Grep
-      expression.Grep(text.data(), last, flags, merge);
-    });
+    const auto expression = state.Expression();  // held on to: see Grep
+    expression->Grep(text, flags, merge);
   }
   if (settings.mergeCopy) merged.append(done, last);
   return merged;
@@ -64,11 +57,12 @@ std::string MergeBySubscriber(ExpressionState& state,
 
 }  // namespace
 
-void RegularExpression::Merge(std::string& out) {
+bool RegularExpression::Merge(std::string& out) {
   out.clear();
-  if (state->ParseExpression() != NoError) return;
+  if (state->ParseExpression() != NoError) return false;
   const auto subscriber = state->notifications.onMerging.Clone();
   out = subscriber ? MergeBySubscriber(*state, subscriber) : MergeByEngine(*state);
+  return true;
 }
 
 }  // namespace RegexClass

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 #include <optional>
-#include <type_traits>
 #include <utility>
 
+#include "catalogues/CatalogueInForce.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -14,10 +14,7 @@ namespace {
 /// White space, with the letter that a message catalogue may have put in the place of s.
 std::string DefaultSplitExpression(const ExpressionState& state) {
   std::string expression = "\\s+";
-  const bool catalogue = state.WithModel([](const auto& model) {
-    return Catalogue<typename std::decay_t<decltype(model)>::Traits>() != nullptr;
-  });
-  if (catalogue && state.texts.splitEscapeLetter != 0) {
+  if (CatalogueOf(*state.CurrentModel().model) != nullptr && state.texts.splitEscapeLetter != 0) {
     expression[1] = state.texts.splitEscapeLetter;
   }
   return expression;
@@ -25,32 +22,30 @@ std::string DefaultSplitExpression(const ExpressionState& state) {
 
 /// Appends to `pieces` what one match contributes, and stops at `limit` strings in all; false when
 /// that is reached. `before` is the end of the match before.
-bool AppendPieces(const boost::cmatch& results, const char* before, std::uint64_t limit,
+bool AppendPieces(const engine::Match& match, const char* before, std::uint64_t limit,
                   std::vector<std::string>& pieces) {
-  if (results.size() > 1) {
-    for (std::size_t group = 1; group < results.size(); ++group) {
-      pieces.push_back(results.str(static_cast<int>(group)));
+  if (match.size() > 1) {
+    for (std::size_t group = 1; group < match.size(); ++group) {
+      pieces.push_back(match[group].Text());
       if (pieces.size() == limit) return false;
     }
     return true;
   }
   // A separator in front of everything makes no empty string.
-  if (before != results[0].first || !pieces.empty()) pieces.emplace_back(before, results[0].first);
+  if (before != match[0].first || !pieces.empty()) pieces.emplace_back(before, match[0].first);
   return pieces.size() != limit;
 }
 
 /// Splits `text`, and gives how much of it was used up.
-template <class Expression>
-std::size_t SplitText(const Expression& expression, const std::string& text,
-                      boost::match_flag_type flags, std::uint64_t limit,
-                      std::vector<std::string>& pieces) {
+std::size_t SplitText(const engine::Expression& expression, const std::string& text,
+                      engine::Flags flags, std::uint64_t limit, std::vector<std::string>& pieces) {
   const char* const first = text.data();
   const char* const last = first + text.size();
   const char* done = first;
-  expression.Grep(first, last, flags, [&](const boost::cmatch& results) {
+  expression.Grep(text, flags, [&](const engine::Match& match) {
     const char* const before = done;
-    done = results[0].second;
-    return AppendPieces(results, before, limit, pieces);
+    done = match[0].second;
+    return AppendPieces(match, before, limit, pieces);
   });
   if (pieces.size() < limit && done != last && expression.GroupCount() == 0) {
     pieces.emplace_back(done, last);
@@ -73,11 +68,9 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
   }
   std::size_t used = 0;
   if (state->ParseExpression() == NoError) {
-    const boost::match_flag_type flags = EngineMatchFlags(settings.matchOptions, false);
+    const engine::Flags flags = EngineMatchFlags(settings.matchOptions, false);
     const std::uint64_t limit = settings.maximumSplits != 0 ? settings.maximumSplits : UINT32_MAX;
-    used = state->WithModel([&](const auto& model) {
-      return SplitText(model.expression, settings.stringToMatch, flags, limit, pieces);
-    });
+    used = SplitText(*state->Expression(), settings.stringToMatch, flags, limit, pieces);
   }
   if (settings.splitInputDelete) state->SettingsToChangeString().stringToMatch.erase(0, used);
   if (former) SetExpression(std::move(*former));

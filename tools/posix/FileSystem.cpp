@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <dirent.h>
+#include <climits>
 #include <fcntl.h>
 #include <fnmatch.h>
-#include <memory>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace tool {
@@ -31,20 +30,42 @@ FileStatus StatusAt(int directory, const std::string& name, int flags) {
   told.kind = KindOf(status.st_mode);
   told.readOnly = (status.st_mode & 0222) == 0;
   told.otherNames = status.st_nlink > 1;
+  told.device = status.st_dev;
+  told.number = status.st_ino;
+  told.size = static_cast<std::uint64_t>(status.st_size);
+  told.time = static_cast<std::uint64_t>(status.st_mtim.tv_sec) * 1000000000U +
+              static_cast<std::uint64_t>(status.st_mtim.tv_nsec);
   return told;
 }
 
-Entry EntryOf(int directory, const dirent& entry) {
-  Entry told = {entry.d_name, FileStatus::kOther, entry.d_type == DT_LNK, false};
-  if (entry.d_type == DT_UNKNOWN) {
-    told.link = StatusAt(directory, told.name, AT_SYMLINK_NOFOLLOW).kind == FileStatus::kLink;
+/// Of a path that may be longer than the system takes.
+FileStatus StatusOfPath(const std::string& path, int flags) {
+  const FileStatus status = StatusAt(AT_FDCWD, path, flags);
+  if (status.error != ENAMETOOLONG) return status;
+  Directory directory;
+  if (const int error = directory.Hold(path, 0)) {
+    FileStatus none;
+    none.error = error;
+    return none;
   }
-  if (entry.d_type == DT_UNKNOWN || told.link) {
-    told.kind = StatusAt(directory, told.name, 0).kind;
-  } else {
-    told.kind = KindOf(static_cast<mode_t>(DTTOIF(entry.d_type)));
+  return directory.StatusOf(OwnName(path));
+}
+
+/// The extended attribute of a copy that has the name of its file.
+constexpr const char* kCopyOf = "user.regexclass.copy-of";
+
+/// Opens a copy, which is a file of one name, so that nobody has put another's there; -1 for
+/// anything else.
+int OpenCopy(int directory, const std::string& name) {
+  const int opened =
+      openat(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  struct stat status = {};
+  if (opened < 0 ||
+      (fstat(opened, &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1)) {
+    return opened;
   }
-  return told;
+  close(opened);
+  return -1;
 }
 
 }  // namespace
@@ -55,7 +76,9 @@ const bool kStarTakesDots = false;
 
 std::size_t OwnNameAt(const std::string& path) { return path.rfind('/') + 1; }
 
-std::size_t MarkLength(const std::string&) { return 0; }
+std::size_t RootLength(const std::string& path) {
+  return std::min(path.find_first_not_of('/'), path.size());
+}
 
 std::string WithSlashes(std::string path) { return path; }
 
@@ -72,13 +95,13 @@ bool NameMatches(const std::string& pattern, const std::string& name, bool hides
   return fnmatch(pattern.c_str(), name.c_str(), hidesDots ? FNM_PERIOD : 0) == 0;
 }
 
-FileStatus StatusOf(const std::string& path) { return StatusAt(AT_FDCWD, path, 0); }
+FileStatus StatusOf(const std::string& path) { return StatusOfPath(path, 0); }
 
-FileStatus StatusOfLink(const std::string& path) {
-  return StatusAt(AT_FDCWD, path, AT_SYMLINK_NOFOLLOW);
+FileStatus StatusOfLink(const std::string& path) { return StatusOfPath(path, AT_SYMLINK_NOFOLLOW); }
+
+int WriteError(const std::string& path) {
+  return access(path.c_str(), W_OK) == 0 || errno == ENAMETOOLONG ? 0 : errno;
 }
-
-int WriteError(const std::string& path) { return access(path.c_str(), W_OK) == 0 ? 0 : errno; }
 
 std::string KeyOf(const std::string& path) {
   const std::string directory = DirectoryOf(path);
@@ -87,40 +110,7 @@ std::string KeyOf(const std::string& path) {
   return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino) + '/' + OwnName(path);
 }
 
-std::string KeyIn(const std::string& directory, const std::string& name) {
-  return directory + name;
-}
-
-std::string KeyOfTarget(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
-                                                         &std::free);
-  return KeyOf(real != nullptr ? real.get() : path);
-}
-
 bool IsHidden(const std::string&) { return false; }
-
-Listing List(const std::string& directory) {
-  Listing listing;
-  const std::unique_ptr<DIR, int (*)(DIR*)> opened(
-      opendir(directory.empty() ? "." : directory.c_str()), &closedir);
-  if (opened == nullptr) {
-    listing.error = errno;
-    return listing;
-  }
-  listing.opened = true;
-  errno = 0;
-  while (const dirent* const entry = readdir(opened.get())) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") {
-      listing.entries.push_back(EntryOf(dirfd(opened.get()), *entry));
-    }
-    errno = 0;
-  }
-  listing.error = errno;
-  std::sort(listing.entries.begin(), listing.entries.end(),
-            [](const Entry& a, const Entry& b) { return a.name < b.name; });
-  return listing;
-}
 
 Directory::~Directory() {
   if (handle_ >= 0) close(static_cast<int>(handle_));
@@ -130,7 +120,7 @@ int Directory::Hold(const std::string& file, std::size_t named) {
   const std::string path = DirectoryOf(file);
   if (handle_ >= 0 && path == path_) return 0;
   constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-  std::size_t at = OwnNameAt(path.substr(0, named));
+  std::size_t at = std::max(OwnNameAt(path.substr(0, named)), RootLength(path));
   int directory = open(at == 0 ? "." : path.substr(0, at).c_str(), kFlags);
   while (directory >= 0 && at < path.size()) {
     const std::size_t end = path.find('/', at);
@@ -152,9 +142,24 @@ FileStatus Directory::StatusOf(const std::string& name) const {
   return StatusAt(static_cast<int>(handle_), name, AT_SYMLINK_NOFOLLOW);
 }
 
-int Directory::Replace(const std::string& file, const std::string& by) const {
-  const auto directory = static_cast<int>(handle_);
-  return renameat(directory, by.c_str(), directory, file.c_str()) == 0 ? 0 : errno;
+int Directory::Remove(const std::string& name) const {
+  return unlinkat(static_cast<int>(handle_), name.c_str(), 0) == 0 ? 0 : errno;
+}
+
+void Directory::MarkCopy(const std::string& copy, const std::string& file) const {
+  const int opened = OpenCopy(static_cast<int>(handle_), copy);
+  if (opened < 0) return;
+  fsetxattr(opened, kCopyOf, file.data(), file.size(), 0);
+  close(opened);
+}
+
+std::string Directory::CopyMark(const std::string& copy) const {
+  const int opened = OpenCopy(static_cast<int>(handle_), copy);
+  if (opened < 0) return "";
+  char file[NAME_MAX] = "";
+  const ssize_t size = fgetxattr(opened, kCopyOf, file, sizeof file);
+  close(opened);
+  return {file, size > 0 ? static_cast<std::size_t>(size) : 0};
 }
 
 }  // namespace tool

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "System.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <langinfo.h>
 #include <spawn.h>
+#include <string_view>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "Problems.hpp"
@@ -17,6 +20,44 @@ namespace tool {
 namespace {
 
 std::atomic<int> interruption{0};
+
+/// For a call of the system: with a null pointer at the end.
+std::vector<char*> PointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+std::vector<std::string> EnvironmentWith(const std::map<std::string, std::string>& variables) {
+  std::vector<std::string> environment;
+  for (char** at = environ; *at != nullptr; ++at) {
+    const std::string_view entry = *at;
+    const std::string name(entry.substr(0, entry.find('=')));
+    if (variables.count(name) == 0) environment.emplace_back(entry);
+  }
+  for (const auto& [name, value] : variables) environment.push_back(name + '=' + value);
+  return environment;
+}
+
+/// Waits for a child, and ends it at the limit; gives its exit status.
+std::optional<int> WaitFor(pid_t child, std::chrono::milliseconds limit) {
+  using std::chrono::milliseconds;
+  int status = 0;
+  milliseconds waited{0};
+  for (milliseconds step{1}; waitpid(child, &status, WNOHANG) == 0;
+       step = std::min(2 * step, milliseconds{50})) {
+    if (waited >= limit) {
+      kill(child, SIGKILL);
+      waitpid(child, &status, 0);
+      return std::nullopt;
+    }
+    std::this_thread::sleep_for(step);
+    waited += step;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 127;
+}
 
 }  // namespace
 
@@ -56,25 +97,22 @@ Stream TemporaryStream() {
   return stream;
 }
 
-int RunProgram(const std::vector<std::string>& words, std::FILE* in, std::FILE* out,
-               std::FILE* err) {
-  std::vector<std::string> copies = words;
-  std::vector<char*> arguments;
-  arguments.reserve(copies.size() + 1);
-  for (std::string& word : copies) arguments.push_back(word.data());
-  arguments.push_back(nullptr);
+std::optional<int> RunProgram(const std::vector<std::string>& words,
+                              const std::map<std::string, std::string>& variables,
+                              std::chrono::milliseconds limit, std::FILE* in, std::FILE* out,
+                              std::FILE* err) {
+  std::vector<std::string> arguments = words;
+  std::vector<std::string> environment = EnvironmentWith(variables);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, fileno(in), STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, fileno(out), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, fileno(err), STDERR_FILENO);
   pid_t child = 0;
-  const int error =
-      posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
+  const int error = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr,
+                                 PointersTo(arguments).data(), PointersTo(environment).data());
   posix_spawn_file_actions_destroy(&actions);
-  int status = 0;
-  if (error != 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return 127;
-  return WEXITSTATUS(status);
+  return error != 0 ? 127 : WaitFor(child, limit);
 }
 
 }  // namespace tool

@@ -47,6 +47,12 @@ bool IsLink(HANDLE handle) {
          IsReparseTagNameSurrogate(tag.ReparseTag);
 }
 
+std::uint64_t InOne(DWORD high, DWORD low) { return std::uint64_t{high} << 32U | low; }
+
+std::uint64_t NumberOf(const BY_HANDLE_FILE_INFORMATION& status) {
+  return InOne(status.nFileIndexHigh, status.nFileIndexLow);
+}
+
 FileStatus StatusWith(const std::string& path, DWORD flags) {
   FileStatus told;
   told.kind = FileStatus::kOther;
@@ -68,18 +74,11 @@ FileStatus StatusWith(const std::string& path, DWORD flags) {
   }
   told.readOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
   told.otherNames = status.nNumberOfLinks > 1;
+  told.device = status.dwVolumeSerialNumber;
+  told.number = NumberOf(status);
+  told.size = InOne(status.nFileSizeHigh, status.nFileSizeLow);
+  told.time = InOne(status.ftLastWriteTime.dwHighDateTime, status.ftLastWriteTime.dwLowDateTime);
   return told;
-}
-
-Entry EntryOf(const std::string& directory, const WIN32_FIND_DATAA& found) {
-  const DWORD attributes = found.dwFileAttributes;
-  const bool isDirectory = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  Entry entry = {found.cFileName, isDirectory ? FileStatus::kDirectory : FileStatus::kFile,
-                 (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
-                     IsReparseTagNameSurrogate(found.dwReserved0),
-                 (attributes & FILE_ATTRIBUTE_HIDDEN) != 0};
-  if (entry.link) entry.kind = StatusOf(directory + entry.name).kind;
-  return entry;
 }
 
 /// The text in characters of the system's own, in capitals.
@@ -140,9 +139,11 @@ const bool kStarTakesDots = true;
 
 std::size_t OwnNameAt(const std::string& path) { return path.find_last_of("\\/:") + 1; }
 
-std::size_t MarkLength(const std::string& path) {
+std::size_t RootLength(const std::string& path) {
   const std::string mark = path.substr(0, 4);
-  return mark == R"(\\?\)" || mark == R"(\\.\)" ? mark.size() : 0;
+  const std::size_t drive = mark == R"(\\?\)" || mark == R"(\\.\)" ? mark.size() : 0;
+  const std::size_t at = path.find(':', drive) == drive + 1 ? drive + 2 : drive;
+  return std::min(path.find_first_not_of(kSeparators, at), path.size());
 }
 
 std::string WithSlashes(std::string path) {
@@ -188,51 +189,15 @@ std::string KeyOf(const std::string& path) {
   if (handle.get() == INVALID_HANDLE_VALUE || !GetFileInformationByHandle(handle.get(), &status)) {
     return path;
   }
-  return KeyIn(
-      std::to_string(status.dwVolumeSerialNumber) + ':' +
-          std::to_string(std::uint64_t{status.nFileIndexHigh} << 32U | status.nFileIndexLow) + '/',
-      OwnName(path));
-}
-
-std::string KeyIn(const std::string& directory, const std::string& name) {
-  std::string key = directory + name;
-  CharUpperBuffA(key.data() + directory.size(), static_cast<DWORD>(name.size()));
-  return key;
-}
-
-std::string KeyOfTarget(const std::string& path) {
-  const Handle handle = OpenAs(path, 0);
-  const std::string real = TextFrom([&handle](char* text, DWORD size) {
-    return GetFinalPathNameByHandleA(handle.get(), text, size, FILE_NAME_NORMALIZED);
-  });
-  return KeyOf(real.empty() ? path : real);
+  std::string name = OwnName(path);
+  CharUpperBuffA(name.data(), static_cast<DWORD>(name.size()));
+  return std::to_string(status.dwVolumeSerialNumber) + ':' + std::to_string(NumberOf(status)) +
+         '/' + name;
 }
 
 bool IsHidden(const std::string& path) {
   const DWORD attributes = GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN) != 0;
-}
-
-Listing List(const std::string& directory) {
-  Listing listing;
-  WIN32_FIND_DATAA found = {};
-  const std::unique_ptr<void, BOOL (*)(HANDLE)> search(
-      FindFirstFileA((directory + '*').c_str(), &found), [](HANDLE handle) -> BOOL {
-        return handle != INVALID_HANDLE_VALUE ? FindClose(handle) : TRUE;
-      });
-  if (search.get() == INVALID_HANDLE_VALUE) {
-    if (GetLastError() != ERROR_FILE_NOT_FOUND) listing.error = LastErrno();
-    return listing;
-  }
-  listing.opened = true;
-  do {
-    const std::string_view name = found.cFileName;
-    if (name != "." && name != "..") listing.entries.push_back(EntryOf(directory, found));
-  } while (FindNextFileA(search.get(), &found));
-  if (GetLastError() != ERROR_NO_MORE_FILES) listing.error = LastErrno();
-  std::sort(listing.entries.begin(), listing.entries.end(),
-            [](const Entry& a, const Entry& b) { return a.name < b.name; });
-  return listing;
 }
 
 Directory::~Directory() { const Handle held(reinterpret_cast<HANDLE>(handle_)); }
@@ -265,10 +230,11 @@ int Directory::Hold(const std::string& file, std::size_t named) {
 
 FileStatus Directory::StatusOf(const std::string& name) const { return StatusOfLink(path_ + name); }
 
-int Directory::Replace(const std::string& file, const std::string& by) const {
-  return MoveFileExA((path_ + by).c_str(), (path_ + file).c_str(), MOVEFILE_REPLACE_EXISTING)
-             ? 0
-             : LastErrno();
+int Directory::Remove(const std::string& name) const {
+  return DeleteFileA((path_ + name).c_str()) ? 0 : LastErrno();
 }
+
+void Directory::MarkCopy(const std::string&, const std::string&) const {}
+std::string Directory::CopyMark(const std::string&) const { return ""; }
 
 }  // namespace tool

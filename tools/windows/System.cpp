@@ -122,14 +122,20 @@ Stream TemporaryStream() {
   return stream;
 }
 
-int RunProgram(const std::vector<std::string>& words, std::FILE* in, std::FILE* out,
-               std::FILE* err) {
+std::optional<int> RunProgram(const std::vector<std::string>& words,
+                              const std::map<std::string, std::string>& variables,
+                              std::chrono::milliseconds limit, std::FILE* in, std::FILE* out,
+                              std::FILE* err) {
   const auto handleOf = [](std::FILE* stream) {
     return reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
   };
   std::string line;
   for (const std::string& word : words) line += Quoted(word) + ' ';
   const std::string program = Found(words[0]);
+  // Which the program that is run inherits, and this one has no use for.
+  for (const auto& [name, value] : variables) {
+    SetEnvironmentVariableA(name.c_str(), value.c_str());
+  }
   STARTUPINFOA start = {};
   start.cb = sizeof start;
   start.dwFlags = STARTF_USESTDHANDLES;
@@ -144,7 +150,10 @@ int RunProgram(const std::vector<std::string>& words, std::FILE* in, std::FILE* 
   const Handle thread(process.hThread);
   const Handle running(process.hProcess);
   DWORD status = 127;
-  WaitForSingleObject(running.get(), INFINITE);
+  if (WaitForSingleObject(running.get(), static_cast<DWORD>(limit.count())) == WAIT_TIMEOUT) {
+    TerminateProcess(running.get(), status);
+    return std::nullopt;
+  }
   GetExitCodeProcess(running.get(), &status);
   return static_cast<int>(status);
 }

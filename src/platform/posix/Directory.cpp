@@ -38,6 +38,13 @@ DirectoryEntry::Kind KindOf(int directory, const dirent64& entry) {
   return told ? KindByMode(status.st_mode) : DirectoryEntry::kOther;
 }
 
+/// Calls the system's function for the entries, to whose buffer each C library gives another type.
+template <class Buffer, class Size, class Count, std::size_t size>
+ssize_t ReadEntries(Count (*read)(int, Buffer*, Size), int descriptor, char (&buffer)[size]) {
+  void* const start = buffer;
+  return read(descriptor, static_cast<Buffer*>(start), static_cast<Size>(size));
+}
+
 }  // namespace
 
 Directory::System::System(DirectoryPointer above, std::string component, Links ofName)
@@ -154,7 +161,7 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
   alignas(dirent64) char buffer[32768];
   for (;;) {
     const ssize_t size =
-        Uninterrupted([&] { return ::getdents64(descriptor, buffer, sizeof buffer); });
+        Uninterrupted([&] { return ReadEntries(::getdents64, descriptor, buffer); });
     // One that has been removed has no entries.
     if (size <= 0) return size == 0 || errno == ENOENT ? 0 : errno;
     for (ssize_t at = 0; at < size;) {
@@ -162,19 +169,19 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
       at += entry.d_reclen;
       const std::string_view name = entry.d_name;
       if (name == "." || name == "..") continue;
-      entries.push_back({std::string(name), RegexClass::platform::KindOf(descriptor, entry)});
+      entries.push_back({std::string(name), KindOf(descriptor, entry)});
     }
   }
 }
 
-DirectoryEntry::Kind Directory::KindOf(const std::string& name) {
+DirectoryEntry Directory::EntryOf(const std::string& name) {
   int descriptor = -1;
   struct stat status = {};
   if (system_->Open(descriptor) != 0 ||
       ::fstatat(descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return DirectoryEntry::kOther;
+    return {name, DirectoryEntry::kOther};
   }
-  return KindByMode(status.st_mode);
+  return {name, KindByMode(status.st_mode)};
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {

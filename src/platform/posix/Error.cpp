@@ -11,5 +11,8 @@ bool IsOutOfSpace(Error error) { return error == ENOSPC || error == EDQUOT; }
 const Error kErrorBroken = EIO;
 const Error kErrorStale = ESTALE;
 const Error kErrorTooLarge = EFBIG;
+const Error kErrorDenied = EACCES;
+const Error kErrorExists = EEXIST;
+const Error kErrorManyNames = EMLINK;
 
 }  // namespace RegexClass::platform

@@ -32,6 +32,19 @@ Error OpenRegular(int directory, const char* name, bool isFile, Descriptor& file
 
 }  // namespace
 
+FileReader::Outcome FileReader::Look(const FoundFile& found) {
+  if (found.isFile) return Outcome::kRead;
+  int directory = -1;
+  if (const platform::Error error = found.directory->ForPlatform().Open(directory)) {
+    return Failed(Outcome::kNotOpened, error);
+  }
+  struct stat status = {};
+  if (::fstatat(directory, found.Entry().c_str(), &status, 0) != 0) {
+    return Failed(Outcome::kNotOpened, errno);
+  }
+  return S_ISREG(status.st_mode) ? Outcome::kRead : Outcome::kNotAFile;
+}
+
 FileReader::Outcome FileReader::Read(const FoundFile& found) {
   int directory = -1;
   if (const platform::Error error = found.directory->ForPlatform().Open(directory)) {

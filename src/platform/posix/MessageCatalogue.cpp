@@ -77,11 +77,20 @@ std::string Expanded(std::string_view pattern, const std::string& name, const st
   return path;
 }
 
+/// A variable of the environment; none for a program that runs with more rights than its user has.
+const char* TrustedVariable(const char* name) {
+#ifdef __EMSCRIPTEN__  // nobody else's environment in there, and no such function
+  return std::getenv(name);
+#else
+  return ::secure_getenv(name);
+#endif
+}
+
 /// Where a catalogue of that name may lie, in the order of catopen(3), with the current directory
 /// in front.
 std::vector<std::string> Candidates(const std::string& name) {
   if (name.find('/') != std::string::npos) return {name};
-  const char* const user = ::secure_getenv("NLSPATH");
+  const char* const user = TrustedVariable("NLSPATH");
   const std::string path =
       user != nullptr && *user != '\0' ? user + (':' + std::string(kSystemPath)) : kSystemPath;
   const char* const locale = std::setlocale(LC_MESSAGES, nullptr);

@@ -11,6 +11,8 @@
 namespace RegexClass::platform {
 namespace {
 
+#ifdef LC_ADDRESS_MASK  // which not every C library has
+
 struct FreeLocale {
   void operator()(locale_t locale) const { freelocale(locale); }
 };
@@ -24,6 +26,8 @@ const char* MessagesLocaleName() {
   return "C";
 }
 
+#endif
+
 }  // namespace
 
 std::locale UserLocale() {
@@ -35,12 +39,16 @@ std::locale UserLocale() {
 }
 
 NativeNames UserNativeNames() {
+#ifdef LC_ADDRESS_MASK
   // The category for postal addresses is the one that has names in the language itself; those
   // for the identification of the locale are English.
   const LocaleHandle locale(newlocale(LC_ADDRESS_MASK, MessagesLocaleName(), nullptr));
   if (locale == nullptr) return {};
   return {nl_langinfo_l(_NL_ADDRESS_LANG_NAME, locale.get()),
           nl_langinfo_l(_NL_ADDRESS_COUNTRY_NAME, locale.get())};
+#else
+  return {};
+#endif
 }
 
 }  // namespace RegexClass::platform

@@ -113,19 +113,22 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
     if (!Narrow(entry.cFileName, name)) {
       error = ERROR_NO_UNICODE_TRANSLATION;
     } else if (name != "." && name != "..") {
-      entries.push_back({name, platform::KindOf(entry)});
+      entries.push_back({name, KindOf(entry)});
     }
   } while (FindNextFileW(found.value, &entry));
   const Error last = LastError();
   return last == ERROR_NO_MORE_FILES ? error : last;
 }
 
-DirectoryEntry::Kind Directory::KindOf(const std::string& name) {
+DirectoryEntry Directory::EntryOf(const std::string& name) {
   WIN32_FIND_DATAW entry = {};
   const FindHandle found = {FindFirstFileW(system_->PathOf(name).c_str(), &entry)};
-  if (found.value == INVALID_HANDLE_VALUE) return DirectoryEntry::kOther;
-  // In another case or short form it is to be resolved as a link is.
-  return Wide(name) == entry.cFileName ? platform::KindOf(entry) : DirectoryEntry::kLink;
+  // Whatever case or short form it was written in.
+  std::string real;
+  if (found.value == INVALID_HANDLE_VALUE || !Narrow(entry.cFileName, real)) {
+    return {name, DirectoryEntry::kOther};
+  }
+  return {real, KindOf(entry)};
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {

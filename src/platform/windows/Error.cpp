@@ -30,5 +30,8 @@ bool IsOutOfSpace(Error error) {
 const Error kErrorBroken = ERROR_HANDLE_EOF;
 const Error kErrorStale = ERROR_FILE_INVALID;
 const Error kErrorTooLarge = ERROR_FILE_TOO_LARGE;
+const Error kErrorDenied = ERROR_ACCESS_DENIED;
+const Error kErrorExists = ERROR_ALREADY_EXISTS;
+const Error kErrorManyNames = ERROR_TOO_MANY_LINKS;
 
 }  // namespace RegexClass::platform

@@ -77,6 +77,11 @@ class WindowsFile : public File {
     return error;
   }
 
+  Error Sync() override { return Outcome(FlushFileBuffers(handle_.Value())); }
+  bool HasHoles() override { return false; }  // doesn't look
+  void LeaveHoles() override {}
+  void DigHolesOf(File&) override {}
+
   Error Close() override {
     const HANDLE handle = handle_.Release();
     return handle == INVALID_HANDLE_VALUE ? 0 : Outcome(CloseHandle(handle));
@@ -185,40 +190,67 @@ class WindowsNewFile : public NewFile {
   File& Content() override { return file_; }
 
  protected:
-  Error Finish() {
-    const Error error = Outcome(FlushFileBuffers(file_.Value()));
-    const Error closed = file_.Close();
-    return error != 0 ? error : closed;
-  }
-
   const std::wstring path_;
   std::wstring name_;  // of chance, while the file has it
   WindowsFile file_;
 };
 
+/// Copies what one file has beside its content under a name of its own (a stream) to another file.
+Error CopyStream(const std::wstring& from, const std::wstring& to) {
+  WindowsFile source;
+  WindowsFile target;
+  constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  if (const Error error = source.Open(from, GENERIC_READ, kShare, OPEN_EXISTING, 0)) return error;
+  if (const Error error = target.Open(to, GENERIC_WRITE, 0, CREATE_ALWAYS, 0)) return error;
+  std::vector<char> block(65536);
+  for (;;) {
+    std::size_t count = 0;
+    if (const Error error = source.Read(block.data(), block.size(), count)) return error;
+    if (count == 0) return 0;
+    if (const Error error = target.Write(block.data(), count)) return error;
+  }
+}
+
 class SavedCopy final : public WindowsNewFile {
  public:
-  using WindowsNewFile::WindowsNewFile;
+  SavedCopy(std::wstring path, Present present)
+      : WindowsNewFile(std::move(path)), present_(present) {}
 
-  /// Makes the file with the attributes and the other streams of `original`, too.
-  Error CreateAs(const std::wstring& original) {
+  /// Makes the file with the attributes and the other streams of `original`, too. The handle keeps
+  /// its name from being given to anything else until the file is published.
+  Error CreateAs(const std::wstring& original, DWORD attributes) {
     Error error = Create(original);
-    if (error == 0) error = file_.Close();
-    if (error == 0) error = Outcome(CopyFileW(original.c_str(), name_.c_str(), FALSE));
-    // Somebody who looks at every new file may be doing so.
-    if (error != 0) return error;
-    return file_.Open(name_, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                      OPEN_EXISTING, 0);
+    if (error == 0) error = CopyStreams(original);
+    if (error != 0 || attributes == 0) return error;
+    FILE_BASIC_INFO basic = {};  // a time of 0 is left as it is
+    basic.FileAttributes = attributes;
+    return Outcome(SetFileInformationByHandle(file_.Value(), FileBasicInfo, &basic, sizeof basic));
   }
 
   Error Publish() override {
-    Error error = Finish();
-    if (error == 0) {
-      error = Outcome(MoveFileExW(name_.c_str(), path_.c_str(), MOVEFILE_REPLACE_EXISTING));
-    }
+    const DWORD flags = present_ == Present::kReplaced ? MOVEFILE_REPLACE_EXISTING : 0;
+    Error error = file_.Close();
+    if (error == 0) error = Outcome(MoveFileExW(name_.c_str(), path_.c_str(), flags));
     if (error == 0) name_.clear();
     return error;
   }
+
+ private:
+  /// A file system without streams tells of none.
+  Error CopyStreams(const std::wstring& original) {
+    WIN32_FIND_STREAM_DATA stream = {};
+    const HANDLE found = FindFirstStreamW(original.c_str(), FindStreamInfoStandard, &stream, 0);
+    if (found == INVALID_HANDLE_VALUE) return 0;
+    Error error = 0;
+    do {
+      const std::wstring name = stream.cStreamName;
+      if (name != L"::$DATA") error = CopyStream(original + name, name_ + name);
+    } while (error == 0 && FindNextStreamW(found, &stream));
+    FindClose(found);
+    return error;
+  }
+
+  const Present present_;
 };
 
 class WindowsTarget final : public Target {
@@ -244,8 +276,34 @@ class WindowsTarget final : public Target {
     return (status_.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0 ? ERROR_ACCESS_DENIED : 0;
   }
 
+  /// Others who write have been kept out since it was opened.
+  Error CheckUnchanged() override {
+    Status now = {};
+    if (!GetFileInformationByHandle(content_.Value(), &now)) return LastError();
+    return SameContent(status_, now) ? 0 : kErrorChanged;
+  }
+  bool HasOtherNames() override { return status_.nNumberOfLinks > 1; }
+
+  Error OpenSource(const FoundFile& source, std::unique_ptr<File>& content) override {
+    Directory::System& directory = source.directory->ForPlatform();
+    Handle opened;
+    if (const Error error = directory.Open(opened)) return error;
+    const std::wstring path = directory.PathOf(source.Entry());
+    auto file = std::make_unique<WindowsFile>();
+    const Error error = file->Open(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE,
+                                   OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    if (error != 0) return error;
+    Status status = {};
+    if (!GetFileInformationByHandle(file->Value(), &status)) return LastError();
+    if (IsLink(file->Value(), status)) return ERROR_CANT_ACCESS_FILE;
+    if (GetFileType(file->Value()) != FILE_TYPE_DISK) return ERROR_FILE_INVALID;
+    if (IdentityOf(status) == IdentityOf(status_)) return ERROR_ALREADY_EXISTS;
+    content = std::move(file);
+    return 0;
+  }
+
   Error CreateReplacement(std::unique_ptr<NewFile>& file) override {
-    if (status_.nNumberOfLinks > 1) return ERROR_TOO_MANY_LINKS;
+    if (HasOtherNames()) return kErrorManyNames;
     if (const Error error = CheckName()) return error;
     auto created = std::make_unique<Replacement>(*this);
     const Error error = created->Create(path_);
@@ -254,7 +312,8 @@ class WindowsTarget final : public Target {
   }
 
   /// The copy has the other streams of the file, too.
-  Error CreateCopy(const std::string& name, std::unique_ptr<NewFile>& file) override {
+  Error CreateCopy(const std::string& name, Present present,
+                   std::unique_ptr<NewFile>& file) override {
     const std::size_t last = name.find_last_of(Separators()) + 1;  // 0 without one
     const DirectoryPointer above = found_.directory->Above(std::max(last, RootLength(name)));
     if (above == nullptr) return ERROR_BAD_PATHNAME;
@@ -262,12 +321,14 @@ class WindowsTarget final : public Target {
     if (const Error error = above->ForPlatform().Open(opened)) return error;
     const std::wstring path = above->ForPlatform().PathOf(name.substr(above->PathLength()));
     if (path.empty()) return ERROR_INVALID_NAME;
-    if (const auto present = StatusOf(path)) {
-      if (IdentityOf(*present) == IdentityOf(status_)) return ERROR_ALREADY_EXISTS;
-      if ((present->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_ACCESS_DENIED;
+    if (const auto other = StatusOf(path)) {
+      if (present == Present::kKept || IdentityOf(*other) == IdentityOf(status_)) {
+        return ERROR_ALREADY_EXISTS;
+      }
+      if ((other->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return ERROR_ACCESS_DENIED;
     }
-    auto created = std::make_unique<SavedCopy>(path);
-    const Error error = created->CreateAs(path_);
+    auto created = std::make_unique<SavedCopy>(path, present);
+    const Error error = created->CreateAs(path_, Attributes());
     if (error == 0) file = std::move(created);
     return error;
   }
@@ -305,7 +366,8 @@ class WindowsTarget final : public Target {
       Close();
       if (const Error error = OpenFor(GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ)) return error;
       if (!GetFileInformationByHandle(Value(), &now)) return LastError();
-      return SameContent(before, now) ? 0 : kErrorStale;
+      if (IdentityOf(before) != IdentityOf(now)) return kErrorStale;
+      return SameContent(before, now) ? 0 : kErrorChanged;
     }
 
     std::wstring path_;
@@ -319,7 +381,7 @@ class WindowsTarget final : public Target {
     explicit Replacement(WindowsTarget& target) : WindowsNewFile(target.path_), target_(target) {}
 
     Error Publish() override {
-      Error error = Finish();
+      Error error = file_.Close();
       if (error == 0) error = Outcome(SetFileAttributesW(name_.c_str(), target_.Attributes()));
       if (error == 0) error = target_.CheckName();
       if (error != 0) return error;
@@ -374,14 +436,20 @@ std::string TemporaryName(TemporaryNaming naming) {
 
 class WindowsFileServices final : public FileServices {
  public:
-  bool MayRewrite(const FoundFile& file) override {
+  Error Look(const FoundFile& file, FileToRewrite& told) override {
     DirectoryPointer directory = file.directory;
     std::string entry = file.Entry();
-    if (file.links == Links::kMeant && file.directory->Resolve(directory, entry) != 0) return false;
-    if (!directory->IsReachedAsMeant()) return false;
+    if (file.links == Links::kMeant) {
+      if (const Error error = file.directory->Resolve(directory, entry)) return error;
+    }
+    Handle opened;
+    if (const Error error = directory->ForPlatform().Open(opened)) return error;
+    if (!directory->IsReachedAsMeant()) return ERROR_CANT_ACCESS_FILE;
     const auto status = StatusOf(directory->ForPlatform().PathOf(entry));
-    constexpr DWORD kNot = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY;
-    return status && (status->dwFileAttributes & kNot) == 0;
+    if (!status) return LastError();
+    told.identity = IdentityOf(*status);
+    told.writable = (status->dwFileAttributes & FILE_ATTRIBUTE_READONLY) == 0;
+    return 0;
   }
 
   Error Open(const FoundFile& file, std::unique_ptr<Target>& target) override {
@@ -405,6 +473,14 @@ class WindowsFileServices final : public FileServices {
     if (error != 0 && exists) DeleteFileW(path.c_str());
     return error;
   }
+
+  // There is no such call for who doesn't administer the system.
+  std::vector<Error> SyncTogether(const std::vector<File*>& files) override {
+    std::vector<Error> errors;
+    for (File* const file : files) errors.push_back(file->Sync());
+    return errors;
+  }
+  std::size_t MostTogether() override { return 1; }
 };
 
 }  // namespace

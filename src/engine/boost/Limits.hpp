@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: BSL-1.0
+// What no search may do.
+#ifndef REGEXCLASS_ENGINE_BOOST_LIMITS_HPP
+#define REGEXCLASS_ENGINE_BOOST_LIMITS_HPP
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+
+#include "engine/boost/BoostRegex.hpp"
+
+namespace RegexClass::engine {
+
+/// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
+/// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find
+/// the one for ever, and text of two matches can't be replaced twice.
+template <class Iterator>
+void RequireProgress(const boost::match_results<Iterator>& results, Iterator from) {
+  if (results[0].second < results[0].first || results[0].first < from) {
+    throw boost::regex_error(boost::regex_constants::error_complexity);
+  }
+}
+
+/// How many states the engine may pass in one search of a text of `bytes` bytes before it gives up,
+/// for an expression of `length` bytes. It has an estimate of its own, which is this one where a
+/// character is a byte; it is taken from here, so that no release of the engine gives up sooner or
+/// later than another.
+inline std::ptrdiff_t StateLimit(std::ptrdiff_t bytes, std::size_t length) {
+  constexpr double kLeast = 1e5;
+  constexpr double kMostBySquare = 1e8;
+  constexpr auto kLargest = static_cast<double>(std::numeric_limits<std::ptrdiff_t>::max());
+  const double text = std::max(static_cast<double>(bytes), 1.0);
+  const double states = std::max(static_cast<double>(length), 1.0);
+  const double byStates = text * states * states;
+  if (byStates + kLeast >= kLargest) return static_cast<std::ptrdiff_t>(kMostBySquare);
+  const double bySquare = std::min(text * text, kMostBySquare);
+  return static_cast<std::ptrdiff_t>(std::max(byStates, bySquare) + kLeast);
+}
+
+/// Positions are told as numbers of 32 bits with a sign.
+inline void RequireAddressable(std::string_view text) {
+  if (text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+    throw std::length_error("RegexClass: a text of more than 2147483647 bytes");
+  }
+}
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_BOOST_LIMITS_HPP

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: BSL-1.0
+// The model CLocale: the C library's locale at the time of use. Compiles afresh when setlocale has
+// put another in its place.
+
+#include "engine/boost/NarrowModel.hpp"
+#include "engine/boost/Traits.hpp"
+#include "engine/models/Models.hpp"
+
+template <>
+void RegexClass::engine::NarrowMatcher<RegexClass::engine::CTraits>::estimate_max_state_count(
+    std::random_access_iterator_tag*) {
+  max_state_count = RegexClass::engine::StateLimit(last - base, re.size());
+}
+
+namespace RegexClass::engine {
+namespace {
+
+class C final : public NarrowModel<CTraits> {
+  const char* Name() const override { return "CLocale"; }
+};
+
+}  // namespace
+
+const Model& CModel() {
+  static const C model;
+  return model;
+}
+
+}  // namespace RegexClass::engine

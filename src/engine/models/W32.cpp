@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: BSL-1.0
+// The model W32Locale: the system locale of the user who runs the process.
+
+#include "engine/boost/NarrowModel.hpp"
+#include "engine/boost/Traits.hpp"
+#include "engine/models/Models.hpp"
+#include "platform/UserLocale.hpp"
+
+namespace RegexClass::engine {
+namespace {
+
+struct W32Traits : CatalogueTraits {};
+
+}  // namespace
+}  // namespace RegexClass::engine
+
+template <>
+void RegexClass::engine::NarrowMatcher<RegexClass::engine::W32Traits>::estimate_max_state_count(
+    std::random_access_iterator_tag*) {
+  max_state_count = RegexClass::engine::StateLimit(last - base, re.size());
+}
+
+namespace RegexClass::engine {
+namespace {
+
+class W32 final : public NarrowModel<W32Traits> {
+  const char* Name() const override { return "W32Locale"; }
+  Catalogue Messages() const override { return Catalogue::kDirectly; }
+  std::locale DefaultLocale() const override { return platform::UserLocale(); }
+};
+
+}  // namespace
+
+const Model& W32Model() {
+  static const W32 model;
+  return model;
+}
+
+}  // namespace RegexClass::engine

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: BSL-1.0
+// Expressions that are so simple that their matches are found without the engine.
+#ifndef REGEXCLASS_ENGINE_SEARCH_BYTESEQUENCE_HPP
+#define REGEXCLASS_ENGINE_SEARCH_BYTESEQUENCE_HPP
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "engine/boost/Atoms.hpp"
+#include "engine/boost/BoostRegex.hpp"
+#include "engine/search/Pattern.hpp"
+
+namespace RegexClass::engine {
+
+/// What an expression such as `template`, `[0-9]{4}` or `\bint\b` matches: a byte of one set, then
+/// one of the next, and so on, with ends of words at some places.
+class ByteSequence {
+ public:
+  /// A text, and the flags under which it is searched.
+  struct Text {
+    const char* first;
+    const char* last;
+    boost::match_flag_type flags;
+  };
+
+  /// What `regex` matches; null when that is no such sequence, or a long one.
+  template <class Traits>
+  static std::unique_ptr<ByteSequence> Read(const boost::basic_regex<char, Traits>& regex);
+
+  /// The bytes of a match.
+  std::size_t Width() const { return width_; }
+
+  bool MatchesAt(const char* place, const Text& text) const {
+    if (static_cast<std::size_t>(text.last - place) < width_) return false;
+    for (std::size_t i = 0; i < width_; ++i) {
+      if ((Places(place[i]) >> i & 1) == 0) return false;
+    }
+    return AreWordEnds(place, text);
+  }
+
+  /// The first match at or behind `from`; null when there is none. By backward nondeterministic
+  /// DAWG matching: reads back from where a match at `from` would end while what it has read occurs
+  /// in a match, then goes on to where a match begins with what it has read last, or else behind.
+  const char* Find(const char* from, const Text& text) const {
+    while (static_cast<std::size_t>(text.last - from) >= width_) {
+      std::size_t left = width_ - 1;
+      PlaceSet places = Places(from[left]);  // in a match, of what was read
+      if (places == 0) {
+        from += width_;
+        continue;
+      }
+      std::size_t next = width_;
+      while (places != 0 && left != 0) {
+        if ((places & 1) != 0) next = left;
+        places = places >> 1 & Places(from[--left]);
+      }
+      if ((places & 1) != 0 && AreWordEnds(from, text)) return from;
+      from += next;
+    }
+    return nullptr;
+  }
+
+  /// Whether nothing is faster than Find() in a text that begins like this one: where bytes that a
+  /// match can hold are rare, or where none of a match is a certain one.
+  bool IsFastestIn(const char* first, const char* last) const {
+    constexpr std::ptrdiff_t kSample = 16 << 10;
+    constexpr std::size_t kLeastWidth = 4;
+    if (width_ < kLeastWidth) return false;
+    last = first + std::min(last - first, kSample);
+    const auto held = std::count_if(first, last, [this](char c) { return Places(c) != 0; });
+    return !hasLetter_ || held * 16 < last - first;
+  }
+
+ private:
+  using PlaceSet = std::uint64_t;  // a bit for each byte of a match, the first one's lowest
+  static constexpr std::size_t kLargest = 64;
+
+  PlaceSet Places(char c) const { return places_[static_cast<unsigned char>(c)]; }
+
+  bool AreWordEnds(const char* place, const Text& text) const {
+    return std::all_of(wordEnds_.begin(), wordEnds_.end(),
+                       [&](std::size_t at) { return IsWordEnd(place + at, text); });
+  }
+  bool IsWordEnd(const char* place, const Text& text) const {
+    const bool atFirst = place == text.first;
+    const bool atLast = place == text.last;
+    if (atFirst && (text.flags & boost::match_not_bow) != 0) return false;
+    if (atLast && (text.flags & boost::match_not_eow) != 0) return false;
+    const bool before = !atFirst && word_[static_cast<unsigned char>(place[-1])];
+    const bool behind = !atLast && word_[static_cast<unsigned char>(*place)];
+    return before != behind;
+  }
+
+  std::size_t width_ = 0;
+  bool hasLetter_ = false;  // one at least of a match is the same in each, but for case
+  std::array<PlaceSet, 256> places_ = {};  // where in a match a byte can be
+  std::vector<std::size_t> wordEnds_;      // from the start of a match
+  ByteSet word_;                           // the bytes of words
+};
+
+template <class Traits>
+std::unique_ptr<ByteSequence> ByteSequence::Read(const boost::basic_regex<char, Traits>& regex) {
+  const bool icase = (regex.flags() & boost::regex_constants::icase) != 0;
+  Cases cases;
+  cases.in[icase ? 1 : 0] = true;
+  const Atoms<Traits> atoms(regex, cases);
+  auto sequence = std::make_unique<ByteSequence>();
+  std::vector<ByteSet> sets;
+  const detail::re_syntax_base* state = regex.get_first_state();
+  while (state->type != detail::syntax_element_match) {
+    const detail::re_syntax_base* next = state->next.p;
+    std::size_t times = 1;
+    if (state->type == detail::syntax_element_char_rep ||
+        state->type == detail::syntax_element_short_set_rep) {
+      const auto& repeat = *static_cast<const detail::re_repeat*>(state);
+      if (repeat.min != repeat.max || !repeat.greedy) return nullptr;
+      times = std::min(repeat.max, kLargest + 1);
+      state = next;
+      next = repeat.alt.p;
+    }
+    switch (state->type) {
+      case detail::syntax_element_literal: {
+        const auto& literal = *static_cast<const detail::re_literal*>(state);
+        const char* const text = reinterpret_cast<const char*>(&literal + 1);
+        for (unsigned int i = 0; i < literal.length; ++i) {
+          sets.insert(sets.end(), times, atoms.Literal(text[i]).bytes);
+        }
+        break;
+      }
+      case detail::syntax_element_set:
+        sets.insert(sets.end(), times, atoms.Set(state).bytes);
+        break;
+      case detail::syntax_element_word_boundary:
+        sequence->wordEnds_.push_back(sets.size());
+        break;
+      case detail::syntax_element_startmark:
+      case detail::syntax_element_endmark: {
+        const auto& brace = *static_cast<const detail::re_brace*>(state);
+        if (brace.index != 0 || brace.icase != icase) return nullptr;
+        break;
+      }
+      default:
+        return nullptr;
+    }
+    if (sets.size() > kLargest) return nullptr;
+    state = next;
+  }
+  if (sets.empty()) return nullptr;
+  sequence->width_ = sets.size();
+  sequence->hasLetter_ =
+      std::any_of(sets.begin(), sets.end(), [](const ByteSet& set) { return set.count() <= 2; });
+  for (std::size_t byte = 0; byte < sequence->places_.size(); ++byte) {
+    const char c = static_cast<char>(byte);
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+      if (sets[i][byte]) sequence->places_[byte] |= PlaceSet{1} << i;
+    }
+    sequence->word_[byte] = regex.get_traits().isctype(c, regex.get_data().m_word_mask);
+  }
+  return sequence;
+}
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_SEARCH_BYTESEQUENCE_HPP

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: BSL-1.0
+#include "engine/unicode/UnicodeAtoms.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace RegexClass::engine {
+namespace {
+
+ByteSet Bytes(std::size_t first, std::size_t last) {
+  ByteSet bytes;
+  for (; first <= last; ++first) bytes.set(first);
+  return bytes;
+}
+
+std::string Utf8(EngineChar c) {
+  std::string bytes;
+  AppendUtf8(c, bytes);
+  return bytes;
+}
+
+/// Collects characters, and tells them as a language: that of their bytes, or a little more.
+class CharacterSet {
+ public:
+  /// Adds [first, last], which all take the same number of bytes.
+  void Add(EngineChar first, EngineChar last) {
+    const EngineChar step = first < 0x80      ? 1
+                            : first < 0x800   ? 1 << 6
+                            : first < 0x10000 ? 1 << 12
+                                              : 1 << 18;
+    while (first <= last) {
+      const EngineChar next = (first | (step - 1)) + 1;
+      AddBytes(Utf8(first), Utf8(std::min(last, next - 1)));
+      first = next;
+    }
+  }
+
+  Pattern ToPattern() const {
+    constexpr std::size_t kMost = 8;  // parts
+    std::vector<Part> parts = Parts([](const Tail& a, const Tail& b) { return a == b; });
+    if (parts.size() > kMost) {
+      parts = Parts([](const Tail& a, const Tail& b) { return a.size() == b.size(); });
+    }
+    if (parts.empty()) return Pattern::Of({});
+    std::vector<Pattern> alternatives;
+    for (const auto& [lead, tail] : parts) {
+      std::vector<Pattern> sequence = {Pattern::Of(lead)};
+      for (const ByteSet& bytes : tail) sequence.push_back(Pattern::Of(bytes));
+      alternatives.push_back(Pattern::Sequence(std::move(sequence)));
+    }
+    return Pattern::Alternatives(std::move(alternatives));
+  }
+
+ private:
+  using Tail = std::vector<ByteSet>;  // the bytes behind the first one
+  struct Part {
+    ByteSet lead;
+    Tail tail;
+  };
+
+  /// Adds what lies from one character to another with the same first byte.
+  void AddBytes(const std::string& first, const std::string& last) {
+    Tail& tail = tails_[static_cast<unsigned char>(first[0])];
+    tail.resize(first.size() - 1);
+    bool alike = true;  // up to there
+    for (std::size_t i = 1; i < first.size(); ++i) {
+      tail[i - 1] |=
+          alike ? Bytes(static_cast<unsigned char>(first[i]), static_cast<unsigned char>(last[i]))
+                : Bytes(0x80, 0xBF);
+      alike = alike && first[i] == last[i];
+    }
+  }
+
+  /// The characters with those together whose tails are `alike`.
+  template <class Alike>
+  std::vector<Part> Parts(Alike alike) const {
+    std::vector<Part> parts;
+    for (const auto& [lead, tail] : tails_) {
+      auto part = std::find_if(parts.begin(), parts.end(), [&, &own = tail](const Part& each) {
+        return alike(each.tail, own);
+      });
+      if (part == parts.end()) part = parts.insert(part, {{}, tail});
+      part->lead.set(lead);
+      for (std::size_t i = 0; i < tail.size(); ++i) part->tail[i] |= tail[i];
+    }
+    return parts;
+  }
+
+  std::map<unsigned char, Tail> tails_;  // by the first byte
+};
+
+/// The language of what isn't ASCII, and of the members of `ascii`.
+Pattern WithAllBeyond(const ByteSet& ascii) {
+  Pattern beyond = Pattern::Sequence(
+      {Pattern::Of(Bytes(0x80, 0xFF)), Pattern::Repeat(Pattern::Of(Bytes(0x80, 0xBF)), 0, 3)});
+  if (ascii.none()) return beyond;
+  return Pattern::Alternatives({Pattern::Of(ascii), std::move(beyond)});
+}
+
+template <class Matches>
+ByteSet Ascii(const Matches& matches) {
+  ByteSet bytes;
+  for (EngineChar c = 0; c < 0x80; ++c) bytes[static_cast<std::size_t>(c)] = matches(c);
+  return bytes;
+}
+
+/// The language of the characters that `matches` is true of, which beyond ASCII it is or isn't from
+/// one of `changes` up to the next.
+template <class Matches>
+Pattern Where(const Matches& matches, std::vector<EngineChar> changes) {
+  if (matches(kIllFormedByte + 0x80)) return WithAllBeyond(Ascii(matches));
+  CharacterSet set;
+  for (EngineChar c = 0; c < 0x80; ++c) {
+    if (matches(c)) set.Add(c, c);
+  }
+  constexpr EngineChar kEnd = kLastCodePoint + 1;
+  const auto isOutside = [](EngineChar c) { return c < 0x80 || c >= kEnd; };
+  changes.erase(std::remove_if(changes.begin(), changes.end(), isOutside), changes.end());
+  changes.insert(changes.end(), {0x80, 0x800, 0xD800, 0xE000, 0x10000, kEnd});
+  std::sort(changes.begin(), changes.end());
+  for (std::size_t i = 0; changes[i] != kEnd; ++i) {
+    const EngineChar first = changes[i];
+    const bool surrogates = first >= 0xD800 && first < 0xE000;
+    if (first != changes[i + 1] && !surrogates && matches(ToEngine(first))) {
+      set.Add(first, changes[i + 1] - 1);
+    }
+  }
+  return set.ToPattern();
+}
+
+}  // namespace
+
+Pattern Atoms<UnicodeTraits>::Literal(EngineChar literal) const {
+  if (cases_.in[1]) {
+    const auto matches = [&](EngineChar c) {
+      return cases_.Any([&](bool icase) { return UnicodeTraits::translate(c, icase) == literal; });
+    };
+    std::vector<EngineChar> changes = UnicodeTraits::CaseChanges();
+    changes.insert(changes.end(), {literal, literal + 1});
+    return Where(matches, std::move(changes));
+  }
+  CharacterSet set;
+  set.Add(literal, literal);
+  return set.ToPattern();
+}
+
+Pattern Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
+  using SetState = detail::re_set_long<UnicodeTraits::char_class_type>;
+  const auto& set = *static_cast<const SetState*>(state);
+  if (!set.singleton) throw NotUnderstood();
+  const auto matches = [&](const EngineChar c) {
+    return cases_.Any([&](bool icase) {
+      const EngineChar* const end = &c + 1;
+      return detail::re_is_set_member(&c, end, &set, regex_.get_data(), icase) == end;
+    });
+  };
+  // The order of characters is no order of numbers.
+  const bool collates = (regex_.flags() & boost::regex_constants::collate) != 0;
+  if (set.cequivalents != 0 || (set.cranges != 0 && collates)) {
+    return WithAllBeyond(Ascii(matches));
+  }
+  std::vector<EngineChar> changes;
+  regex_.get_traits().AppendChanges(set.cclasses | set.cnclasses, changes);
+  if (cases_.in[1]) {
+    const std::vector<EngineChar>& cases = UnicodeTraits::CaseChanges();
+    changes.insert(changes.end(), cases.begin(), cases.end());
+  }
+  // Behind the state stand the characters by themselves, and the ends of ranges, each with a zero
+  // behind it.
+  const auto* member = reinterpret_cast<const EngineChar*>(&set + 1);
+  for (unsigned int i = 0; i < set.csingles + 2 * set.cranges; ++i) {
+    changes.insert(changes.end(), {*member, *member + 1});
+    member += *member == 0 && i < set.csingles ? 1 : 2;
+  }
+  return Where(matches, std::move(changes));
+}
+
+Pattern Atoms<UnicodeTraits>::Dot(bool separators) const {
+  return WithAllBeyond(
+      Ascii([separators](EngineChar c) { return separators || !detail::is_separator(c); }));
+}
+
+}  // namespace RegexClass::engine

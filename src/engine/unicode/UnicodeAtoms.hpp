@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: BSL-1.0
+// What the smallest parts of an expression of the model UnicodeLocale match, in bytes.
+#ifndef REGEXCLASS_ENGINE_UNICODE_UNICODEATOMS_HPP
+#define REGEXCLASS_ENGINE_UNICODE_UNICODEATOMS_HPP
+
+#include <vector>
+
+#include "engine/boost/Atoms.hpp"
+#include "engine/unicode/UnicodeTraits.hpp"
+
+namespace RegexClass::engine {
+
+/// Here a character is its bytes in UTF-8, or a byte that isn't part of one. The engine is asked
+/// for each character of ASCII, and beyond for one of each run of characters that it can't tell
+/// apart.
+template <>
+class Atoms<UnicodeTraits> {
+ public:
+  using Regex = boost::basic_regex<EngineChar, UnicodeTraits>;
+
+  Atoms(const Regex& regex, Cases cases) : regex_(regex), cases_(cases) {}
+
+  Pattern Literal(EngineChar literal) const;
+  Pattern Set(const detail::re_syntax_base* state) const;
+  Pattern Dot(bool separators) const;
+
+ private:
+  const Regex& regex_;
+  const Cases cases_;
+};
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_UNICODE_UNICODEATOMS_HPP
