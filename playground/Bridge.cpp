@@ -11,9 +11,9 @@
 #include <stdexcept>
 
 #include "Exports.hpp"
-#include "Json.hpp"
-#include "Names.hpp"
-#include "ShownSettings.hpp"
+#include "output/Json.hpp"
+#include "output/Names.hpp"
+#include "output/ShownSettings.hpp"
 
 namespace playground {
 

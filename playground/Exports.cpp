@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Names.hpp"
+#include "output/Names.hpp"
 
 namespace playground {
 
