@@ -64,10 +64,18 @@ class SearchRun {
     return lines_.before > 0 || lines_.after > 0 ? "--\n" : "";
   }
 
+  /// Whether a single thread does all and can search a file as soon as it is listed: nobody asks
+  /// for the files without a match, each once, nor git for its rules.
+  bool IsOneWalk() const {
+    return job_.request.jobs == 1 && !lines_.inverted && !job_.style.filesWithout &&
+           !job_.choice.ignoreFiles;
+  }
+
   template <typename Function>
   void Run(const Function& onPart) {
     PartQueue queue(kPartSize);
     const auto list = [&] {
+      if (IsOneWalk()) return queue.AddWalk();
       ListFiles(
           job_.choice, job_.object, [&](auto files) { queue.Add(std::move(files)); }, wrongFiles_);
     };

@@ -92,7 +92,15 @@ std::string PartSearch::Patterns() const {
   return patterns;
 }
 
-void PartSearch::Prepare(RE& object) const {
+void PartSearch::Prepare(RE& object) {
+  if (part_.isWalk) {
+    const auto count = [this, files = std::size_t{0}]() mutable {
+      ++files;
+      job_.progress.Show([&] { return std::to_string(files) + " files"; });
+    };
+    listed_ = PrepareWalk(job_.choice, object, count, failures_);
+    return;
+  }
   std::unordered_set<std::string> names;
   for (const ListedFile& file : part_.files) names.insert(file.name);
   object.SetFilesToMatch(Patterns());
@@ -114,6 +122,10 @@ std::size_t PartSearch::Find(const std::string& name, std::size_t from) const {
 
 const ListedFile* PartSearch::Meet(const std::string& name, std::string_view content,
                                    const OnFile& without) {
+  if (listed_) {
+    met_ = listed_(name);
+    return IsUnwanted(met_, content) ? nullptr : &met_;
+  }
   const std::size_t at = Find(name, next_);
   if (at == part_.files.size()) return nullptr;  // it has come since the files were listed
   PassTo(at, without);
@@ -125,6 +137,10 @@ void PartSearch::Take(const std::vector<RE::FileSearchProblem>* problems) {
   if (problems == nullptr) return;
   std::size_t at = 0;
   for (const RE::FileSearchProblem& problem : *problems) {
+    if (listed_) {
+      if (!IsUnwanted(listed_(problem.file))) failures_.push_back(InWords(problem));
+      continue;
+    }
     const std::size_t found = Find(problem.file, at);
     if (found < part_.files.size()) {
       at = found;

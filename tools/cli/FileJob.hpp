@@ -65,7 +65,7 @@ std::string ContentOf(const std::string& file);
 /// The search through one part of the files.
 class PartSearch {
  public:
-  PartSearch(const FileJob& job, const Part& part) : job_(job), part_(part) {}
+  PartSearch(FileJob& job, const Part& part) : job_(job), part_(part) {}
 
   /// Answers whether more matches of the file are wanted.
   using OnMatch = std::function<bool(
@@ -85,7 +85,7 @@ class PartSearch {
 
  private:
   std::string Patterns() const;
-  void Prepare(RE& object) const;
+  void Prepare(RE& object);
   void FailIn(const RE::FileSearchProblem& problem);
   /// The file of this name that the walk has come to; null for one that isn't wanted.
   const ListedFile* Meet(const std::string& name, std::string_view content, const OnFile& without);
@@ -97,8 +97,10 @@ class PartSearch {
   bool IsUnwanted(const ListedFile& file, std::optional<std::string_view> content = {}) const;
   std::size_t End() const;
 
-  const FileJob& job_;
+  FileJob& job_;
   const Part& part_;
+  std::function<ListedFile(const std::string& name)> listed_;  // when the part is a walk
+  ListedFile met_;                                             // by the walk
   std::size_t next_ = 0;  // the first file that nothing has been told of
   std::set<std::size_t> failed_;
   std::vector<std::string> failures_;

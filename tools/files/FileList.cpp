@@ -8,6 +8,7 @@
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -81,6 +82,9 @@ class Selection {
     Patterns(choice.patterns);
   }
 
+  const std::string& Patterns() const { return patterns_; }
+
+  /// Lists the files, and passes them on as they are found.
   void Run(RE walker, const Take& take) {
     // The files of a single tree are passed on during the walk, up to the first link, whose file
     // may come under its own name too.
@@ -121,6 +125,33 @@ class Selection {
     if (const auto* const failed = walker.GetSelectFilesErrors()) {
       for (const RE::FileSearchProblem& problem : *failed) problems_.push_back(InWords(problem));
     }
+  }
+
+  /// Whether what was found in a directory isn't passed over.
+  bool IsTaken(const std::string& path, RE::EntryKinds kind, bool selected) const {
+    const std::string name = OwnName(path);
+    if (IsExcluded(path, name)) return false;
+    if (choice_.recursive && !choice_.hidden && IsHidden(path)) return false;
+    const bool dotted = name[0] == '.';
+    if (kind == RE::DirectoryEntry) {
+      return selected || (choice_.recursive && (choice_.hidden || !dotted));
+    }
+    if (!dotted || (selected && !kStarTakesDots)) return selected;
+    bool isWanted = selected && !choice_.recursive;  // by a pattern, which may say so
+    for (const auto& [root, wantedName] : wanted_) {
+      if (path.compare(0, root.size(), root) != 0) continue;
+      isWanted = NameMatches(wantedName, name, !choice_.hidden);
+      if (isWanted) break;
+    }
+    return isWanted;
+  }
+
+  ListedFile Listed(std::string name) const {
+    if (names_.count(name) != 0) return {name, name.size(), false, false};
+    if (listed_.count(name) != 0) return {name, 0, false, false};
+    std::size_t root = RootOf(name);
+    if (listed_.count(name.substr(0, root)) != 0) root = 0;
+    return {std::move(name), root, choice_.recursive, false};
   }
 
  private:
@@ -210,26 +241,6 @@ class Selection {
     rootLengths_.insert(root.size());
   }
 
-  // What is passed over among the things that are found in directories.
-
-  bool IsTaken(const std::string& path, RE::EntryKinds kind, bool selected) const {
-    const std::string name = OwnName(path);
-    if (IsExcluded(path, name)) return false;
-    if (choice_.recursive && !choice_.hidden && IsHidden(path)) return false;
-    const bool dotted = name[0] == '.';
-    if (kind == RE::DirectoryEntry) {
-      return selected || (choice_.recursive && (choice_.hidden || !dotted));
-    }
-    if (!dotted || (selected && !kStarTakesDots)) return selected;
-    bool isWanted = selected && !choice_.recursive;  // by a pattern, which may say so
-    for (const auto& [root, wantedName] : wanted_) {
-      if (path.compare(0, root.size(), root) != 0) continue;
-      isWanted = NameMatches(wantedName, name, !choice_.hidden);
-      if (isWanted) break;
-    }
-    return isWanted;
-  }
-
   bool IsExcluded(const std::string& path, const std::string& name) const {
     return std::any_of(
         choice_.excluded.begin(), choice_.excluded.end(), [&](const std::string& pattern) {
@@ -243,14 +254,6 @@ class Selection {
       if (*length <= name.size() && roots_.count(name.substr(0, *length)) != 0) return *length;
     }
     return 0;
-  }
-
-  ListedFile Listed(std::string name) const {
-    if (names_.count(name) != 0) return {name, name.size(), false, false};
-    if (listed_.count(name) != 0) return {name, 0, false, false};
-    std::size_t root = RootOf(name);
-    if (listed_.count(name.substr(0, root)) != 0) root = 0;
-    return {std::move(name), root, choice_.recursive, false};
   }
 
   void RemoveIgnored(std::vector<ListedFile>& files) const {
@@ -303,6 +306,19 @@ void ListFiles(const FileChoice& choice, const RE& object,
                const std::function<void(std::vector<ListedFile>)>& take,
                std::vector<std::string>& problems) {
   Selection(choice, problems).Run(object, take);
+}
+
+std::function<ListedFile(const std::string&)> PrepareWalk(const FileChoice& choice, RE& object,
+                                                          const std::function<void()>& onFile,
+                                                          std::vector<std::string>& problems) {
+  const auto selection = std::make_shared<const Selection>(choice, problems);
+  object.SetFilesToMatch(selection->Patterns());
+  object.SetOnSelectingFilesClosure(
+      [selection, onFile](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
+        taken = selection->IsTaken(path, kind, taken);
+        if (taken && kind != RE::DirectoryEntry) onFile();
+      });
+  return [selection](const std::string& name) { return selection->Listed(name); };
 }
 
 std::string InWords(const RE::FileSearchProblem& problem) {

@@ -56,6 +56,14 @@ void ListFiles(const FileChoice& choice, const RE& object,
                const std::function<void(std::vector<ListedFile> files)>& take,
                std::vector<std::string>& problems);
 
+/// Lets the operations of `object` come to the same files, in one walk that lists and searches, but
+/// for the rules of git. `onFile` is called for each. What is returned makes a listed file of the
+/// name by which the walk comes to one. `choice` must outlive the walk. Throws Failure as
+/// ListFiles.
+std::function<ListedFile(const std::string& name)> PrepareWalk(const FileChoice& choice, RE& object,
+                                                               const std::function<void()>& onFile,
+                                                               std::vector<std::string>& problems);
+
 /// The problem in words.
 std::string InWords(const RE::FileSearchProblem& problem);
 

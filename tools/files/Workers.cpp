@@ -33,6 +33,12 @@ void PartQueue::Add(std::vector<ListedFile> files) {
   if (open_.files.size() >= size_) Close(lock);
 }
 
+void PartQueue::AddWalk() {
+  const std::unique_lock<std::mutex> lock(mutex_);
+  open_.isWalk = true;
+  Close(lock);
+}
+
 void PartQueue::Close() {
   const std::unique_lock<std::mutex> lock(mutex_);
   if (!open_.files.empty()) Close(lock);

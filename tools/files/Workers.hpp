@@ -26,6 +26,7 @@ struct Enough {};
 struct Part {
   std::size_t number = 0;
   std::vector<ListedFile> files = {};
+  bool isWalk = false;  ///< It is all of a run, whose files are listed as they are searched.
 };
 
 /// The files of a run on their way from the thread that lists them to those that work on them, some
@@ -41,6 +42,8 @@ class PartQueue {
   void OnReady(std::function<void()> ready) { ready_ = std::move(ready); }
   /// Puts files behind those that are there. Throws Enough when no more are wanted.
   void Add(std::vector<ListedFile> files);
+  /// Puts the part there that is all of a run.
+  void AddWalk();
   /// Lets the files since the last part be one.
   void Close();
   /// No more files come.
