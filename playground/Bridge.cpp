@@ -165,9 +165,9 @@ constexpr const char* kErrorNames[] = {"NoError",
                                        "LocaleDllFailure"};
 
 /// A request on its way to its answer.
-class Request {
+class PageRequest {
  public:
-  explicit Request(const Json& request)
+  explicit PageRequest(const Json& request)
       : request_(request),
         operation_(request.value("operation", std::string())),
         most_(request.value("most", std::uint32_t{100000})) {}
@@ -357,7 +357,7 @@ Answer Refuse(const std::string& reason) {
 Answer Run(const std::string& request) {
   try {
     const Json json = Json::parse(request);
-    return Request(json).Do();
+    return PageRequest(json).Do();
   } catch (const Json::exception& error) {
     return Refuse(error.what());
   } catch (const BadRequest& error) {

@@ -24,7 +24,8 @@ template <class T>
 using Travelling = std::conditional_t<std::is_same_v<T, bool>, bool,
                                       std::conditional_t<std::is_unsigned_v<T>, unsigned int, int>>;
 
-/// Hands the settings of a record to `transfer`, a Writer or a Reader, in the order of the record.
+/// Hands the settings of a record to `transfer`, a SettingsWriter or a SettingsReader, in the order
+/// of the record.
 template <class SettingsType, class Transfer>
 void TransferSettings(SettingsType& settings, int version, Transfer transfer) {
   transfer.Set(settings.expressionOptions);
@@ -51,9 +52,9 @@ void TransferSettings(SettingsType& settings, int version, Transfer transfer) {
   }
 }
 
-class Writer {
+class SettingsWriter {
  public:
-  explicit Writer(std::ostream& out) : out_(out) {}
+  explicit SettingsWriter(std::ostream& out) : out_(out) {}
 
   template <class Option>
   void Set(const std::set<Option>& options) {
@@ -83,9 +84,9 @@ class Writer {
 };
 
 /// Once a read has failed, nothing more is taken from the stream and every setting keeps its value.
-class Reader {
+class SettingsReader {
  public:
-  explicit Reader(std::istream& in) : in_(in) {}
+  explicit SettingsReader(std::istream& in) : in_(in) {}
 
   template <class Option>
   void Set(std::set<Option>& options) {
@@ -136,8 +137,8 @@ class Reader {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const RegularExpression& object) {
-  Writer(out).Number(kStreamVersion);
-  TransferSettings(object.state->settings, kStreamVersion, Writer(out));
+  SettingsWriter(out).Number(kStreamVersion);
+  TransferSettings(object.state->settings, kStreamVersion, SettingsWriter(out));
   return out;
 }
 
@@ -152,7 +153,7 @@ std::istream& operator>>(std::istream& in, RegularExpression& object) {
 
   object.state->MarkNotCompiled();
   try {
-    TransferSettings(object.state->SettingsToChangeString(), version, Reader(in));
+    TransferSettings(object.state->SettingsToChangeString(), version, SettingsReader(in));
   } catch (const std::bad_alloc&) {
     // A record that asks for more than there is counts as damaged.
     in.setstate(std::ios_base::failbit);

@@ -76,7 +76,7 @@ class Preview {
     RunWorkers(output_, queue, job_.request.jobs, list, [this]() -> Work {
       const auto worker = std::make_shared<Worker>(job_);
       const auto replacer = std::make_shared<Replacer>(job_.object);
-      return [this, worker, replacer](const Part& part) { RunPart(*worker, *replacer, part); };
+      return [this, worker, replacer](const FilePart& part) { RunPart(*worker, *replacer, part); };
     });
     job_.Tell(messages_);
     std::vector<ListedFile> all;
@@ -90,7 +90,7 @@ class Preview {
   bool HasPassedOver() const { return passedOver_; }
 
  private:
-  void RunPart(Worker& worker, Replacer& replacer, const Part& part) {
+  void RunPart(Worker& worker, Replacer& replacer, const FilePart& part) {
     std::vector<std::string> notes;
     std::vector<Change> changes;
     std::vector<ListedFile> changing;
@@ -218,7 +218,7 @@ std::string InWords(const RE::FileChangeProblem& problem, const std::string& fil
 }
 
 /// What has become of a file.
-struct Outcome {
+struct FileOutcome {
   FileStatus before;
   std::uint64_t changes = 0;
   bool met = false;    // there was something to change
@@ -251,10 +251,10 @@ class FileChanger {
 
   /// Changes the files, whose copies all get the same extension, by one call of the library, and
   /// tells what has become of each.
-  const std::vector<Outcome>& Change(const std::vector<ListedFile>& files) {
+  const std::vector<FileOutcome>& Change(const std::vector<ListedFile>& files) {
     std::string patterns;
     at_.clear();
-    outcomes_.assign(files.size(), Outcome());
+    outcomes_.assign(files.size(), FileOutcome());
     for (std::size_t i = 0; i < files.size(); ++i) {
       patterns.append(PatternOf(files[i])) += ';';
       at_.emplace(files[i].name, i);
@@ -271,7 +271,7 @@ class FileChanger {
   }
 
  private:
-  bool Note(Outcome& outcome, const std::string& matched) {
+  bool Note(FileOutcome& outcome, const std::string& matched) {
     if (!outcome.met && Interruption() != 0) outcome.wanted = false;
     outcome.met = true;
     if (outcome.wanted && replacer_(matched) != matched) ++outcome.changes;
@@ -283,7 +283,7 @@ class FileChanger {
     if (problems == nullptr) return;
     for (const RE::FileChangeProblem& problem : *problems) {
       const std::size_t at = FileOf(problem, files);
-      Outcome& outcome = outcomes_[at];
+      FileOutcome& outcome = outcomes_[at];
       outcome.failures.push_back(InWords(problem, files[at].name, extension_));
       if (problem.kind != RE::RestoreAttributesFailed) outcome.changes = 0;
     }
@@ -300,13 +300,13 @@ class FileChanger {
     for (std::size_t i = 0; i < files.size(); ++i) {
       if (problem.kind == RE::SaveCopyFailed && CopyName(files[i].name, extension_) == problem.file)
         return i;
-      const Outcome& outcome = outcomes_[i];
+      const FileOutcome& outcome = outcomes_[i];
       if (temporary && outcome.changes > 0 && StatusOf(files[i].name) == outcome.before) return i;
     }
     return 0;
   }
 
-  void Finish(const ListedFile& file, Outcome& outcome) {
+  void Finish(const ListedFile& file, FileOutcome& outcome) {
     if (outcome.changes > 0 && !extension_.empty()) {
       directory_.Hold(file.name, file.named);
       directory_.MarkCopy(OwnName(CopyName(file.name, extension_)), OwnName(file.name));
@@ -323,15 +323,15 @@ class FileChanger {
   RE object_;
   Replacer replacer_;
   const std::string extension_;
-  Directory directory_;
+  HeldDirectory directory_;
   std::unordered_map<std::string, std::size_t> at_;  // the files in hand, by their names
-  std::vector<Outcome> outcomes_;
+  std::vector<FileOutcome> outcomes_;
 };
 
 /// The run that changes the files.
-class ChangeRun {
+class RewritingRun {
  public:
-  ChangeRun(FileJob& job, std::vector<ListedFile> files)
+  RewritingRun(FileJob& job, std::vector<ListedFile> files)
       : job_(job), files_(std::move(files)), output_("", job.progress) {}
 
   ExitStatus Run() {
@@ -345,7 +345,8 @@ class ChangeRun {
         [this]() -> Work {
           const auto changer = std::make_shared<FileChanger>(job_);
           const auto worker = std::make_shared<Worker>(job_);
-          return [this, changer, worker](const Part& part) { RunPart(*changer, *worker, part); };
+          return
+              [this, changer, worker](const FilePart& part) { RunPart(*changer, *worker, part); };
         });
     if (const int interruption = Interruption()) {
       Problems::Note("interrupted; files that weren't told of are as they were");
@@ -380,11 +381,11 @@ class ChangeRun {
     }
   }
 
-  void RunPart(FileChanger& changer, Worker& worker, const Part& part) {
+  void RunPart(FileChanger& changer, Worker& worker, const FilePart& part) {
     if (Interruption() != 0) return;  // so that what was done before gets told
-    const std::vector<Outcome>& outcomes = changer.Change(part.files);
+    const std::vector<FileOutcome>& outcomes = changer.Change(part.files);
     for (std::size_t i = 0; i < part.files.size(); ++i) {
-      const Outcome& outcome = outcomes[i];
+      const FileOutcome& outcome = outcomes[i];
       if (outcome.changes > 0) {
         changed_ = true;
         PrintChanged(worker, part.files[i], outcome.changes);
@@ -425,7 +426,7 @@ void RemoveCopies(std::vector<ListedFile>& files, const std::string& extension) 
 
 /// Whether the copy is one of the file; throws Failure when it may be another's.
 bool IsCopyOf(const ListedFile& file, const std::string& copy, const std::string& extension,
-              Directory& directory) {
+              HeldDirectory& directory) {
   const std::string own = OwnName(copy);
   if (directory.StatusOf(own).kind == FileStatus::kNothing) return false;
   const std::string marked = directory.CopyMark(own);
@@ -437,8 +438,8 @@ bool IsCopyOf(const ListedFile& file, const std::string& copy, const std::string
 }
 
 /// Puts the saved copy of a file back; false when there is none. Throws Failure.
-bool PutBack(RE& object, Directory& directory, const ListedFile& file, const std::string& extension,
-             bool dryRun) {
+bool PutBack(RE& object, HeldDirectory& directory, const ListedFile& file,
+             const std::string& extension, bool dryRun) {
   const std::string copy = CopyName(file.name, extension);
   if (const int error = directory.Hold(file.name, file.named)) {
     throw Failure("can't open: " + SystemWords(error));
@@ -470,7 +471,7 @@ ExitStatus Undo(const Request& request, const std::string& extension) {
   std::vector<ListedFile> files = job.List();
   RemoveCopies(files, extension);
   Printer printer = Printer::OfFiles(job.style, std::cout);
-  Directory directory;
+  HeldDirectory directory;
   bool any = false;
   for (const ListedFile& file : files) {
     try {
@@ -510,7 +511,7 @@ ExitStatus RunChangeFiles(const Request& request) {
   if (preview.HasPassedOver()) job.problems.Count();
   if (shown) return job.problems.Status(!files.empty());
   try {
-    const ExitStatus status = ChangeRun(job, files).Run();
+    const ExitStatus status = RewritingRun(job, files).Run();
     FinishOutput();
     return status;
   } catch (const OutputClosed& closed) {  // that files weren't told of shouldn't go unsaid

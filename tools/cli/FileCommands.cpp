@@ -38,14 +38,14 @@ class SearchRun {
   ExitStatus GrepFiles() {
     if (most_ == 0) return job_.problems.Status(false);
     const bool namesAlone = job_.style.NamesOnly() && !lines_.inverted;
-    Run([this, namesAlone](Worker& worker, const Part& part) {
+    Run([this, namesAlone](Worker& worker, const FilePart& part) {
       namesAlone ? FindPart(worker, part) : GrepPart(worker, part);
     });
     return Finish();
   }
 
   ExitStatus FindFiles() {
-    Run([this](Worker& worker, const Part& part) { FindPart(worker, part); });
+    Run([this](Worker& worker, const FilePart& part) { FindPart(worker, part); });
     if (job_.style.count && !job_.style.quiet) {
       std::cout << (job_.style.json ? Json{{"count", named_.load()}}.dump()
                                     : std::to_string(named_))
@@ -81,7 +81,7 @@ class SearchRun {
     };
     RunWorkers(output_, queue, job_.request.jobs, list, [&]() -> Work {
       const auto worker = std::make_shared<Worker>(job_);
-      return [worker, &onPart](const Part& part) { onPart(*worker, part); };
+      return [worker, &onPart](const FilePart& part) { onPart(*worker, part); };
     });
   }
 
@@ -100,7 +100,7 @@ class SearchRun {
     throw Enough();
   }
 
-  void PrintName(Worker& worker, const Part& part, const ListedFile& file) {
+  void PrintName(Worker& worker, const FilePart& part, const ListedFile& file) {
     ++named_;
     if (!job_.style.count) {
       job_.style.json ? worker.printer.Json(Printer::File(file.name))
@@ -109,13 +109,13 @@ class SearchRun {
     output_.Put(part.number, {worker.TakeOutput(), false});
   }
 
-  void EndPart(const Part& part, const PartSearch& search) {
+  void EndPart(const FilePart& part, const PartSearch& search) {
     if (search.Stopped()) output_.StopBehind(part.number);
     const std::lock_guard<std::mutex> lock(messagesMutex_);
     messages_[part.number] = search.Failures();
   }
 
-  void FindPart(Worker& worker, const Part& part) {
+  void FindPart(Worker& worker, const FilePart& part) {
     PartSearch search(job_, part);
     const bool without = job_.style.filesWithout;
     const PartSearch::OnFile tell = [&](const ListedFile& file) { PrintName(worker, part, file); };
@@ -127,7 +127,7 @@ class SearchRun {
     EndPart(part, search);
   }
 
-  void GrepPart(Worker& worker, const Part& part);
+  void GrepPart(Worker& worker, const FilePart& part);
 
   FileJob job_;
   LineChoice lines_;
@@ -140,7 +140,7 @@ class SearchRun {
   PartMessages messages_;
 };
 
-void SearchRun::GrepPart(Worker& worker, const Part& part) {
+void SearchRun::GrepPart(Worker& worker, const FilePart& part) {
   const Style& style = job_.style;
   std::uint64_t count = 0;
   std::optional<FileLines> lines;

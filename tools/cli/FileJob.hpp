@@ -65,7 +65,7 @@ std::string ContentOf(const std::string& file);
 /// The search through one part of the files.
 class PartSearch {
  public:
-  PartSearch(FileJob& job, const Part& part) : job_(job), part_(part) {}
+  PartSearch(FileJob& job, const FilePart& part) : job_(job), part_(part) {}
 
   /// Answers whether more matches of the file are wanted.
   using OnMatch = std::function<bool(
@@ -98,7 +98,7 @@ class PartSearch {
   std::size_t End() const;
 
   FileJob& job_;
-  const Part& part_;
+  const FilePart& part_;
   std::function<ListedFile(const std::string& name)> listed_;  // when the part is a walk
   ListedFile met_;                                             // by the walk
   std::size_t next_ = 0;  // the first file that nothing has been told of

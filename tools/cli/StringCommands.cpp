@@ -41,7 +41,7 @@ struct Job {
   Problems problems;
   RE object;
   std::string file;  // empty for standard input
-  Text text;
+  InputText text;
   std::uint64_t left = 0;            // how many more matches of this file are wanted
   std::vector<Span> spans;           // the matches of this text whose lines are still to be printed
   std::optional<LineWriter> writer;  // of this file

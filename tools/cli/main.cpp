@@ -24,7 +24,7 @@ namespace tool {
 namespace {
 
 /// What a command takes, beside the options that all have.
-enum Part : unsigned int {
+enum OptionGroup : unsigned int {
   kExpression = 1U << 0U,
   kSyntax = 1U << 1U,
   kFormatArgument = 1U << 2U,  // with its option
@@ -57,7 +57,7 @@ struct Command {
   const char* name;
   const char* arguments;
   const char* description;
-  unsigned int parts;
+  unsigned int groups;
   ExitStatus (*run)(const Request&);
 };
 
@@ -101,8 +101,8 @@ class Help : public CLI::Formatter {
   std::string arguments_;
 };
 
-void AddOutputOptions(CLI::App& app, Request& request, unsigned int parts) {
-  const auto has = [parts](Part part) { return (parts & part) != 0; };
+void AddOutputOptions(CLI::App& app, Request& request, unsigned int groups) {
+  const auto has = [groups](OptionGroup group) { return (groups & group) != 0; };
   Style& style = request.style;
   app.add_flag("--json", style.json, "Print lines of JSON");
   if (!has(kWrite)) app.add_flag("-q,--quiet", style.quiet, "Print nothing, only exit");
@@ -177,8 +177,8 @@ void AddChangeOptions(CLI::App& app, Request& request) {
   AddRaw(app, "--undo", request.undo, "Put saved copies with this end back")->type_name("EXT");
 }
 
-void AddOperationOptions(CLI::App& app, Request& request, unsigned int parts) {
-  const auto has = [parts](Part part) { return (parts & part) != 0; };
+void AddOperationOptions(CLI::App& app, Request& request, unsigned int groups) {
+  const auto has = [groups](OptionGroup group) { return (groups & group) != 0; };
   SetUp& setUp = request.setUp;
   AddExpressionOptions(app, setUp);
   if (has(kSyntax)) AddSyntaxOptions(app, setUp);
@@ -237,20 +237,20 @@ std::string Unmarked(std::string argument) {
 }
 
 /// The expression and the format are arguments unless an option or a settings file has them.
-void TakeArguments(Request& request, std::vector<std::string> arguments, unsigned int parts) {
+void TakeArguments(Request& request, std::vector<std::string> arguments, unsigned int groups) {
   SetUp& setUp = request.setUp;
   const auto take = [&](std::optional<std::string>& value) {
     if (value || setUp.settingsFile || arguments.empty()) return;
     value = arguments.front();
     arguments.erase(arguments.begin());
   };
-  if ((parts & kInputs) == 0) return;
+  if ((groups & kInputs) == 0) return;
   if (request.undo) {
     request.inputs = std::move(arguments);
     return;
   }
   take(setUp.expression);
-  if ((parts & kFormatArgument) != 0) {
+  if ((groups & kFormatArgument) != 0) {
     take(setUp.format);
     if (!setUp.format && !setUp.settingsFile) throw Failure("no format is given");
   }
@@ -300,11 +300,11 @@ ExitStatus Main(int argc, char** argv) {
     sub->group("Commands");  // what the completion looks for
     sub->formatter(std::make_shared<Help>(command.arguments));
     if (named != command.name) continue;  // the options of all take longer to make than a short run
-    if ((command.parts & kInputs) != 0) AddArguments(*sub, arguments);
-    AddOperationOptions(*sub, request, command.parts);
-    AddOutputOptions(*sub, request, command.parts);
-    if ((command.parts & kLines) != 0) AddLineOptions(*sub, request);
-    if ((command.parts & kDryRun) != 0) AddChangeOptions(*sub, request);
+    if ((command.groups & kInputs) != 0) AddArguments(*sub, arguments);
+    AddOperationOptions(*sub, request, command.groups);
+    AddOutputOptions(*sub, request, command.groups);
+    if ((command.groups & kLines) != 0) AddLineOptions(*sub, request);
+    if ((command.groups & kDryRun) != 0) AddChangeOptions(*sub, request);
     for (CLI::Option* const option : sub->get_options()) option->transform(Unmarked);
   }
   try {
@@ -316,7 +316,7 @@ ExitStatus Main(int argc, char** argv) {
   }
   for (const Command& command : kCommands) {
     if (!app.got_subcommand(command.name)) continue;
-    TakeArguments(request, arguments, command.parts);
+    TakeArguments(request, arguments, command.groups);
     const ExitStatus status = command.run(request);
     FinishOutput();
     return status;

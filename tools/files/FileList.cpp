@@ -66,11 +66,11 @@ std::string LookedFor(std::string name) {
 }
 
 /// What the arguments, the list and the settings have named.
-class Selection {
+class NamedFiles {
  public:
   using Take = std::function<void(std::vector<ListedFile>)>;
 
-  Selection(const FileChoice& choice, std::vector<std::string>& problems)
+  NamedFiles(const FileChoice& choice, std::vector<std::string>& problems)
       : choice_(choice), problems_(problems) {
     const bool none = choice.arguments.empty() && !choice.listFile && choice.patterns.empty();
     if (none && !choice.recursive) throw Failure("no files are named");
@@ -305,20 +305,20 @@ const char* Words(RE::SearchProblemKind kind) {
 void ListFiles(const FileChoice& choice, const RE& object,
                const std::function<void(std::vector<ListedFile>)>& take,
                std::vector<std::string>& problems) {
-  Selection(choice, problems).Run(object, take);
+  NamedFiles(choice, problems).Run(object, take);
 }
 
 std::function<ListedFile(const std::string&)> PrepareWalk(const FileChoice& choice, RE& object,
                                                           const std::function<void()>& onFile,
                                                           std::vector<std::string>& problems) {
-  const auto selection = std::make_shared<const Selection>(choice, problems);
-  object.SetFilesToMatch(selection->Patterns());
+  const auto named = std::make_shared<const NamedFiles>(choice, problems);
+  object.SetFilesToMatch(named->Patterns());
   object.SetOnSelectingFilesClosure(
-      [selection, onFile](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
-        taken = selection->IsTaken(path, kind, taken);
+      [named, onFile](RE*, const std::string& path, RE::EntryKinds kind, bool& taken) {
+        taken = named->IsTaken(path, kind, taken);
         if (taken && kind != RE::DirectoryEntry) onFile();
       });
-  return [selection](const std::string& name) { return selection->Listed(name); };
+  return [named](const std::string& name) { return named->Listed(name); };
 }
 
 std::string InWords(const RE::FileSearchProblem& problem) {

@@ -29,7 +29,7 @@ TextReader::TextReader(const std::string& name, bool whole) : whole_(whole) {
   }
 }
 
-bool TextReader::Next(Text& text) {
+bool TextReader::Next(InputText& text) {
   if (error_ != 0) return false;
   errno = 0;
   const bool read = whole_ ? NextWhole(text) : NextLine(text);
@@ -41,12 +41,12 @@ bool TextReader::Next(Text& text) {
   return read && error_ == 0;
 }
 
-bool TextReader::NextLine(Text& text) {
+bool TextReader::NextLine(InputText& text) {
   if (begun_) {
     text.offset += text.bytes.size() + 1;
     ++text.line;
   } else {
-    text = Text();
+    text = InputText();
     begun_ = true;
   }
   if (!std::getline(*in_, text.bytes)) return false;
@@ -54,10 +54,10 @@ bool TextReader::NextLine(Text& text) {
   return true;
 }
 
-bool TextReader::NextWhole(Text& text) {
+bool TextReader::NextWhole(InputText& text) {
   if (begun_) return false;
   begun_ = true;
-  text = Text();
+  text = InputText();
   std::vector<char> chunk(std::size_t{1} << 16U);
   while (text.bytes.size() <= kLongestText) {
     in_->read(chunk.data(), static_cast<std::streamsize>(chunk.size()));

@@ -65,7 +65,7 @@ void PartQueue::Stop() {
   more_.notify_all();
 }
 
-bool PartQueue::Take(Part& part) {
+bool PartQueue::Take(FilePart& part) {
   std::unique_lock<std::mutex> lock(mutex_);
   more_.wait(lock, [this] { return stopped_ || ended_ || !parts_.empty(); });
   if (stopped_ || parts_.empty()) return false;
@@ -164,7 +164,7 @@ void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
   };
   const std::function<void()> work = [&] {
     Work onPart;
-    Part part;
+    FilePart part;
     while (queue.Take(part)) {
       if (!output.Begin(part.number, 4 * std::size_t{workers})) throw Enough();
       if (!onPart) onPart = makeWorker();

@@ -23,7 +23,7 @@ namespace tool {
 struct Enough {};
 
 /// What a thread works on at a time.
-struct Part {
+struct FilePart {
   std::size_t number = 0;
   std::vector<ListedFile> files = {};
   bool isWalk = false;  ///< It is all of a run, whose files are listed as they are searched.
@@ -51,7 +51,7 @@ class PartQueue {
   /// No more are wanted.
   void Stop();
   /// Waits for the next part; false when there is none.
-  bool Take(Part& part);
+  bool Take(FilePart& part);
   /// How many files there have been by now.
   std::size_t Listed() const;
 
@@ -64,8 +64,8 @@ class PartQueue {
   std::condition_variable more_;
   std::size_t listed_ = 0;
   std::size_t closed_ = 0;  // parts that are complete
-  Part open_;
-  std::deque<Part> parts_;
+  FilePart open_;
+  std::deque<FilePart> parts_;
   bool ended_ = false;
   bool stopped_ = false;
 };
@@ -125,7 +125,7 @@ class OrderedOutput {
 /// parts that `list` puts into the queue; the caller's lists first. `makeWorker` makes the function
 /// that works on a part, in each thread that gets one. The first exception, but for Enough, ends
 /// the run and passes to the caller.
-using Work = std::function<void(const Part& part)>;
+using Work = std::function<void(const FilePart& part)>;
 void RunWorkers(OrderedOutput& output, PartQueue& queue, unsigned int workers,
                 const std::function<void()>& list, const std::function<Work()>& makeWorker);
 

@@ -35,7 +35,7 @@ void LineWriter::AddLine(std::uint64_t number, const std::string& text, Span par
   }
 }
 
-void LineWriter::Add(const Text& text, const std::vector<Span>& matches) {
+void LineWriter::Add(const InputText& text, const std::vector<Span>& matches) {
   const Span* match = matches.data();
   const Span* const last = match + matches.size();
   std::uint64_t line = text.line;

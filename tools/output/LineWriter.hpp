@@ -12,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "files/Texts.hpp"
 #include "output/Output.hpp"
 
 namespace tool {
@@ -29,6 +28,14 @@ struct LineChoice {
   bool All() const { return inverted || before > 0 || after > 0; }
 };
 
+/// What one run of an operation works on.
+struct InputText {
+  std::string bytes;
+  std::uint64_t line = 1;    ///< Its first line in the input, from 1.
+  std::uint64_t offset = 0;  ///< Its first byte in the input, from 0.
+  bool ended = false;        ///< A line feed stood behind it in the input, and isn't in `bytes`.
+};
+
 /// The lines of one file, in their order.
 class LineWriter {
  public:
@@ -37,7 +44,7 @@ class LineWriter {
       : printer_(printer), choice_(choice), file_(std::move(file)), printed_(follows) {}
 
   /// Takes the next lines, with the matches in them, in ascending order.
-  void Add(const Text& text, const std::vector<Span>& matches);
+  void Add(const InputText& text, const std::vector<Span>& matches);
   /// The lines that were selected.
   std::uint64_t Selected() const { return selected_; }
   /// Whether any lines have been printed, of this file or another.
@@ -85,7 +92,7 @@ class FileLines {
   LineWriter writer_;
   std::uint64_t nextLine_ = 1;
   std::uint64_t nextOffset_ = 0;
-  Text block_;  // the lines that the matches since the last block touch
+  InputText block_;  // the lines that the matches since the last block touch
   std::vector<Span> matches_;
 };
 

@@ -3,10 +3,7 @@
 #ifndef REGEXCLASS_TOOLS_OUTPUT_PROBLEMS_HPP
 #define REGEXCLASS_TOOLS_OUTPUT_PROBLEMS_HPP
 
-#include <csignal>
-#include <cstring>
 #include <iostream>
-#include <stdexcept>
 #include <string>
 
 #include "output/Printable.hpp"
@@ -21,20 +18,11 @@ enum ExitStatus : int {
   kInterrupted = 128,  ///< And the number of the signal.
 };
 
-/// Ends the program with kError; its text goes to standard error.
-class Failure : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// Nobody reads the output any more.
 class OutputClosed : public Failure {
  public:
   using Failure::Failure;
 };
-
-/// The system's words for one of its error numbers.
-inline std::string SystemWords(int number) { return std::strerror(number); }
 
 /// Tells of problems that the program goes on after, and remembers that there were some.
 class Problems {

@@ -76,12 +76,12 @@ std::string KeyOf(const std::string& path);
 bool IsHidden(const std::string& path);
 
 /// A directory that is held, so that nobody who may write to one above can lead a path elsewhere.
-class Directory {
+class HeldDirectory {
  public:
-  Directory() = default;
-  ~Directory();
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
+  HeldDirectory() = default;
+  ~HeldDirectory();
+  HeldDirectory(const HeldDirectory&) = delete;
+  HeldDirectory& operator=(const HeldDirectory&) = delete;
 
   /// Holds the directory of a file, unless it is held already. In the first `named` characters of
   /// the path links are followed.

@@ -7,13 +7,24 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace tool {
+
+/// Ends the program as an error does; its text goes to standard error.
+class Failure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The system's words for one of its error numbers.
+inline std::string SystemWords(int number) { return std::strerror(number); }
 
 /// Lets standard streams carry bytes as they are, and a terminal show text as the program has it,
 /// for as long as what it gives exists.

@@ -47,14 +47,14 @@ struct Token {
 /// Follows the options that an expression changes in itself, for the rest of a group.
 class InlineOptions {
  public:
-  struct Options {
+  struct State {
     bool icase = false;
     bool extended = false;  // blanks and comments don't count
   };
 
   explicit InlineOptions(bool icase) { now_.icase = icase; }
 
-  const Options& Now() const { return now_; }
+  const State& Now() const { return now_; }
 
   void Pass(std::string_view token) {
     if (token == ")") {
@@ -74,8 +74,8 @@ class InlineOptions {
   }
 
  private:
-  Options now_;
-  std::vector<Options> outer_;  // of the groups that are open
+  State now_;
+  std::vector<State> outer_;  // of the groups that are open
 };
 
 /// Calls `step` with each token of `text`. `icase` tells whether case doesn't count at its start.

@@ -9,9 +9,9 @@
 namespace RegexClass::engine {
 namespace {
 
-class Reader {
+class NotationReader {
  public:
-  explicit Reader(const Translation& translation)
+  explicit NotationReader(const Translation& translation)
       : text_(translation.text), icase_((translation.flags & boost::regbase::icase) != 0) {}
 
   UnicodeNotation Run(bool literal) {
@@ -134,7 +134,7 @@ class Reader {
 }  // namespace
 
 UnicodeNotation ToUnicode(const Translation& translation) {
-  return Reader(translation).Run((translation.flags & boost::regbase::literal) != 0);
+  return NotationReader(translation).Run((translation.flags & boost::regbase::literal) != 0);
 }
 
 }  // namespace RegexClass::engine

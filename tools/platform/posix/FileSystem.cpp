@@ -42,7 +42,7 @@ FileStatus StatusAt(int directory, const std::string& name, int flags) {
 FileStatus StatusOfPath(const std::string& path, int flags) {
   const FileStatus status = StatusAt(AT_FDCWD, path, flags);
   if (status.error != ENAMETOOLONG) return status;
-  Directory directory;
+  HeldDirectory directory;
   if (const int error = directory.Hold(path, 0)) {
     FileStatus none;
     none.error = error;
@@ -112,11 +112,11 @@ std::string KeyOf(const std::string& path) {
 
 bool IsHidden(const std::string&) { return false; }
 
-Directory::~Directory() {
+HeldDirectory::~HeldDirectory() {
   if (handle_ >= 0) close(static_cast<int>(handle_));
 }
 
-int Directory::Hold(const std::string& file, std::size_t named) {
+int HeldDirectory::Hold(const std::string& file, std::size_t named) {
   const std::string path = DirectoryOf(file);
   if (handle_ >= 0 && path == path_) return 0;
   constexpr int kFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
@@ -138,22 +138,22 @@ int Directory::Hold(const std::string& file, std::size_t named) {
   return 0;
 }
 
-FileStatus Directory::StatusOf(const std::string& name) const {
+FileStatus HeldDirectory::StatusOf(const std::string& name) const {
   return StatusAt(static_cast<int>(handle_), name, AT_SYMLINK_NOFOLLOW);
 }
 
-int Directory::Remove(const std::string& name) const {
+int HeldDirectory::Remove(const std::string& name) const {
   return unlinkat(static_cast<int>(handle_), name.c_str(), 0) == 0 ? 0 : errno;
 }
 
-void Directory::MarkCopy(const std::string& copy, const std::string& file) const {
+void HeldDirectory::MarkCopy(const std::string& copy, const std::string& file) const {
   const int opened = OpenCopy(static_cast<int>(handle_), copy);
   if (opened < 0) return;
   fsetxattr(opened, kCopyOf, file.data(), file.size(), 0);
   close(opened);
 }
 
-std::string Directory::CopyMark(const std::string& copy) const {
+std::string HeldDirectory::CopyMark(const std::string& copy) const {
   const int opened = OpenCopy(static_cast<int>(handle_), copy);
   if (opened < 0) return "";
   char file[NAME_MAX] = "";

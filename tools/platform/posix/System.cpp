@@ -13,8 +13,6 @@
 #include <thread>
 #include <unistd.h>
 
-#include "output/Problems.hpp"
-
 namespace tool {
 
 namespace {

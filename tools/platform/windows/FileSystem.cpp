@@ -200,11 +200,11 @@ bool IsHidden(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_HIDDEN) != 0;
 }
 
-Directory::~Directory() { const Handle held(reinterpret_cast<HANDLE>(handle_)); }
+HeldDirectory::~HeldDirectory() { const Handle held(reinterpret_cast<HANDLE>(handle_)); }
 
 /// While the handle of a directory is open without sharing its deletion, nobody gives its name, or
 /// one above it, to something else.
-int Directory::Hold(const std::string& file, std::size_t named) {
+int HeldDirectory::Hold(const std::string& file, std::size_t named) {
   const std::string path = DirectoryOf(file);
   Handle held(reinterpret_cast<HANDLE>(handle_));
   handle_ = -1;
@@ -228,13 +228,15 @@ int Directory::Hold(const std::string& file, std::size_t named) {
   return 0;
 }
 
-FileStatus Directory::StatusOf(const std::string& name) const { return StatusOfLink(path_ + name); }
+FileStatus HeldDirectory::StatusOf(const std::string& name) const {
+  return StatusOfLink(path_ + name);
+}
 
-int Directory::Remove(const std::string& name) const {
+int HeldDirectory::Remove(const std::string& name) const {
   return DeleteFileA((path_ + name).c_str()) ? 0 : LastErrno();
 }
 
-void Directory::MarkCopy(const std::string&, const std::string&) const {}
-std::string Directory::CopyMark(const std::string&) const { return ""; }
+void HeldDirectory::MarkCopy(const std::string&, const std::string&) const {}
+std::string HeldDirectory::CopyMark(const std::string&) const { return ""; }
 
 }  // namespace tool

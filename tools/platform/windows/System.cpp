@@ -10,7 +10,6 @@
 #include <iostream>
 #include <system_error>
 
-#include "output/Problems.hpp"
 #include "platform/windows/Handle.hpp"
 
 // Keeps the start of programs from taking arguments for patterns, which are the tool's to read.
