@@ -48,10 +48,9 @@ bool HasSaveExtension(const std::string& file, const std::string& extension) {
 /// One run of ChangeFiles on an object.
 class ChangeRun {
  public:
-  ChangeRun(ExpressionState& state, platform::FileServices& services)
+  explicit ChangeRun(ExpressionState& state)
       : state_(state),
-        services_(services),
-        rewriter_(services, state.settings, state.rewriting, state.changeFilesErrors),
+        rewriter_(state.settings, state.rewriting, state.changeFilesErrors),
         replacement_(MakeReplacement(state)) {}
 
   /// Walks, and gives the number of changes in files that have been rewritten.
@@ -88,7 +87,7 @@ class ChangeRun {
     passedOver_ = HasSaveExtension(file.name, state_.settings.saveExtension);
     if (passedOver_) return;
     platform::FileToRewrite told;
-    const platform::Error error = services_.Look(file, told);
+    const platform::Error error = platform::RewriteTarget::Look(file, told);
     passedOver_ = error != 0 || !told.writable;
     if (error != 0) Fail(file.name, static_cast<std::uint32_t>(error));
   }
@@ -127,7 +126,6 @@ class ChangeRun {
   }
 
   ExpressionState& state_;
-  platform::FileServices& services_;
   FileRewriter rewriter_;
   const Replacement replacement_;
   platform::FoundFile fileInWork_;  // whose matches are being recorded; without a name for none
@@ -137,19 +135,19 @@ class ChangeRun {
 
 }  // namespace
 
-unsigned int ChangeFiles(ExpressionState& state, platform::FileServices& services) {
+unsigned int ChangeFiles(ExpressionState& state) {
   if (!state.changingFiles) state.changeFilesErrors.clear();
   auto walker = WalkerFor(state, platform::Links::kRefused);
   if (!walker) return 0;
-  ChangeRun run(state, services);
+  ChangeRun run(state);
   const ScopedValue<bool> changing(state.changingFiles, true, state.changingFiles);
   return run.Walk(*walker);
 }
 
-bool RewriteFile(ExpressionState& state, platform::FileServices& services, const std::string& name,
-                 const std::string& source, std::size_t named) {
+bool RewriteFile(ExpressionState& state, const std::string& name, const std::string& source,
+                 std::size_t named) {
   if (!state.changingFiles) state.changeFilesErrors.clear();
-  FileRewriter rewriter(services, state.settings, state.rewriting, state.changeFilesErrors);
+  FileRewriter rewriter(state.settings, state.rewriting, state.changeFilesErrors);
   platform::FoundFile file = Locate(name.c_str(), named);
   const auto fail = [&](RegularExpression::ChangeProblemKind kind, platform::Error error) {
     FileRewriter::Problem problem;
@@ -159,7 +157,7 @@ bool RewriteFile(ExpressionState& state, platform::FileServices& services, const
     rewriter.Tell(problem);
   };
   platform::FileToRewrite told;
-  if (const platform::Error error = services.Look(file, told)) {
+  if (const platform::Error error = platform::RewriteTarget::Look(file, told)) {
     fail(RegularExpression::OpenFileFailed, error);
   } else if (!told.writable) {
     fail(RegularExpression::ReplaceFileFailed, platform::kErrorDenied);
@@ -173,11 +171,9 @@ bool RewriteFile(ExpressionState& state, platform::FileServices& services, const
 
 bool RegularExpression::RewriteFile(const std::string& name, const std::string& source,
                                     std::size_t named) {
-  return RegexClass::RewriteFile(*state, platform::FileServices::System(), name, source, named);
+  return RegexClass::RewriteFile(*state, name, source, named);
 }
-unsigned int RegularExpression::ChangeFiles() {
-  return RegexClass::ChangeFiles(*state, platform::FileServices::System());
-}
+unsigned int RegularExpression::ChangeFiles() { return RegexClass::ChangeFiles(*state); }
 const std::vector<RegularExpression::FileChangeProblem>* RegularExpression::GetChangeFilesErrors()
     const {
   return state->changeFilesErrors.empty() ? nullptr : &state->changeFilesErrors;

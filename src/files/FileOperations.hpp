@@ -9,7 +9,6 @@
 
 #include "files/FileWalker.hpp"
 #include "object/ExpressionState.hpp"
-#include "platform/FileServices.hpp"
 
 namespace RegexClass {
 
@@ -22,10 +21,9 @@ std::optional<FileWalker> WalkerFor(ExpressionState& state, platform::Links foun
 std::vector<std::string> SelectFiles(ExpressionState& state);
 unsigned int GrepFiles(ExpressionState& state);
 unsigned int FindFiles(ExpressionState& state);
-/// Asks `services` for all that the rewriting needs of the system.
-unsigned int ChangeFiles(ExpressionState& state, platform::FileServices& services);
-bool RewriteFile(ExpressionState& state, platform::FileServices& services, const std::string& name,
-                 const std::string& source, std::size_t named);
+unsigned int ChangeFiles(ExpressionState& state);
+bool RewriteFile(ExpressionState& state, const std::string& name, const std::string& source,
+                 std::size_t named);
 
 }  // namespace RegexClass
 

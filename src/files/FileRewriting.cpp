@@ -15,13 +15,11 @@ namespace {
 
 using platform::Error;
 using platform::File;
-using platform::FileServices;
 using platform::FoundFile;
 using platform::NewFile;
 using platform::Present;
-using platform::Target;
+using platform::RewriteTarget;
 using platform::TemporaryFile;
-using platform::TemporaryNaming;
 
 using RE = RegularExpression;
 using Problem = RE::FileChangeProblem;
@@ -182,9 +180,6 @@ bool IsOutOfSpace(const Fault& fault) {
   return fault.what == Fault::kWrite && platform::IsOutOfSpace(fault.error);
 }
 
-constexpr TemporaryNaming kNamings[] = {TemporaryNaming::kFirst, TemporaryNaming::kSecond,
-                                        TemporaryNaming::kThird};
-
 }  // namespace
 
 /// What a file is to have in place of what it has.
@@ -193,7 +188,7 @@ class FileRewriter::Content {
   virtual ~Content() = default;
 
   /// Opens what it is made of, for a file that is open. `problem` tells what fails.
-  virtual bool Open(Target& target, Problem& problem) = 0;
+  virtual bool Open(RewriteTarget& target, Problem& problem) = 0;
   /// Writes it. `old` is the file, at its start.
   virtual Fault Make(File& old, Writer& to) = 0;
   /// The file that Make() reads, and its name.
@@ -201,7 +196,7 @@ class FileRewriter::Content {
   virtual const std::string& SourceName() const = 0;
 
   /// Sees to it that the old content can be made when it is gone.
-  virtual Error KeepOld(FileServices& services, File& old) = 0;
+  virtual Error KeepOld(File& old) = 0;
   /// Writes the old content. `made` has the new one, and is at its start.
   virtual Fault MakeOld(File& made, Writer& to) = 0;
 
@@ -216,13 +211,13 @@ class ChangedContent final : public FileRewriter::Content {
   ChangedContent(std::string name, PendingChanges changes)
       : name_(std::move(name)), changes_(std::move(changes)) {}
 
-  bool Open(Target&, Problem&) override { return true; }
+  bool Open(RewriteTarget&, Problem&) override { return true; }
   Fault Make(File& old, Writer& to) override {
     return Replay(old, to, changes_, &PendingChange::matched, &PendingChange::replacement);
   }
   File& Source(File& old) override { return old; }
   const std::string& SourceName() const override { return name_; }
-  Error KeepOld(FileServices&, File&) override { return 0; }
+  Error KeepOld(File&) override { return 0; }
   Fault MakeOld(File& made, Writer& to) override {
     return Replay(made, to, changes_, &PendingChange::replacement, &PendingChange::matched);
   }
@@ -238,7 +233,7 @@ class OtherContent final : public FileRewriter::Content {
  public:
   explicit OtherContent(FoundFile source) : source_(std::move(source)) {}
 
-  bool Open(Target& target, Problem& problem) override {
+  bool Open(RewriteTarget& target, Problem& problem) override {
     const Error error = target.OpenSource(source_, file_);
     if (error == 0) return true;
     problem.file = source_.name;
@@ -252,10 +247,10 @@ class OtherContent final : public FileRewriter::Content {
   }
   File& Source(File&) override { return *file_; }
   const std::string& SourceName() const override { return source_.name; }
-  Error KeepOld(FileServices& services, File& old) override {
+  Error KeepOld(File& old) override {
     Error error = 0;
-    for (const TemporaryNaming naming : kNamings) {
-      error = services.CreateTemporary(naming, old_);
+    for (const TemporaryFile::Way create : TemporaryFile::kWays) {
+      error = create(old_);
       if (error != 0) continue;
       if ((error = old.Rewind()) != 0) return error;
       Writer writer(*old_.file);
@@ -279,12 +274,12 @@ class OtherContent final : public FileRewriter::Content {
 
 /// Makes the new content in a temporary file, by the first way to one that has the space. False
 /// when none has come about, and then `problem` tells why.
-bool MakeNewContent(FileServices& services, FileRewriter::Content& content, Target& target,
-                    TemporaryFile& temporary, Problem& problem) {
+bool MakeNewContent(FileRewriter::Content& content, RewriteTarget& target, TemporaryFile& temporary,
+                    Problem& problem) {
   bool made = false;
   Error error = 0;
-  for (const TemporaryNaming naming : kNamings) {
-    error = services.CreateTemporary(naming, temporary);
+  for (const TemporaryFile::Way create : TemporaryFile::kWays) {
+    error = create(temporary);
     if (error != 0) continue;
     File& source = content.Source(target.Content());
     if (source.HasHoles()) temporary.file->LeaveHoles();
@@ -304,9 +299,9 @@ bool MakeNewContent(FileServices& services, FileRewriter::Content& content, Targ
   return false;
 }
 
-/// Gives a new file the content that `from` has. What is reserved beforehand wouldn't be brought to
-/// the device by a rename, where a file system does that; and writing tells as well when there is
-/// no space.
+/// Writes to a new file the content that `from` has. What is reserved beforehand wouldn't be
+/// brought to the device by a rename, where a file system does that; and writing tells as well when
+/// there is no space.
 Error Fill(NewFile& file, File& from) {
   if (from.HasHoles()) file.Content().LeaveHoles();
   if (const Error error = from.Rewind()) return error;
@@ -329,7 +324,7 @@ Error Overwrite(File& target, std::uint64_t size, bool& touched, Write write) {
 
 /// Copies the temporary file over the target. When the writing breaks off, makes the old content
 /// again and writes that.
-Error OverwriteFile(Target& target, File& temporary, FileRewriter::Content& content) {
+Error OverwriteFile(RewriteTarget& target, File& temporary, FileRewriter::Content& content) {
   File& file = target.Content();
   std::uint64_t size = 0;
   if (const Error error = temporary.Size(size)) return error;
@@ -348,7 +343,7 @@ Error OverwriteFile(Target& target, File& temporary, FileRewriter::Content& cont
 
 /// Whether the copy to save is there already, with the content of the target: what is left of a run
 /// that was ended before it changed the file.
-bool IsSaved(Target& target, const FoundFile& file, const std::string& copyName) {
+bool IsSaved(RewriteTarget& target, const FoundFile& file, const std::string& copyName) {
   FoundFile present = file;
   present.name = copyName;
   present.directory = file.directory->Above(
@@ -390,10 +385,10 @@ struct FileRewriter::Rewriting {
 
   FoundFile file;
   std::unique_ptr<Content> content;
-  std::unique_ptr<Target> target;        // open and locked from here to the end
-  TemporaryFile temporary;               // with the new content; may be gone
-  std::unique_ptr<NewFile> replacement;  // null when the content is to be written over
-  std::unique_ptr<NewFile> copy;         // null when none is to be saved
+  std::unique_ptr<RewriteTarget> target;  // open and locked from here to the end
+  TemporaryFile temporary;                // with the new content; may be gone
+  std::unique_ptr<NewFile> replacement;   // null when the content is to be written over
+  std::unique_ptr<NewFile> copy;          // null when none is to be saved
   std::string copyName;
   bool mayOverwrite = true;  // also when the file has other names
   std::optional<Problem> problem;
@@ -408,9 +403,9 @@ struct FileRewriter::Rewriting {
   }
 };
 
-FileRewriter::FileRewriter(FileServices& services, const Settings& settings,
-                           const RewritingSettings& rewriting, std::vector<Problem>& problems)
-    : services_(services), settings_(settings), rewriting_(rewriting), problems_(problems) {}
+FileRewriter::FileRewriter(const Settings& settings, const RewritingSettings& rewriting,
+                           std::vector<Problem>& problems)
+    : settings_(settings), rewriting_(rewriting), problems_(problems) {}
 
 FileRewriter::~FileRewriter() = default;
 
@@ -456,7 +451,7 @@ void FileRewriter::Queue(Rewriting rewriting) {
   }
   if (!alone) rewriting.temporary = TemporaryFile();
   queue_.push_back(std::move(rewriting));
-  if (alone || queue_.size() >= services_.MostTogether() || bytesInHand_ > kMostBytes ||
+  if (alone || queue_.size() >= File::MostTogether() || bytesInHand_ > kMostBytes ||
       changesInHand_ > kMostChanges) {
     Flush();
   }
@@ -464,7 +459,8 @@ void FileRewriter::Queue(Rewriting rewriting) {
 
 void FileRewriter::Prepare(Rewriting& r) {
   const std::string& name = r.file.name;
-  if (const Error error = services_.Open(r.file, r.target)) {
+  r.target = std::make_unique<RewriteTarget>();
+  if (const Error error = r.target->Open(r.file)) {
     return r.Fail(RE::OpenFileFailed, name, error);
   }
   r.mayOverwrite = r.file.links == platform::Links::kMeant || rewriting_.changeHardLinks;
@@ -473,7 +469,7 @@ void FileRewriter::Prepare(Rewriting& r) {
   }
   Problem problem;
   if (!r.content->Open(*r.target, problem) ||
-      !MakeNewContent(services_, *r.content, *r.target, r.temporary, problem)) {
+      !MakeNewContent(*r.content, *r.target, r.temporary, problem)) {
     r.problem = std::move(problem);
     return;
   }
@@ -513,7 +509,7 @@ void FileRewriter::Flush() {
   }
   std::map<File*, Error> synced;
   if (queue.size() > 1) {
-    const std::vector<Error> errors = services_.SyncTogether(files);
+    const std::vector<Error> errors = File::SyncTogether(files);
     for (std::size_t i = 0; i < files.size(); ++i) synced[files[i]] = errors[i];
   } else {
     for (File* const file : files) synced[file] = file->Sync();
@@ -556,12 +552,11 @@ void FileRewriter::Publish(Rewriting& r, const std::map<File*, Error>& synced) {
 void FileRewriter::WriteOver(Rewriting& r) {
   const std::string& name = r.file.name;
   Problem problem;
-  if (r.temporary.file == nullptr &&
-      !MakeNewContent(services_, *r.content, *r.target, r.temporary, problem)) {
+  if (r.temporary.file == nullptr && !MakeNewContent(*r.content, *r.target, r.temporary, problem)) {
     r.problem = std::move(problem);
     return;
   }
-  Error error = r.content->KeepOld(services_, r.target->Content());
+  Error error = r.content->KeepOld(r.target->Content());
   if (error == 0) error = OverwriteFile(*r.target, *r.temporary.file, *r.content);
   // Also an attempt that failed may have cost the file its set-user bit.
   const Error restored = r.target->RestoreAttributes();

@@ -12,7 +12,8 @@
 
 #include "RegularExpression.hpp"
 #include "object/Settings.hpp"
-#include "platform/FileServices.hpp"
+#include "platform/RewriteTarget.hpp"
+#include "platform/TemporaryFile.hpp"
 
 namespace RegexClass {
 
@@ -42,8 +43,8 @@ class FileRewriter {
 
   /// What the two kinds of settings say is asked anew for each file. `problems` gets a problem for
   /// each file that stays as it was.
-  FileRewriter(platform::FileServices& services, const Settings& settings,
-               const RewritingSettings& rewriting, std::vector<Problem>& problems);
+  FileRewriter(const Settings& settings, const RewritingSettings& rewriting,
+               std::vector<Problem>& problems);
   FileRewriter(const FileRewriter&) = delete;
   ~FileRewriter();
 
@@ -78,7 +79,6 @@ class FileRewriter {
   static constexpr std::uint64_t kMostBytes = std::uint64_t{16} << 20;
   static constexpr std::size_t kMostChanges = std::size_t{1} << 16;
 
-  platform::FileServices& services_;
   const Settings& settings_;
   const RewritingSettings& rewriting_;
   std::vector<Problem>& problems_;

@@ -3,14 +3,13 @@
 
 #include <cerrno>
 #include <climits>
-#include <dirent.h>
 #include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <utility>
 
+#include "platform/posix/Calls.hpp"
+#include "platform/posix/Extensions.hpp"
 #include "platform/posix/OpenDirectory.hpp"
-#include "platform/posix/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {
@@ -24,28 +23,19 @@ std::string WithoutSlashesBehind(std::string component) {
   return component;
 }
 
+}  // namespace
+
 DirectoryEntry::Kind KindByMode(mode_t mode) {
   if (S_ISDIR(mode)) return DirectoryEntry::kDirectory;
   if (S_ISLNK(mode)) return DirectoryEntry::kLink;
   return S_ISREG(mode) ? DirectoryEntry::kFile : DirectoryEntry::kOther;
 }
 
-/// What an entry is, as far as the directory tells it; asked for where it doesn't.
-DirectoryEntry::Kind KindOf(int directory, const dirent64& entry) {
-  if (entry.d_type != DT_UNKNOWN) return KindByMode(DTTOIF(entry.d_type));
+DirectoryEntry::Kind KindOf(int directory, const char* name) {
   struct stat status = {};
-  const bool told = ::fstatat(directory, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0;
+  const bool told = ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0;
   return told ? KindByMode(status.st_mode) : DirectoryEntry::kOther;
 }
-
-/// Calls the system's function for the entries, to whose buffer each C library gives another type.
-template <class Buffer, class Size, class Count, std::size_t size>
-ssize_t ReadEntries(Count (*read)(int, Buffer*, Size), int descriptor, char (&buffer)[size]) {
-  void* const start = buffer;
-  return read(descriptor, static_cast<Buffer*>(start), static_cast<Size>(size));
-}
-
-}  // namespace
 
 Directory::System::System(DirectoryPointer above, std::string component, Links ofName)
     : parent(std::move(above)), links(ofName) {
@@ -91,7 +81,8 @@ void Directory::System::Keep(Descriptor opening) {
 /// Opens the directory from one below it, which is what a walk comes back from.
 bool Directory::System::OpenFromBelow() {
   if (below == nullptr || below->links != Links::kRefused) return false;
-  Descriptor opening(::openat(below->descriptor.Number(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  Descriptor opening(
+      ::openat(below->descriptor.Number(), "..", kOpenToPass | O_DIRECTORY | O_CLOEXEC));
   struct stat status = {};
   if (opening.Number() < 0 || ::fstat(opening.Number(), &status) != 0) return false;
   if (FileIdentity{status.st_dev, status.st_ino} != identity) return false;
@@ -131,7 +122,7 @@ Error Directory::System::Open(int& number) {
     const int above =
         next.parent != nullptr ? next.parent->ForPlatform().descriptor.Number() : AT_FDCWD;
     Descriptor opening;
-    if (const Error error = next.OpenIn(above, O_PATH, opening)) return error;
+    if (const Error error = next.OpenIn(above, kOpenToPass, opening)) return error;
     next.Keep(std::move(opening));
   }
   number = descriptor.Number();
@@ -156,32 +147,13 @@ Error Directory::List(std::vector<DirectoryEntry>& entries, bool& opened) {
   opened = false;
   if (const Error error = system_->OpenToRead(descriptor)) return error;
   opened = true;
-  // Without readdir, whose stream is as large as this buffer, made anew for each directory, and
-  // owns the descriptor.
-  alignas(dirent64) char buffer[32768];
-  for (;;) {
-    const ssize_t size =
-        Uninterrupted([&] { return ReadEntries(::getdents64, descriptor, buffer); });
-    // One that has been removed has no entries.
-    if (size <= 0) return size == 0 || errno == ENOENT ? 0 : errno;
-    for (ssize_t at = 0; at < size;) {
-      const auto& entry = *reinterpret_cast<const dirent64*>(buffer + at);
-      at += entry.d_reclen;
-      const std::string_view name = entry.d_name;
-      if (name == "." || name == "..") continue;
-      entries.push_back({std::string(name), KindOf(descriptor, entry)});
-    }
-  }
+  return ReadEntries(descriptor, entries);
 }
 
 DirectoryEntry Directory::EntryOf(const std::string& name) {
   int descriptor = -1;
-  struct stat status = {};
-  if (system_->Open(descriptor) != 0 ||
-      ::fstatat(descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    return {name, DirectoryEntry::kOther};
-  }
-  return {name, KindByMode(status.st_mode)};
+  if (system_->Open(descriptor) != 0) return {name, DirectoryEntry::kOther};
+  return {name, KindOf(descriptor, name.c_str())};
 }
 
 Error Directory::Resolve(DirectoryPointer& directory, std::string& name) {

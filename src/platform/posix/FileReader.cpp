@@ -6,9 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/Calls.hpp"
 #include "platform/posix/Descriptor.hpp"
 #include "platform/posix/OpenDirectory.hpp"
-#include "platform/posix/Uninterrupted.hpp"
 
 namespace RegexClass::platform {
 namespace {

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <clocale>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
 #include "platform/FileReader.hpp"
+#include "platform/posix/Extensions.hpp"
 
 namespace RegexClass::platform {
 namespace {
@@ -75,15 +75,6 @@ std::string Expanded(std::string_view pattern, const std::string& name, const st
     }
   }
   return path;
-}
-
-/// A variable of the environment; none for a program that runs with more rights than its user has.
-const char* TrustedVariable(const char* name) {
-#ifdef __EMSCRIPTEN__  // nobody else's environment in there, and no such function
-  return std::getenv(name);
-#else
-  return ::secure_getenv(name);
-#endif
 }
 
 /// Where a catalogue of that name may lie, in the order of catopen(3), with the current directory

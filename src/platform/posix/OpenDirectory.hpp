@@ -3,7 +3,9 @@
 #ifndef REGEXCLASS_PLATFORM_POSIX_OPENDIRECTORY_HPP
 #define REGEXCLASS_PLATFORM_POSIX_OPENDIRECTORY_HPP
 
+#include <dirent.h>
 #include <list>
+#include <sys/types.h>
 
 #include "platform/Directory.hpp"
 #include "platform/posix/Descriptor.hpp"
@@ -42,6 +44,17 @@ struct Directory::System {
   void Close();
   bool OpenFromBelow();
 };
+
+/// What something is by its mode.
+DirectoryEntry::Kind KindByMode(mode_t mode);
+/// What has that name in an open directory; kOther also for what can't be told.
+DirectoryEntry::Kind KindOf(int directory, const char* name);
+/// What an entry is, as far as the directory tells it; asked for where it doesn't.
+template <class Entry>
+DirectoryEntry::Kind KindOf(int directory, const Entry& entry) {
+  return entry.d_type != DT_UNKNOWN ? KindByMode(DTTOIF(entry.d_type))
+                                    : KindOf(directory, entry.d_name);
+}
 
 }  // namespace RegexClass::platform
 
