@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/search/CandidateFinder.hpp"
+#include "engine/search/SearchTuning.hpp"
 
 namespace RegexClass::benchmarks {
 namespace {
@@ -92,9 +92,9 @@ void Print(const std::vector<std::string>& cells) {
 
 Run WithoutFinders(Run run) {
   return [run = std::move(run)](benchmark::State& state) {
-    const std::size_t price = std::exchange(engine::CandidateFinder::tuning.price, SIZE_MAX);
+    engine::SearchTuning::Use({SIZE_MAX, SIZE_MAX, SIZE_MAX});
     run(state);
-    engine::CandidateFinder::tuning.price = price;
+    engine::SearchTuning::Use({});
   };
 }
 

@@ -16,7 +16,7 @@
 
 #include "Check.hpp"
 #include "RegularExpression.hpp"
-#include "engine/search/CandidateFinder.hpp"
+#include "engine/search/SearchTuning.hpp"
 
 namespace {
 
@@ -188,7 +188,9 @@ class Watched {
 
 /// Makes every search use a finder, with windows smaller than the texts here, or none.
 void UseFinder(bool use) {
-  RegexClass::engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 4, 16, 8, 0};
+  using RegexClass::engine::SearchTuning;
+  SearchTuning::Use(use ? SearchTuning{0, 0, 0, 4, 16, 8, 0, 2000}
+                        : SearchTuning{SIZE_MAX, SIZE_MAX, SIZE_MAX});
 }
 
 /// Runs an operation with checks on what is reported; then, when nothing was meddled with, with a

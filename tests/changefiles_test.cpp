@@ -121,7 +121,7 @@ TEST(ChangeFiles, DoesTheSameToFilesTogether) {
 }
 
 TEST(ChangeFiles, KeepsAFileThatCannotBeSearchedToItsEnd) {
-  Changer c("(?:a+)+b|x", "y", {{"a", "x"}, {"b", 'x' + std::string(60, 'a')}, {"c", "x"}});
+  Changer c("(?:a+)+(?=b)b|x", "y", {{"a", "x"}, {"b", 'x' + std::string(60, 'a')}, {"c", "x"}});
   EXPECT_EQ(2U, c.re.ChangeFiles());
   ASSERT_EQ(1U, c.Problems().size());
   EXPECT_EQ("b kind 0 at 0  error 0", Line(c.Problems()[0]));

@@ -35,7 +35,7 @@ TEST_F(FilesTest, AreReadToTheirEndOrListed) {
       {"last|x", "4;lines", {"4:1:0:x", "4:1:5:last", "lines:4:7:x"}},
       {"(a|b|ab)*c", "choices", {"choices:1:0:" + choices + ":1048575:a"}},
       {"(a)|(b)", "lines", {"lines:1:0:a:0:a:-1:", "lines:2:2:b:-1::2:b"}},
-      {"(?:a+)+b",
+      {"(?:a+)+(?=b)b",
        "[23];4",
        {"4:1:1:aab", "2: search: 0", "3: search: " + std::to_string(kTooLarge)}},
       {"(?=ab\\K)", "4", {"4: search: 0"}}};  // ends before it begins
@@ -43,7 +43,7 @@ TEST_F(FilesTest, AreReadToTheirEndOrListed) {
     EXPECT_EQ(Grepped(Walker(expression, files)), log);
   }
 
-  RE re = Walker("(?:a+)+b", "4;2;3");
+  RE re = Walker("(?:a+)+(?=b)b", "4;2;3");
   re.SetContinueFiles(false);
   EXPECT_EQ(Log(re, false), (Texts{"4", "2: search: 0"}));
   EXPECT_EQ(re.GetGrepFilesErrors(), nullptr);

@@ -11,10 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include "SearchWays.hpp"
 #include "TestHelpers.hpp"
 #include "engine/boost/BoostRegex.hpp"
 #include "engine/boost/ProgramMending.hpp"
-#include "engine/search/CandidateFinder.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -46,9 +46,6 @@ std::string Sequence(Random& random) {
   for (std::size_t i = random.Below(5); i > 0; --i) sequence += kParts[random.Below(5)];
   return sequence;
 }
-
-/// Makes every search use a finder, with windows smaller than the texts here, or none.
-void UseFinder(bool use) { engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, 5, 0}; }
 
 std::size_t Begin(const Report& report) {
   return static_cast<std::size_t>(report.matches[0].position);
@@ -153,7 +150,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
     const std::string expression = Expression(random);
     const std::string text = random.Text(random.Flip() ? "ab\n" : std::string("a\0\xe9\r\n", 5), 9);
     SCOPED_TRACE(testing::Message() << expression << " on " << text);
-    UseFinder(random.Flip());
+    UseAny(random);
     RE re = Make(expression, text);
     if (re.ParseExpression() != RE::NoError) continue;
     boost::regex regex(expression);
@@ -210,7 +207,7 @@ TEST(Strings, AreMatchedRewrittenAndSplitAsAWalkByHandDoes) {
   }
 }
 
-TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
+TEST(Strings, AreWalkedAlikeOnAllWaysUnderAllOptions) {
   Random random(4);
   for (int i = 0; i < Cases(6000); ++i) {
     const bool plain = random.Flip();
@@ -225,10 +222,10 @@ TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
     std::ostringstream record;
     record << re;
     SCOPED_TRACE(record.str());
-    const auto outcome = [&re](bool finder) {
-      UseFinder(finder);
+    const auto outcome = [&re](Ways ways) {
+      Use(ways);
       RE own(re);
-      if (!own.IsMatchOption(RE::MatchNotDotNewline)) {  // the finder is made under other options
+      if (!own.IsMatchOption(RE::MatchNotDotNewline)) {  // some are made under other options
         own.AddMatchOption(RE::MatchNotDotNewline);
         own.Grep();
         own.DeleteMatchOption(RE::MatchNotDotNewline);
@@ -238,15 +235,15 @@ TEST(Strings, AreWalkedAlikeWithAndWithoutAFinderUnderAllOptions) {
       own.SetOnMergingClosure({});
       return std::make_tuple(recorder.Reports(), Merged(own), Pieces(own));
     };
-    std::optional<decltype(outcome(true))> alone;
+    std::optional<decltype(outcome(Ways::kEngine))> alone;
     try {
-      alone = outcome(false);
+      alone = outcome(Ways::kEngine);
     } catch (const std::runtime_error&) {
-      continue;  // the engine gives up, where the finder may not
+      continue;  // the engine gives up, where another way may not
     }
-    ASSERT_EQ(outcome(true), *alone);
+    for (const Ways ways : kAllWays) ASSERT_EQ(outcome(ways), *alone);
   }
-  UseFinder(false);
+  Use(Ways::kEngine);
 }
 
 /// An expression, and a slow matcher of it, which tries all ways one after the other.
@@ -376,7 +373,7 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
       part = Both(Repeat(random, place, Character(random, place)), part);
     }
     const std::string text = random.Text(random.Flip() ? "ab" : "aabbeAB \n\f", 9);
-    UseFinder(random.Flip());
+    UseAny(random);
     RE re;
     const bool wide = random.Flip();
     if (wide) re.SetLocaleModel(RE::UnicodeLocale);
@@ -422,7 +419,7 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
     const std::string begin = told(text.substr(0, first ? first->first : 0));
     ASSERT_TRUE(!first || match[0].position == static_cast<int>(begin.size()));
   }
-  UseFinder(false);
+  Use(Ways::kEngine);
 }
 
 /// Runs each operation that raises an event on a string, by its number.
@@ -436,14 +433,14 @@ void Raise(RE& re, int operation) {
 }
 
 TEST(Strings, AreLeftFitByWhatThrows) {
-  UseFinder(false);  // which may find out that there is no match
+  Use(Ways::kEngine);  // which may find out that there is no match
   for (int operation = 0; operation < kOperations; ++operation) {
     SCOPED_TRACE(operation);
     RE re = Make("a+", "aa");
     re.SetFormatString("x");
     const Recorder thrower(re, [](RE&) -> bool { throw std::logic_error("mine"); });
     EXPECT_THROW(Raise(re, operation), std::logic_error);
-    re.SetExpression("(?:(a|b|ab)*)*c");
+    re.SetExpression("(?:(a|b|ab)*)*(?=c)c");
     re.SetStringToMatch(std::string(3000, 'a'));
     EXPECT_THROW(Raise(re, operation), boost::regex_error);
     EXPECT_EQ(Formatted(re), "");  // nothing is current any more

@@ -9,8 +9,8 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include "SearchWays.hpp"
 #include "TestHelpers.hpp"
-#include "engine/search/CandidateFinder.hpp"
 #include "engine/unicode/Utf8.hpp"
 
 namespace RegexClass::test {
@@ -18,11 +18,6 @@ namespace {
 
 using engine::EngineChar;
 using Character = std::pair<EngineChar, std::string>;  // negative for a byte that isn't UTF-8
-
-/// Makes every search use a finder, with windows smaller than the texts here, or none.
-void UseFinder(bool use, std::size_t patience = 5) {
-  engine::CandidateFinder::tuning = {use ? 0 : SIZE_MAX, 3, 16, patience, 0};
-}
 
 RE Unicode(const std::string& expression, const std::string& text, bool icase = false) {
   RE re = Make(expression, text);
@@ -118,7 +113,7 @@ TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
   Random random(1);
   for (int i = Cases(10000); i > 0; --i) {
     std::string text, expression, merged, expected;
-    UseFinder(random.Below(4) == 0);
+    UseAny(random);
     for (std::size_t n = random.Below(random.Flip() ? 9 : 40); n > 0; --n)
       text += alphabet[random.Below(alphabet.size())];
     const bool icase = random.Flip();
@@ -189,7 +184,7 @@ TEST(UnicodeTest, AsciiIsMatchedAlikeOnBothWays) {
   for (char c = 0; c < 127; ++c) alphabet += c;
   alphabet += "aaaBBkkssKS  \n\n\r_1";
   Random random(2);
-  UseFinder(false);
+  Use(Ways::kEngine);
   for (int i = Cases(20000); i > 0; --i) {
     std::string expression, found[2];
     for (std::size_t n = 1 + random.Below(5); n > 0; --n)
@@ -253,8 +248,8 @@ TEST(UnicodeTest, SpeaksUnicode) {
       {"\\x{110000}", "", "!10"},
       {"[ü-à]", "", "!11"},
   };
-  for (const bool finder : {false, true}) {
-    UseFinder(finder);
+  for (const Ways ways : kAllWays) {
+    Use(ways);
     for (const auto& row : rows)
       EXPECT_EQ(Found(row.expression, row.text, row.icase), row.found) << row.expression;
   }
@@ -282,7 +277,7 @@ TEST(UnicodeTest, RangesAreClosedOverCase) {
   text = ascii + text;
   Random random(3);
   for (int i = Cases(150); i > 0; --i) {
-    UseFinder(random.Flip(), SIZE_MAX / 2);
+    UseAny(random);
     const std::size_t end = random.Flip() ? 0x7F : characters.size();
     const bool byOrder = random.Below(3) == 0;
     std::string members;
@@ -381,7 +376,7 @@ TEST(UnicodeTest, PropertiesAreThoseOfUnicodesData) {
       EXPECT_TRUE(Unicode("\\p{" + name + "}+", text).MatchAll()) << name;
       if (!areValues) continue;  // these overlap
       for (const auto& [other, otherText] : members) {
-        UseFinder(other == name, SIZE_MAX / 2);
+        Use(other == name ? Ways::kPlaces : Ways::kEngine, SIZE_MAX / 2);
         EXPECT_EQ(Found("\\p{" + name + "}", otherText), other == name ? text : "") << other;
       }
     }
@@ -389,7 +384,7 @@ TEST(UnicodeTest, PropertiesAreThoseOfUnicodesData) {
 }
 
 TEST(UnicodeTest, CaseIsFoldedAsUnicodesDataSays) {
-  UseFinder(true);
+  Use(Ways::kAll);
   ForEachLine("CaseFolding.txt",
               [](EngineChar c, EngineChar, const std::string& kind, const std::string& folded) {
                 const bool simple = kind == "C" || kind == "S";

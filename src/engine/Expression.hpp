@@ -46,9 +46,12 @@ class Expression {
   /// Appends the text to `out` with each match that Grep() reports replaced by what `format` makes
   /// of it.
   virtual void Merge(std::string_view text, Flags flags, const MergeFormat& format,
-                     std::string& out) const = 0;
+                     std::string& out) const;
 
  protected:
+  /// Appends what `format` makes of a match.
+  virtual void AppendFormat(const Match& match, const MergeFormat& format,
+                            std::string& out) const = 0;
   void SetGroups(unsigned int count, std::shared_ptr<const GroupNames> names) {
     groupCount_ = count;
     names_ = std::move(names);

@@ -6,7 +6,7 @@
 #include <cstddef>
 
 #include "engine/boost/BoostRegex.hpp"
-#include "engine/search/Pattern.hpp"
+#include "engine/search/Tree.hpp"
 
 namespace RegexClass::engine {
 
@@ -27,6 +27,37 @@ struct Cases {
     return (in[0] && holds(false)) || (in[1] && holds(true));
   }
 };
+
+/// The one case of a program that keeps it throughout, whatever path the engine takes through it:
+/// nothing but brackets stands before the first change, if there is one, and the case is changed
+/// back only at the end, after which nothing can fail. Else both.
+template <class Char, class Traits>
+Cases OneCaseOf(const boost::basic_regex<Char, Traits>& regex, bool canBeEmpty) {
+  bool now = (regex.flags() & boost::regex_constants::icase) != 0;
+  bool began = false;
+  bool first = now;
+  const auto set = [&](bool icase, const detail::re_syntax_base& next) {
+    now = icase;
+    if (!began) first = now;
+    const bool atEnd = next.type == detail::syntax_element_match && !canBeEmpty;
+    return !began || now == first || atEnd;
+  };
+  for (const auto* state = regex.get_first_state(); state != nullptr; state = state->next.p) {
+    bool same = true;
+    if (state->type == detail::syntax_element_toggle_case) {
+      same = set(static_cast<const detail::re_case*>(state)->icase, *state->next.p);
+    } else if (state->type == detail::syntax_element_startmark ||
+               state->type == detail::syntax_element_endmark) {
+      same = set(static_cast<const detail::re_brace*>(state)->icase, *state->next.p);
+    } else {
+      began = true;
+    }
+    if (!same) return {{true, true}};
+  }
+  Cases cases;
+  cases.in[first ? 1 : 0] = true;
+  return cases;
+}
 
 template <class Char, class Traits>
 Cases CasesOf(const boost::basic_regex<Char, Traits>& regex) {
@@ -53,24 +84,24 @@ class Atoms {
 
   Atoms(const Regex& regex, Cases cases) : regex_(regex), cases_(cases) {}
 
-  Pattern Literal(char literal) const {
-    return Pattern::Of(BytesWhere([literal](char c) { return c == literal; }));
+  Tree Literal(char literal) const {
+    return Tree::Of(BytesWhere([literal](char c) { return c == literal; }));
   }
 
-  Pattern Set(const detail::re_syntax_base* state) const {
+  Tree Set(const detail::re_syntax_base* state) const {
     if (state->type != detail::syntax_element_set) throw NotUnderstood();
     const unsigned char* const map = static_cast<const detail::re_set*>(state)->_map;
-    return Pattern::Of(
-        BytesWhere([map](char c) { return map[static_cast<unsigned char>(c)] != 0; }));
+    return Tree::Of(BytesWhere([map](char c) { return map[static_cast<unsigned char>(c)] != 0; }));
   }
 
-  /// A dot, which may be one that matches line feeds.
-  Pattern Dot(bool separators) const {
+  /// A dot, which may be one that matches separators of lines, or zero bytes.
+  Tree Dot(bool separators, bool zero) const {
     ByteSet bytes;
     for (std::size_t i = 0; i < bytes.size(); ++i) {
       bytes[i] = separators || !detail::is_separator(static_cast<char>(i));
     }
-    return Pattern::Of(bytes);
+    bytes[0] = bytes[0] && zero;
+    return Tree::Of(bytes);
   }
 
  private:

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,13 +14,13 @@
 
 #include "engine/Expression.hpp"
 #include "engine/boost/BoostRegex.hpp"
+#include "engine/boost/BoostWalk.hpp"
 #include "engine/boost/Error.hpp"
 #include "engine/boost/Flags.hpp"
 #include "engine/boost/Limits.hpp"
 #include "engine/boost/ProgramMending.hpp"
 #include "engine/boost/Results.hpp"
 #include "engine/messages/CompileErrors.hpp"
-#include "engine/search/Walk.hpp"
 #include "engine/syntax/SyntaxTranslation.hpp"
 
 namespace RegexClass::engine {
@@ -46,25 +45,32 @@ class NarrowExpression final : public Expression {
   }
 
   bool Search(std::string_view text, Flags flags, Match& match) const override {
+    RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    Results& results = *borrowed;
-    NarrowWalk walk(*this, text, 0, flags, results);
-    return walk.Next() && Take(results, text, match);
+    NarrowWalk walk(*this, text, 0, flags, *borrowed);
+    if (!walk.Next()) return false;
+    match.Begin(text.data(), Names());
+    walk.Take(match);
+    return true;
   }
 
   bool MatchWhole(std::string_view text, Flags flags, Match& match) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
     Results& results = *borrowed;
-    return boost::regex_match(text.data(), text.data() + text.size(), results, regex_,
-                              ToBoost(flags)) &&
-           Take(results, text, match);
+    if (!boost::regex_match(text.data(), text.data() + text.size(), results, regex_,
+                            ToBoost(flags))) {
+      return false;
+    }
+    match.Begin(text.data(), Names());
+    ToMatch(results, match);
+    return true;
   }
 
   unsigned int Grep(std::string_view text, Flags flags, const Report& report) const override {
+    RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    Results& results = *borrowed;
-    NarrowWalk walk(*this, text, text.size(), flags, results);
+    NarrowWalk walk(*this, text, text.size(), flags, *borrowed);
     unsigned int count = 0;
     if (!report) {
       while (walk.Next()) ++count;
@@ -74,51 +80,35 @@ class NarrowExpression final : public Expression {
     match.Begin(text.data(), Names());
     while (walk.Next()) {
       ++count;
-      ToMatch(results, match);
+      walk.Take(match);
       if (!report(match)) break;
     }
     return count;
   }
 
-  void Merge(std::string_view text, Flags flags, const MergeFormat& format,
-             std::string& out) const override {
-    RequireShallow(format.text, format.syntax);
-    const Borrowed<Results> borrowed(spare_);
-    Results& results = *borrowed;
-    NarrowWalk walk(*this, text, format.onlyFirst ? 0 : text.size(), flags, results);
-    const char* done = text.data();
-    while (walk.Next()) {
-      if (format.copy) out.append(done, results[0].first);
-      results.format(std::back_inserter(out), format.text, ToBoost(format.syntax), regex_);
-      done = results[0].second;
-      if (format.onlyFirst) break;
-    }
-    if (format.copy) out.append(done, text.data() + text.size());
-  }
-
  private:
   using Results = boost::cmatch;
 
-  struct NarrowWalk : Walk<const char*, Traits> {
+  /// A walk, and the engine's part in it.
+  class NarrowWalk : private BoostWalk<const char*, Traits>, public Walk {
+   public:
     NarrowWalk(const NarrowExpression& expression, std::string_view text, std::size_t ahead,
                Flags flags, Results& results)
-        : Walk<const char*, Traits>(expression.helps_, expression.regex_, Begin(text),
-                                    text.data() + text.size(), ahead, ToBoost(flags), results) {}
-
-    static const char* Begin(std::string_view text) {
-      RequireAddressable(text);
-      return text.data();
-    }
+        : BoostWalk<const char*, Traits>(expression.regex_, text.data(), text.data() + text.size(),
+                                         ToBoost(flags), results),
+          Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
+    using Walk::Next;
+    using Walk::Take;
   };
 
-  bool Take(const Results& results, std::string_view text, Match& match) const {
-    match.Begin(text.data(), Names());
-    ToMatch(results, match);
-    return true;
+  void AppendFormat(const Match& match, const MergeFormat& format,
+                    std::string& out) const override {
+    engine::AppendFormat(match, format.text, format.syntax, regex_.get_traits(), out);
   }
 
   const Regex regex_;
-  mutable Helps helps_;
+  const BoostProgram<Traits> program_{regex_};
+  mutable SearchAids aids_;
   mutable Borrowed<Results>::Spare spare_;
 };
 

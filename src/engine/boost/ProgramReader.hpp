@@ -9,7 +9,8 @@
 #include <vector>
 
 #include "engine/boost/Atoms.hpp"
-#include "engine/search/Pattern.hpp"
+#include "engine/search/Automaton.hpp"
+#include "engine/search/Tree.hpp"
 
 namespace RegexClass::engine {
 
@@ -21,15 +22,22 @@ class ProgramReader {
  public:
   using Regex = boost::basic_regex<typename Traits::char_type, Traits>;
 
+  /// For a language that holds all matches, and maybe more.
   explicit ProgramReader(const Regex& regex)
       : first_(regex.get_first_state()), atoms_(regex, CasesOf(regex)) {}
+  /// For all that the engine does under `flags`.
+  ProgramReader(const Regex& regex, Flags flags)
+      : first_(regex.get_first_state()),
+        exact_(true),
+        flags_(flags),
+        atoms_(regex, RequireOneCase(regex)) {}
 
-  Pattern Run() {
+  Tree Run() {
     RequireUnderstood();
     const State* state = first_;
-    Pattern pattern = Sequence(state, nullptr);
+    Tree tree = Sequence(state, nullptr);
     if (state->type != detail::syntax_element_match) throw NotUnderstood();
-    return pattern;
+    return tree;
   }
 
  private:
@@ -41,6 +49,12 @@ class ProgramReader {
     kNegativeLookAround = -2,
     kIndependent = -3,  // (?>...), and what a possessive repeat is turned into
   };
+
+  static Cases RequireOneCase(const Regex& regex) {
+    const Cases cases = OneCaseOf(regex, regex.can_be_null());
+    if (cases.in[0] && cases.in[1]) throw NotUnderstood();
+    return cases;
+  }
 
   template <class Wanted>
   static const Wanted& As(const State* state) {
@@ -70,13 +84,13 @@ class ProgramReader {
   }
 
   /// Reads up to `end`, to a jump or to the end of the program, and leaves `state` there.
-  Pattern Sequence(const State*& state, const State* end) {
-    std::vector<Pattern> parts;
+  Tree Sequence(const State*& state, const State* end) {
+    std::vector<Tree> parts;
     while (state != end) {
       switch (state->type) {
         case detail::syntax_element_match:
         case detail::syntax_element_jump:
-          return Pattern::Sequence(std::move(parts));
+          return Tree::Sequence(std::move(parts));
         case detail::syntax_element_literal:
           Literal(As<detail::re_literal>(state), parts);
           state = state->next.p;
@@ -87,8 +101,7 @@ class ProgramReader {
           state = state->next.p;
           break;
         case detail::syntax_element_wild:
-          // Match options take line feeds away from a dot at most.
-          parts.push_back(atoms_.Dot((detail::test_newline & As<detail::re_dot>(state).mask) != 0));
+          parts.push_back(Dot(As<detail::re_dot>(state)));
           state = state->next.p;
           break;
         case detail::syntax_element_alt:
@@ -105,7 +118,12 @@ class ProgramReader {
           Group(state, parts);
           break;
         case detail::syntax_element_endmark:
+          Mark(As<detail::re_brace>(state).index * 2 + 1, parts);
+          state = state->next.p;
+          break;
         case detail::syntax_element_toggle_case:
+          state = state->next.p;
+          break;
         case detail::syntax_element_start_line:
         case detail::syntax_element_end_line:
         case detail::syntax_element_word_boundary:
@@ -115,6 +133,7 @@ class ProgramReader {
         case detail::syntax_element_buffer_start:
         case detail::syntax_element_buffer_end:
         case detail::syntax_element_soft_buffer_end:
+          if (exact_) parts.push_back(Tree::Asserted(AssertionOf(state->type)));
           state = state->next.p;
           break;
         default:
@@ -122,18 +141,52 @@ class ProgramReader {
       }
       if (state == nullptr) throw NotUnderstood();
     }
-    return Pattern::Sequence(std::move(parts));
+    return Tree::Sequence(std::move(parts));
   }
 
-  void Literal(const detail::re_literal& literal, std::vector<Pattern>& parts) {
+  void Literal(const detail::re_literal& literal, std::vector<Tree>& parts) {
     const auto* const text = reinterpret_cast<const typename Traits::char_type*>(&literal + 1);
     for (unsigned int i = 0; i < literal.length; ++i) parts.push_back(atoms_.Literal(text[i]));
   }
 
+  Tree Dot(const detail::re_dot& dot) const {
+    // Flags take bytes away from it at most.
+    const unsigned int lines =
+        exact_ && (flags_ & kNotDotNewline) != 0 ? detail::test_not_newline : detail::test_newline;
+    return atoms_.Dot((lines & dot.mask) != 0, !exact_ || (flags_ & kNotDotNull) == 0);
+  }
+
+  void Mark(int number, std::vector<Tree>& parts) const {
+    if (exact_ && number > 1) parts.push_back(Tree::Mark(static_cast<std::size_t>(number)));
+  }
+
+  static Assertion AssertionOf(detail::syntax_element_type type) {
+    switch (type) {
+      case detail::syntax_element_start_line:
+        return Assertion::kLineStart;
+      case detail::syntax_element_end_line:
+        return Assertion::kLineEnd;
+      case detail::syntax_element_word_boundary:
+        return Assertion::kWordBoundary;
+      case detail::syntax_element_within_word:
+        return Assertion::kNoWordBoundary;
+      case detail::syntax_element_word_start:
+        return Assertion::kWordStart;
+      case detail::syntax_element_word_end:
+        return Assertion::kWordEnd;
+      case detail::syntax_element_buffer_start:
+        return Assertion::kTextStart;
+      case detail::syntax_element_buffer_end:
+        return Assertion::kTextEnd;
+      default:
+        throw NotUnderstood();  // \Z, which looks at several bytes
+    }
+  }
+
   /// All alternatives of a group or of the program. Each but the last ends in a jump to the same
   /// place.
-  Pattern Alternatives(const State*& state) {
-    std::vector<Pattern> parts;
+  Tree Alternatives(const State*& state) {
+    std::vector<Tree> parts;
     const State* join = nullptr;
     while (state != join && state->type == detail::syntax_element_alt) {
       const State* branch = state->next.p;
@@ -146,26 +199,27 @@ class ProgramReader {
     }
     parts.push_back(Sequence(state, join));
     if (state != join) throw NotUnderstood();
-    return Pattern::Alternatives(std::move(parts));
+    return Tree::Alternatives(std::move(parts));
   }
 
-  Pattern Repeat(const State*& state) {
+  Tree Repeat(const State*& state) {
     const auto& repeat = As<detail::re_repeat>(state);
     const State* body = state->next.p;
-    Pattern part = Sequence(body, nullptr);
+    Tree part = Sequence(body, nullptr);
     if (body->type != detail::syntax_element_jump || As<detail::re_jump>(body).alt.p != state) {
       throw NotUnderstood();
     }
     state = repeat.alt.p;
-    return Pattern::Repeat(std::move(part), repeat.min, repeat.max);
+    return Tree::Repeat(std::move(part), repeat.min, repeat.max, repeat.greedy);
   }
 
   /// Enters a group; one that is no more than brackets is read on in the sequence that it stands
   /// in.
-  void Group(const State*& state, std::vector<Pattern>& parts) {
+  void Group(const State*& state, std::vector<Tree>& parts) {
     const int index = As<detail::re_brace>(state).index;
     state = state->next.p;
-    if (index >= 0) return;
+    if (index >= 0) return Mark(index * 2, parts);
+    if (exact_) throw NotUnderstood();
     if (state->type != detail::syntax_element_jump) throw NotUnderstood();
     const State* const end = As<detail::re_jump>(state).alt.p;
     if (index == kIndependent) {
@@ -177,8 +231,43 @@ class ProgramReader {
   }
 
   const State* const first_;
+  const bool exact_ = false;
+  const Flags flags_ = 0;
   const Atoms<Traits> atoms_;
 };
+
+/// Whether the longest match counts, as the engine decides it.
+template <class Char, class Traits>
+bool IsPosix(const boost::basic_regex<Char, Traits>& regex) {
+  using boost::regbase;
+  const auto flags = regex.flags();
+  if ((flags & (regbase::main_option_type | regbase::no_perl_ex)) == 0) return false;
+  if ((flags & (regbase::main_option_type | regbase::emacs_ex)) ==
+      (regbase::basic_syntax_group | regbase::emacs_ex)) {
+    return false;
+  }
+  return (flags & (regbase::main_option_type | regbase::literal)) != regbase::literal;
+}
+
+/// Characters of several bytes: what assertions see isn't told by a byte.
+template <class Traits>
+Contexts ContextsOf(const boost::basic_regex<std::int32_t, Traits>&) {
+  throw NotUnderstood();
+}
+
+/// What assertions see in each byte.
+template <class Traits>
+Contexts ContextsOf(const boost::basic_regex<char, Traits>& regex) {
+  Contexts contexts = {};
+  for (std::size_t byte = 0; byte < contexts.size(); ++byte) {
+    const char c = static_cast<char>(byte);
+    if (regex.get_traits().isctype(c, regex.get_data().m_word_mask)) contexts[byte] |= kWord;
+    if (detail::is_separator(c)) contexts[byte] |= kSeparator;
+    if (c == '\r') contexts[byte] |= kCarriageReturn;
+    if (c == '\n') contexts[byte] |= kLineFeed;
+  }
+  return contexts;
+}
 
 /// A language that holds each text that `regex` can match under any flags, and maybe more.
 ///
@@ -188,10 +277,29 @@ class ProgramReader {
 /// state that isn't as simple: back references, recursion, conditionals, verbs, \K, \G, \X and
 /// lists with elements of several characters.
 template <class Traits>
-std::optional<Pattern> ReadProgram(
+std::optional<Tree> ReadProgram(
     const boost::basic_regex<typename Traits::char_type, Traits>& regex) {
   try {
     return ProgramReader<Traits>(regex).Run();
+  } catch (const NotUnderstood&) {
+    return std::nullopt;
+  }
+}
+
+/// All that `regex` matches under `flags`, and how. Nothing where ReadProgram() has nothing, nor
+/// for a program with look-around, with groups that keep what they have matched, with \Z or with
+/// both cases.
+template <class Traits>
+std::optional<ExactProgram> ReadExactly(
+    const boost::basic_regex<typename Traits::char_type, Traits>& regex, Flags flags) {
+  try {
+    ExactProgram program;
+    program.tree = ProgramReader<Traits>(regex, flags).Run();
+    program.contexts = ContextsOf(regex);
+    program.groups = regex.mark_count();
+    program.longest = IsPosix(regex);
+    program.flags = flags;
+    return program;
   } catch (const NotUnderstood&) {
     return std::nullopt;
   }

@@ -2,10 +2,7 @@
 #include "engine/boost/Results.hpp"
 
 #include <cstddef>
-#include <iterator>
 #include <vector>
-
-#include "engine/boost/Flags.hpp"
 
 namespace RegexClass::engine {
 namespace {
@@ -41,15 +38,10 @@ void RequireShallow(const char* format, FormatSyntax syntax) {
 }
 
 std::string FormatBytes(const Match& match, const char* format, FormatSyntax syntax) {
-  using Traits = boost::BOOST_REGEX_DETAIL_NS::trivial_format_traits<char>;
-  using Out = std::back_insert_iterator<std::string>;
   RequireShallow(format, syntax);
-  const FormatSource source(match);
-  const Traits traits;
   std::string out;
-  boost::BOOST_REGEX_DETAIL_NS::basic_regex_formatter<Out, FormatSource, Traits, const char*>
-      formatter(Out(out), source, traits);
-  formatter.format(format, format + std::char_traits<char>::length(format), ToBoost(syntax));
+  AppendFormat(match, format, syntax, boost::BOOST_REGEX_DETAIL_NS::trivial_format_traits<char>(),
+               out);
   return out;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 #include <set>
 #include <string>
@@ -14,6 +15,7 @@
 #include "engine/Flags.hpp"
 #include "engine/Match.hpp"
 #include "engine/boost/BoostRegex.hpp"
+#include "engine/boost/Flags.hpp"
 #include "engine/syntax/Tokens.hpp"
 #include "engine/unicode/Utf8.hpp"
 
@@ -108,6 +110,17 @@ class FormatSource {
  private:
   const Match& match_;
 };
+
+/// Appends what `format` makes of a match, byte by byte, with the case of `traits`.
+template <class Traits>
+void AppendFormat(const Match& match, const char* format, FormatSyntax syntax, const Traits& traits,
+                  std::string& out) {
+  using Out = std::back_insert_iterator<std::string>;
+  const FormatSource source(match);
+  boost::BOOST_REGEX_DETAIL_NS::basic_regex_formatter<Out, FormatSource, Traits, const char*>
+      formatter(Out(out), source, traits);
+  formatter.format(format, format + std::char_traits<char>::length(format), ToBoost(syntax));
+}
 
 }  // namespace RegexClass::engine
 

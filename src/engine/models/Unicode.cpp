@@ -20,13 +20,13 @@
 #include <utility>
 #include <vector>
 
+#include "engine/boost/BoostWalk.hpp"
 #include "engine/boost/Error.hpp"
 #include "engine/boost/Flags.hpp"
 #include "engine/boost/Limits.hpp"
 #include "engine/boost/ProgramMending.hpp"
 #include "engine/boost/Results.hpp"
 #include "engine/messages/CompileErrors.hpp"
-#include "engine/search/Walk.hpp"
 #include "engine/syntax/Tokens.hpp"
 #include "engine/unicode/UnicodeAtoms.hpp"
 #include "engine/unicode/UnicodeNotation.hpp"
@@ -286,36 +286,39 @@ class WideExpression final : public Expression {
 
   bool Search(std::string_view text, Flags flags, Match& match) const override {
     if (IsForAscii(text)) return ascii_->Search(text, flags, match);
-    const Utf8Text bytes = {text.data(), text.data() + text.size()};
     const Borrowed<WideMatch> borrowed(spare_);
-    WideMatch& results = *borrowed;
-    return WideWalk(*this, bytes, 0, flags, results).Next() && Take(results, text, match);
+    WideWalk walk(*this, text, 0, flags, *borrowed);
+    if (!walk.Next()) return false;
+    match.Begin(text.data(), Names());
+    walk.Take(match);
+    return true;
   }
 
   bool MatchWhole(std::string_view text, Flags flags, Match& match) const override {
-    RequireAddressable(text);
     if (IsForAscii(text)) return ascii_->MatchWhole(text, flags, match);
     const Utf8Text bytes = {text.data(), text.data() + text.size()};
     const Borrowed<WideMatch> borrowed(spare_);
     WideMatch& results = *borrowed;
-    return boost::regex_match(Utf8Iterator(bytes, bytes.first), Utf8Iterator(bytes, bytes.last),
-                              results, regex_, ToBoost(flags)) &&
-           Take(results, text, match);
+    if (!boost::regex_match(Utf8Iterator(bytes, bytes.first), Utf8Iterator(bytes, bytes.last),
+                            results, regex_, ToBoost(flags))) {
+      return false;
+    }
+    match.Begin(text.data(), Names());
+    ToMatch(results, match);
+    return true;
   }
 
   unsigned int Grep(std::string_view text, Flags flags, const Report& report) const override {
     if (IsForAscii(text)) return ascii_->Grep(text, flags, report);
-    const Utf8Text bytes = {text.data(), text.data() + text.size()};
     const Borrowed<WideMatch> borrowed(spare_);
-    WideMatch& results = *borrowed;
-    WideWalk walk(*this, bytes, text.size(), flags, results);
+    WideWalk walk(*this, text, text.size(), flags, *borrowed);
     Match match;
     match.Begin(text.data(), Names());
     unsigned int count = 0;
     while (walk.Next()) {
       ++count;
       if (!report) continue;
-      ToMatch(results, match);
+      walk.Take(match);
       if (!report(match)) break;
     }
     return count;
@@ -323,29 +326,30 @@ class WideExpression final : public Expression {
 
   void Merge(std::string_view text, Flags flags, const MergeFormat& format,
              std::string& out) const override {
-    RequireShallow(format.text, format.syntax);
     const char* const formatEnd = format.text + std::char_traits<char>::length(format.text);
-    if (IsAscii(format.text, formatEnd) && IsForAscii(text)) {
-      return ascii_->Merge(text, flags, format, out);
-    }
-    const char* done = text.data();
-    Grep(text, flags, [&](const Match& match) {
-      if (format.copy) out.append(done, match[0].first);
-      out += UnicodeModel().Format(match, format.text, format.syntax);
-      done = match[0].second;
-      return !format.onlyFirst;
-    });
-    if (format.copy) out.append(done, text.data() + text.size());
+    const bool ascii = IsAscii(format.text, formatEnd) && IsForAscii(text);
+    return ascii ? ascii_->Merge(text, flags, format, out)
+                 : Expression::Merge(text, flags, format, out);
   }
 
  private:
-  struct WideWalk : Walk<Utf8Iterator, UnicodeTraits> {
-    WideWalk(const WideExpression& expression, const Utf8Text& text, std::size_t ahead,
+  /// A walk, and the engine's part in it.
+  class WideWalk : private Utf8Text, private BoostWalk<Utf8Iterator, UnicodeTraits>, public Walk {
+   public:
+    WideWalk(const WideExpression& expression, std::string_view text, std::size_t ahead,
              engine::Flags flags, WideMatch& results)
-        : Walk<Utf8Iterator, UnicodeTraits>(
-              expression.helps_, expression.regex_, Utf8Iterator(text, text.first),
-              Utf8Iterator(text, text.last), ahead, ToBoost(flags), results) {}
+        : Utf8Text{text.data(), text.data() + text.size()},
+          BoostWalk(expression.regex_, Utf8Iterator(*this, Utf8Text::first),
+                    Utf8Iterator(*this, Utf8Text::last), ToBoost(flags), results),
+          Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
+    using Walk::Next;
+    using Walk::Take;
   };
+
+  void AppendFormat(const Match& match, const MergeFormat& format,
+                    std::string& out) const override {
+    out += UnicodeModel().Format(match, format.text, format.syntax);
+  }
 
   /// Whether the narrow engine may be asked: the text is all ASCII and the expression means the
   /// same there.
@@ -354,15 +358,10 @@ class WideExpression final : public Expression {
     return ascii_ != nullptr && IsAscii(text.data(), text.data() + text.size());
   }
 
-  bool Take(const WideMatch& results, std::string_view text, Match& match) const {
-    match.Begin(text.data(), Names());
-    ToMatch(results, match);
-    return true;
-  }
-
   boost::basic_regex<EngineChar, UnicodeTraits> regex_;
   std::shared_ptr<const Expression> ascii_;  // the same for a text that is all ASCII
-  mutable Helps helps_;
+  const BoostProgram<UnicodeTraits> program_{regex_};
+  mutable SearchAids aids_;
   mutable Borrowed<WideMatch>::Spare spare_;
 };
 

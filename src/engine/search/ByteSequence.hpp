@@ -10,9 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/boost/Atoms.hpp"
-#include "engine/boost/BoostRegex.hpp"
-#include "engine/search/Pattern.hpp"
+#include "engine/search/Automaton.hpp"
 
 namespace RegexClass::engine {
 
@@ -24,12 +22,11 @@ class ByteSequence {
   struct Text {
     const char* first;
     const char* last;
-    boost::match_flag_type flags;
+    Flags flags;
   };
 
-  /// What `regex` matches; null when that is no such sequence, or a long one.
-  template <class Traits>
-  static std::unique_ptr<ByteSequence> Read(const boost::basic_regex<char, Traits>& regex);
+  /// What an expression matches; null when that is no such sequence, or a long one.
+  static std::unique_ptr<ByteSequence> Make(const ExactProgram& program);
 
   /// The bytes of a match.
   std::size_t Width() const { return width_; }
@@ -88,77 +85,44 @@ class ByteSequence {
   bool IsWordEnd(const char* place, const Text& text) const {
     const bool atFirst = place == text.first;
     const bool atLast = place == text.last;
-    if (atFirst && (text.flags & boost::match_not_bow) != 0) return false;
-    if (atLast && (text.flags & boost::match_not_eow) != 0) return false;
-    const bool before = !atFirst && word_[static_cast<unsigned char>(place[-1])];
-    const bool behind = !atLast && word_[static_cast<unsigned char>(*place)];
-    return before != behind;
+    const auto context = [&](char c) { return contexts_[static_cast<unsigned char>(c)]; };
+    return Holds(Assertion::kWordBoundary, atFirst ? kEdge : context(place[-1]),
+                 atLast ? kEdge : context(*place), text.flags);
   }
 
   std::size_t width_ = 0;
   bool hasLetter_ = false;  // one at least of a match is the same in each, but for case
   std::array<PlaceSet, 256> places_ = {};  // where in a match a byte can be
   std::vector<std::size_t> wordEnds_;      // from the start of a match
-  ByteSet word_;                           // the bytes of words
+  Contexts contexts_ = {};
 };
 
-template <class Traits>
-std::unique_ptr<ByteSequence> ByteSequence::Read(const boost::basic_regex<char, Traits>& regex) {
-  const bool icase = (regex.flags() & boost::regex_constants::icase) != 0;
-  Cases cases;
-  cases.in[icase ? 1 : 0] = true;
-  const Atoms<Traits> atoms(regex, cases);
+inline std::unique_ptr<ByteSequence> ByteSequence::Make(const ExactProgram& program) {
   auto sequence = std::make_unique<ByteSequence>();
   std::vector<ByteSet> sets;
-  const detail::re_syntax_base* state = regex.get_first_state();
-  while (state->type != detail::syntax_element_match) {
-    const detail::re_syntax_base* next = state->next.p;
-    std::size_t times = 1;
-    if (state->type == detail::syntax_element_char_rep ||
-        state->type == detail::syntax_element_short_set_rep) {
-      const auto& repeat = *static_cast<const detail::re_repeat*>(state);
-      if (repeat.min != repeat.max || !repeat.greedy) return nullptr;
-      times = std::min(repeat.max, kLargest + 1);
-      state = next;
-      next = repeat.alt.p;
+  const auto add = [&](const Tree& part) {
+    const bool repeat = part.kind == Tree::Kind::kRepeat && part.least == part.most;
+    const Tree& repeated = repeat ? part.parts.front() : part;
+    if (part.kind == Tree::Kind::kAssertion) {
+      sequence->wordEnds_.push_back(sets.size());
+      return part.assertion == Assertion::kWordBoundary;
     }
-    switch (state->type) {
-      case detail::syntax_element_literal: {
-        const auto& literal = *static_cast<const detail::re_literal*>(state);
-        const char* const text = reinterpret_cast<const char*>(&literal + 1);
-        for (unsigned int i = 0; i < literal.length; ++i) {
-          sets.insert(sets.end(), times, atoms.Literal(text[i]).bytes);
-        }
-        break;
-      }
-      case detail::syntax_element_set:
-        sets.insert(sets.end(), times, atoms.Set(state).bytes);
-        break;
-      case detail::syntax_element_word_boundary:
-        sequence->wordEnds_.push_back(sets.size());
-        break;
-      case detail::syntax_element_startmark:
-      case detail::syntax_element_endmark: {
-        const auto& brace = *static_cast<const detail::re_brace*>(state);
-        if (brace.index != 0 || brace.icase != icase) return nullptr;
-        break;
-      }
-      default:
-        return nullptr;
-    }
-    if (sets.size() > kLargest) return nullptr;
-    state = next;
-  }
-  if (sets.empty()) return nullptr;
+    const bool one = repeated.kind == Tree::Kind::kSequence && repeated.parts.size() == 1;
+    const Tree& bytes = one ? repeated.parts.front() : repeated;
+    if (bytes.kind != Tree::Kind::kBytes) return false;
+    sets.insert(sets.end(), repeat ? std::min(part.least, kLargest + 1) : 1, bytes.bytes);
+    return sets.size() <= kLargest;
+  };
+  const auto& parts = program.tree.parts;
+  if (!std::all_of(parts.begin(), parts.end(), add) || sets.empty()) return nullptr;
   sequence->width_ = sets.size();
   sequence->hasLetter_ =
       std::any_of(sets.begin(), sets.end(), [](const ByteSet& set) { return set.count() <= 2; });
+  sequence->contexts_ = program.contexts;
   for (std::size_t byte = 0; byte < sequence->places_.size(); ++byte) {
-    const char c = static_cast<char>(byte);
     for (std::size_t i = 0; i < sets.size(); ++i) {
       if (sets[i][byte]) sequence->places_[byte] |= PlaceSet{1} << i;
     }
-    sequence->word_[byte] = regex.get_traits().isctype(c, regex.get_data().m_word_mask);
   }
   return sequence;
 }

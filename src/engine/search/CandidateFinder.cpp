@@ -15,18 +15,18 @@
 namespace RegexClass::engine {
 namespace {
 
-/// Takes off the end of `pattern`, which can't be empty, what a match can do without.
-void ShortenEnd(Pattern& pattern) {
-  auto& parts = pattern.parts;
-  switch (pattern.kind) {
-    case Pattern::Kind::kBytes:
+/// Takes off the end of `tree`, which can't be empty, what a match can do without.
+void ShortenEnd(Tree& tree) {
+  auto& parts = tree.parts;
+  switch (tree.kind) {
+    case Tree::Kind::kBytes:
       break;
-    case Pattern::Kind::kAlternatives:
+    case Tree::Kind::kAlternatives:
       std::for_each(parts.begin(), parts.end(), ShortenEnd);
       break;
-    case Pattern::Kind::kRepeat:
-      pattern.most = pattern.least;
-      if (pattern.least == 1) ShortenEnd(parts.front());
+    case Tree::Kind::kRepeat:
+      tree.most = tree.least;
+      if (tree.least == 1) ShortenEnd(parts.front());
       break;
     default:
       while (CanBeEmpty(parts.back())) parts.pop_back();
@@ -34,22 +34,22 @@ void ShortenEnd(Pattern& pattern) {
   }
 }
 
-/// The width of all matches of `pattern`; 0 when they differ.
-std::size_t FixedWidth(const Pattern& pattern) {
+/// The width of all matches of `tree`; 0 when they differ.
+std::size_t FixedWidth(const Tree& tree) {
   std::size_t width = 0;
-  switch (pattern.kind) {
-    case Pattern::Kind::kBytes:
+  switch (tree.kind) {
+    case Tree::Kind::kBytes:
       return 1;
-    case Pattern::Kind::kAlternatives:
-      width = FixedWidth(pattern.parts.front());
-      for (const Pattern& part : pattern.parts) {
+    case Tree::Kind::kAlternatives:
+      width = FixedWidth(tree.parts.front());
+      for (const Tree& part : tree.parts) {
         if (FixedWidth(part) != width) return 0;
       }
       return width;
-    case Pattern::Kind::kRepeat:
-      return pattern.least == pattern.most ? pattern.least * FixedWidth(pattern.parts.front()) : 0;
+    case Tree::Kind::kRepeat:
+      return tree.least == tree.most ? tree.least * FixedWidth(tree.parts.front()) : 0;
     default:
-      for (const Pattern& part : pattern.parts) {
+      for (const Tree& part : tree.parts) {
         const std::size_t more = FixedWidth(part);
         if (more == 0) return 0;
         width += more;
@@ -58,72 +58,72 @@ std::size_t FixedWidth(const Pattern& pattern) {
   }
 }
 
-/// How many bits a text tells by being a match of `pattern`, were all bytes as frequent.
-double Bits(const Pattern& pattern) {
+/// How many bits a text tells by being a match of `tree`, were all bytes as frequent.
+double Bits(const Tree& tree) {
   double bits = 0;
-  switch (pattern.kind) {
-    case Pattern::Kind::kBytes:
-      return 8 - std::log2(static_cast<double>(pattern.bytes.count()));
-    case Pattern::Kind::kAlternatives:
-      bits = Bits(pattern.parts.front());
-      for (const Pattern& part : pattern.parts) bits = std::min(bits, Bits(part));
-      return bits - std::log2(static_cast<double>(pattern.parts.size()));
-    case Pattern::Kind::kRepeat:
-      return static_cast<double>(pattern.least) * Bits(pattern.parts.front());
+  switch (tree.kind) {
+    case Tree::Kind::kBytes:
+      return 8 - std::log2(static_cast<double>(tree.bytes.count()));
+    case Tree::Kind::kAlternatives:
+      bits = Bits(tree.parts.front());
+      for (const Tree& part : tree.parts) bits = std::min(bits, Bits(part));
+      return bits - std::log2(static_cast<double>(tree.parts.size()));
+    case Tree::Kind::kRepeat:
+      return static_cast<double>(tree.least) * Bits(tree.parts.front());
     default:
-      for (const Pattern& part : pattern.parts) bits += Bits(part);
+      for (const Tree& part : tree.parts) bits += Bits(part);
       return bits;
   }
 }
 
-/// Cuts `pattern` where its width begins to vary, if what stands before is rare enough: a fixed
+/// Cuts `tree` where its width begins to vary, if what stands before is rare enough: a fixed
 /// width is much cheaper to look for, and an attempt of the engine costs little when there are few.
 /// Gives whether it was cut.
-[[maybe_unused]] bool CutToFixedWidth(Pattern& pattern) {
+[[maybe_unused]] bool CutToFixedWidth(Tree& tree) {
   constexpr double kRare = 32;  // as four letters are
-  if (pattern.kind != Pattern::Kind::kSequence) return false;
+  if (tree.kind != Tree::Kind::kSequence) return false;
   double bits = 0;
-  for (std::size_t i = 0; i < pattern.parts.size(); ++i) {
-    if (FixedWidth(pattern.parts[i]) == 0) {
+  for (std::size_t i = 0; i < tree.parts.size(); ++i) {
+    if (FixedWidth(tree.parts[i]) == 0) {
       if (bits < kRare) return false;
-      pattern.parts.resize(i, Pattern::Sequence());
+      tree.parts.resize(i, Tree::Sequence());
       return true;
     }
-    bits += Bits(pattern.parts[i]);
+    bits += Bits(tree.parts[i]);
   }
   return false;
 }
 
-/// Adds the bytes that a match of `pattern` can hold to `content`.
-void AddContent(const Pattern& pattern, ByteSet& content) {
-  content |= pattern.bytes;
-  for (const Pattern& part : pattern.parts) AddContent(part, content);
+/// Adds the bytes that a match of `tree` can hold to `content`.
+void AddContent(const Tree& tree, ByteSet& content) {
+  content |= tree.bytes;
+  for (const Tree& part : tree.parts) AddContent(part, content);
 }
 
-/// How many sets of bytes `pattern` has when repeats are written out.
-double Size(const Pattern& pattern) {
-  double size = pattern.kind == Pattern::Kind::kBytes ? 1 : 0;
-  for (const Pattern& part : pattern.parts) size += Size(part);
-  const std::size_t times = pattern.most == Pattern::kUnbounded ? pattern.least + 1 : pattern.most;
+/// How many sets of bytes `tree` has when repeats are written out.
+double Size(const Tree& tree) {
+  double size = tree.kind == Tree::Kind::kBytes ? 1 : 0;
+  for (const Tree& part : tree.parts) size += Size(part);
+  const std::size_t times = tree.most == Tree::kUnbounded ? tree.least + 1 : tree.most;
   return size * static_cast<double>(std::max<std::size_t>(times, 1));
 }
 
 /// Replaces large repeats, and those of what varies in width, by unbounded ones, which the language
-/// of `pattern` lies within.
-void Relax(Pattern& pattern) {
+/// of `tree` lies within.
+void Relax(Tree& tree) {
   constexpr std::size_t kLarge = 16;
-  for (Pattern& part : pattern.parts) Relax(part);
-  if (pattern.kind != Pattern::Kind::kRepeat || pattern.most <= 1) return;
-  const bool varies = FixedWidth(pattern.parts.front()) == 0;
-  if (!varies && pattern.most <= kLarge) return;
-  pattern.least = std::min(pattern.least, varies ? 1 : kLarge);
-  pattern.most = Pattern::kUnbounded;
+  for (Tree& part : tree.parts) Relax(part);
+  if (tree.kind != Tree::Kind::kRepeat || tree.most <= 1) return;
+  const bool varies = FixedWidth(tree.parts.front()) == 0;
+  if (!varies && tree.most <= kLarge) return;
+  tree.least = std::min(tree.least, varies ? 1 : kLarge);
+  tree.most = Tree::kUnbounded;
 }
 
-/// Whether Hyperscan compiles `pattern` in a time that pays. Where widths vary, that may grow with
+/// Whether Hyperscan compiles `tree` in a time that pays. Where widths vary, that may grow with
 /// a power of the size.
-[[maybe_unused]] bool IsCheap(const Pattern& pattern) {
-  return Size(pattern) <= (FixedWidth(pattern) == 0 ? 64 : 2000);
+[[maybe_unused]] bool IsCheap(const Tree& tree) {
+  return Size(tree) <= (FixedWidth(tree) == 0 ? 64 : 2000);
 }
 
 void AppendByte(std::size_t byte, std::string& text) {
@@ -133,54 +133,52 @@ void AppendByte(std::size_t byte, std::string& text) {
   text += kDigits[byte % 16];
 }
 
-/// Appends `pattern` in the notation of Hyperscan.
-void Append(const Pattern& pattern, std::string& text) {
-  switch (pattern.kind) {
-    case Pattern::Kind::kBytes:
+/// Appends `tree` in the notation of Hyperscan.
+void Append(const Tree& tree, std::string& text) {
+  switch (tree.kind) {
+    case Tree::Kind::kBytes:
       text += '[';
-      for (std::size_t i = 0; i < pattern.bytes.size(); ++i) {
-        if (!pattern.bytes[i]) continue;
+      for (std::size_t i = 0; i < tree.bytes.size(); ++i) {
+        if (!tree.bytes[i]) continue;
         const std::size_t first = i;
-        while (i + 1 < pattern.bytes.size() && pattern.bytes[i + 1]) ++i;
+        while (i + 1 < tree.bytes.size() && tree.bytes[i + 1]) ++i;
         AppendByte(first, text);
         text += '-';
         AppendByte(i, text);
       }
       text += ']';
       break;
-    case Pattern::Kind::kAlternatives:
+    case Tree::Kind::kAlternatives:
       text += "(?:";
-      for (const Pattern& part : pattern.parts) {
+      for (const Tree& part : tree.parts) {
         Append(part, text);
         text += '|';
       }
       text.back() = ')';
       break;
-    case Pattern::Kind::kRepeat:
+    case Tree::Kind::kRepeat:
       text += "(?:";
-      Append(pattern.parts.front(), text);
-      text += "){" + std::to_string(pattern.least) + ',';
-      if (pattern.most != Pattern::kUnbounded) text += std::to_string(pattern.most);
+      Append(tree.parts.front(), text);
+      text += "){" + std::to_string(tree.least) + ',';
+      if (tree.most != Tree::kUnbounded) text += std::to_string(tree.most);
       text += '}';
       break;
     default:
-      for (const Pattern& part : pattern.parts) Append(part, text);
+      for (const Tree& part : tree.parts) Append(part, text);
   }
 }
 
-/// Whether a set in `pattern` has no byte: nothing matches it, and there is no notation for it.
-bool HasEmptySet(const Pattern& pattern) {
-  if (pattern.kind == Pattern::Kind::kBytes) return pattern.bytes.none();
-  return std::any_of(pattern.parts.begin(), pattern.parts.end(), HasEmptySet);
+/// Whether a set in `tree` has no byte: nothing matches it, and there is no notation for it.
+bool HasEmptySet(const Tree& tree) {
+  if (tree.kind == Tree::Kind::kBytes) return tree.bytes.none();
+  return std::any_of(tree.parts.begin(), tree.parts.end(), HasEmptySet);
 }
 
 }  // namespace
 
-CandidateFinder::Tuning CandidateFinder::tuning;
-
 #if REGEXCLASS_HYPERSCAN
 
-/// A compiled pattern, and what a scan needs to itself.
+/// A compiled tree, and what a scan needs to itself.
 struct CandidateFinder::Database {
   struct Free {
     void operator()(hs_database_t* freed) const { hs_free_database(freed); }
@@ -189,12 +187,11 @@ struct CandidateFinder::Database {
     void operator()(hs_expr_info_t* freed) const { std::free(freed); }
   };
 
-  /// False when the pattern is refused.
-  bool Compile(const Pattern& pattern) {
+  /// False when the tree is refused.
+  bool Compile(const Tree& tree) {
     std::string text;
-    Append(pattern, text);
-    const unsigned int flags =
-        HS_FLAG_DOTALL | (FixedWidth(pattern) == 0 ? HS_FLAG_SOM_LEFTMOST : 0U);
+    Append(tree, text);
+    const unsigned int flags = HS_FLAG_DOTALL | (FixedWidth(tree) == 0 ? HS_FLAG_SOM_LEFTMOST : 0U);
     hs_expr_info_t* told = nullptr;
     hs_compile_error_t* wrong = nullptr;
     const hs_error_t measured = hs_expression_info(text.c_str(), flags, &told, &wrong);
@@ -219,12 +216,13 @@ struct CandidateFinder::Database {
   std::unique_ptr<hs_expr_info_t, Free> info;
 };
 
-std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
+std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Tree& tree,
+                                                       const SearchTuning& tuning) {
   constexpr double kLargest = 400;
-  if (CanBeEmpty(pattern) || HasEmptySet(pattern) || hs_valid_platform() != HS_SUCCESS) {
+  if (CanBeEmpty(tree) || HasEmptySet(tree) || hs_valid_platform() != HS_SUCCESS) {
     return nullptr;
   }
-  Pattern wanted = pattern;
+  Tree wanted = tree;
   ShortenEnd(wanted);
   const bool cut = CutToFixedWidth(wanted);
   auto database = std::make_unique<Database>();
@@ -232,12 +230,12 @@ std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern& pattern) {
     Relax(wanted);
     if (Size(wanted) > kLargest || !database->Compile(wanted)) return nullptr;
   }
-  std::unique_ptr<CandidateFinder> finder(new CandidateFinder(std::move(database)));
+  std::unique_ptr<CandidateFinder> finder(new CandidateFinder(std::move(database), tuning));
   finder->cut_ = cut;
   AddContent(wanted, finder->content_);
   const hs_expr_info_t& info = *finder->database_->info;
   finder->least_ = info.min_width;
-  finder->most_ = info.max_width == UINT_MAX ? Pattern::kUnbounded : info.max_width;
+  finder->most_ = info.max_width == UINT_MAX ? Tree::kUnbounded : info.max_width;
   return finder;
 }
 
@@ -273,18 +271,20 @@ bool CandidateFinder::Scan(const char* first, const char* last, std::vector<Stre
 
 struct CandidateFinder::Database {};
 
-std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Pattern&) { return nullptr; }
+std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Tree&, const SearchTuning&) {
+  return nullptr;
+}
 bool CandidateFinder::Scan(const char*, const char*, std::vector<Stretch>&) { return false; }
 
 #endif
 
-CandidateFinder::CandidateFinder(std::unique_ptr<Database> database)
-    : database_(std::move(database)) {}
+CandidateFinder::CandidateFinder(std::unique_ptr<Database> database, const SearchTuning& tuning)
+    : database_(std::move(database)), tuning_(tuning) {}
 CandidateFinder::~CandidateFinder() = default;
 
 std::size_t CandidateFinder::Tolerated(const char* first, const char* last) const {
   const std::size_t bytes = most_ == 1 ? 256 : most_ != least_ || cut_ ? 128 : 16;
-  return tuning.patience + static_cast<std::size_t>(last - first) / bytes;
+  return tuning_.patience + static_cast<std::size_t>(last - first) / bytes;
 }
 
 const char* CandidateFinder::CompleteUpTo(const char* first, const char* last) const {
@@ -321,7 +321,7 @@ bool Candidates::NextWindow(const char* from) {
     if (rest || complete_ != first) break;
   }
   next_ = 0;
-  window_ = std::max(window_, std::min(window_ * 8, CandidateFinder::tuning.largestWindow));
+  window_ = std::max(window_, std::min(window_ * 8, finder_.tuning_.largestWindow));
   return true;
 }
 

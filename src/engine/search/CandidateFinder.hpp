@@ -8,7 +8,8 @@
 #include <memory>
 #include <vector>
 
-#include "engine/search/Pattern.hpp"
+#include "engine/search/SearchTuning.hpp"
+#include "engine/search/Tree.hpp"
 
 namespace RegexClass::engine {
 
@@ -23,19 +24,9 @@ namespace RegexClass::engine {
 /// them ends first.
 class CandidateFinder {
  public:
-  /// When a finder is made and when it gives up; the same for the whole process.
-  struct Tuning {
-    std::size_t price = 256 << 10;        // bytes searched without a finder before one is made
-    std::size_t firstWindow = 2 << 10;    // bytes looked at in advance, at first
-    std::size_t largestWindow = 1 << 18;  // and later on
-    std::size_t patience = 64;            // candidates that are too many in a text of any length
-    std::size_t leastText = 512;          // bytes to search for which one pays at all
-  };
-  static Tuning tuning;
-
-  /// A finder for `pattern`; null when it can match the empty text, is too large, or when the
-  /// library was built without Hyperscan.
-  static std::unique_ptr<CandidateFinder> Make(const Pattern& pattern);
+  /// A finder for `tree`; null when it can match the empty text, is too large, or when the
+  /// library was built without Hyperscan. `tuning` must last.
+  static std::unique_ptr<CandidateFinder> Make(const Tree& tree, const SearchTuning& tuning);
   ~CandidateFinder();
 
  private:
@@ -47,7 +38,7 @@ class CandidateFinder {
     const char* last;
   };
 
-  explicit CandidateFinder(std::unique_ptr<Database> database);
+  CandidateFinder(std::unique_ptr<Database> database, const SearchTuning& tuning);
 
   /// Makes `found` the candidates in [first, last) for matches that end in there, ascending. False
   /// when there are too many.
@@ -62,10 +53,11 @@ class CandidateFinder {
   const char* CompleteUpTo(const char* first, const char* last) const;
 
   const std::unique_ptr<Database> database_;
+  const SearchTuning& tuning_;
   bool cut_ = false;            // not all of the expression is looked for
   ByteSet content_;             // the bytes that a match can hold
   std::size_t least_ = 0;       // the width of a match
-  std::size_t most_ = 0;        // likewise; Pattern::kUnbounded for no limit
+  std::size_t most_ = 0;        // likewise; Tree::kUnbounded for no limit
   std::vector<Stretch> spare_;  // whose memory the next text's candidates use again
 };
 
@@ -79,7 +71,7 @@ class Candidates {
         begin_(first),
         complete_(first),
         last_(last),
-        window_(std::clamp(ahead, finder.tuning.firstWindow, finder.tuning.largestWindow)) {
+        window_(std::clamp(ahead, finder.tuning_.firstWindow, finder.tuning_.largestWindow)) {
     stretches_.swap(finder.spare_);
     stretches_.clear();
   }

@@ -6,8 +6,7 @@
 #include <array>
 #include <cstddef>
 
-#include "engine/search/CandidateFinder.hpp"
-#include "engine/search/Pattern.hpp"
+#include "engine/search/Tree.hpp"
 
 namespace RegexClass::engine {
 
@@ -18,8 +17,8 @@ using FirstBytes = std::array<bool, 256>;
 /// The places of one text at which such a byte stands.
 class Starts {
  public:
-  Starts(const FirstBytes& bytes, const char* first, const char* last)
-      : bytes_(bytes), first_(first), last_(last) {}
+  Starts(const FirstBytes& bytes, const char* first, const char* last, std::size_t patience)
+      : bytes_(bytes), first_(first), last_(last), patience_(patience) {}
 
   /// The first one at or behind `from`, which never goes back; null when there is none.
   const char* Next(const char* from) {
@@ -37,12 +36,13 @@ class Starts {
 
  private:
   std::size_t Tolerated(const char* from) const {
-    return CandidateFinder::tuning.patience + static_cast<std::size_t>(from - first_) / 8;
+    return patience_ + static_cast<std::size_t>(from - first_) / 8;
   }
 
   const FirstBytes& bytes_;
   const char* const first_;
   const char* const last_;
+  const std::size_t patience_;
   const char* behind_ = nullptr;  // the place that was told last
   std::size_t vain_ = 0;          // places from which the search went on at the next byte
   bool gaveUp_ = false;

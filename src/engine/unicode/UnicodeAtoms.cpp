@@ -39,20 +39,20 @@ class CharacterSet {
     }
   }
 
-  Pattern ToPattern() const {
+  Tree ToTree() const {
     constexpr std::size_t kMost = 8;  // parts
     std::vector<Part> parts = Parts([](const Tail& a, const Tail& b) { return a == b; });
     if (parts.size() > kMost) {
       parts = Parts([](const Tail& a, const Tail& b) { return a.size() == b.size(); });
     }
-    if (parts.empty()) return Pattern::Of({});
-    std::vector<Pattern> alternatives;
+    if (parts.empty()) return Tree::Of({});
+    std::vector<Tree> alternatives;
     for (const auto& [lead, tail] : parts) {
-      std::vector<Pattern> sequence = {Pattern::Of(lead)};
-      for (const ByteSet& bytes : tail) sequence.push_back(Pattern::Of(bytes));
-      alternatives.push_back(Pattern::Sequence(std::move(sequence)));
+      std::vector<Tree> sequence = {Tree::Of(lead)};
+      for (const ByteSet& bytes : tail) sequence.push_back(Tree::Of(bytes));
+      alternatives.push_back(Tree::Sequence(std::move(sequence)));
     }
-    return Pattern::Alternatives(std::move(alternatives));
+    return Tree::Alternatives(std::move(alternatives));
   }
 
  private:
@@ -94,11 +94,11 @@ class CharacterSet {
 };
 
 /// The language of what isn't ASCII, and of the members of `ascii`.
-Pattern WithAllBeyond(const ByteSet& ascii) {
-  Pattern beyond = Pattern::Sequence(
-      {Pattern::Of(Bytes(0x80, 0xFF)), Pattern::Repeat(Pattern::Of(Bytes(0x80, 0xBF)), 0, 3)});
+Tree WithAllBeyond(const ByteSet& ascii) {
+  Tree beyond = Tree::Sequence(
+      {Tree::Of(Bytes(0x80, 0xFF)), Tree::Repeat(Tree::Of(Bytes(0x80, 0xBF)), 0, 3)});
   if (ascii.none()) return beyond;
-  return Pattern::Alternatives({Pattern::Of(ascii), std::move(beyond)});
+  return Tree::Alternatives({Tree::Of(ascii), std::move(beyond)});
 }
 
 template <class Matches>
@@ -111,7 +111,7 @@ ByteSet Ascii(const Matches& matches) {
 /// The language of the characters that `matches` is true of, which beyond ASCII it is or isn't from
 /// one of `changes` up to the next.
 template <class Matches>
-Pattern Where(const Matches& matches, std::vector<EngineChar> changes) {
+Tree Where(const Matches& matches, std::vector<EngineChar> changes) {
   if (matches(kIllFormedByte + 0x80)) return WithAllBeyond(Ascii(matches));
   CharacterSet set;
   for (EngineChar c = 0; c < 0x80; ++c) {
@@ -129,12 +129,12 @@ Pattern Where(const Matches& matches, std::vector<EngineChar> changes) {
       set.Add(first, changes[i + 1] - 1);
     }
   }
-  return set.ToPattern();
+  return set.ToTree();
 }
 
 }  // namespace
 
-Pattern Atoms<UnicodeTraits>::Literal(EngineChar literal) const {
+Tree Atoms<UnicodeTraits>::Literal(EngineChar literal) const {
   if (cases_.in[1]) {
     const auto matches = [&](EngineChar c) {
       return cases_.Any([&](bool icase) { return UnicodeTraits::translate(c, icase) == literal; });
@@ -145,10 +145,10 @@ Pattern Atoms<UnicodeTraits>::Literal(EngineChar literal) const {
   }
   CharacterSet set;
   set.Add(literal, literal);
-  return set.ToPattern();
+  return set.ToTree();
 }
 
-Pattern Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
+Tree Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
   using SetState = detail::re_set_long<UnicodeTraits::char_class_type>;
   const auto& set = *static_cast<const SetState*>(state);
   if (!set.singleton) throw NotUnderstood();
@@ -179,9 +179,9 @@ Pattern Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
   return Where(matches, std::move(changes));
 }
 
-Pattern Atoms<UnicodeTraits>::Dot(bool separators) const {
-  return WithAllBeyond(
-      Ascii([separators](EngineChar c) { return separators || !detail::is_separator(c); }));
+Tree Atoms<UnicodeTraits>::Dot(bool separators, bool zero) const {
+  return WithAllBeyond(Ascii(
+      [=](EngineChar c) { return (separators || !detail::is_separator(c)) && (zero || c != 0); }));
 }
 
 }  // namespace RegexClass::engine

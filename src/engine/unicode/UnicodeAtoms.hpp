@@ -20,9 +20,9 @@ class Atoms<UnicodeTraits> {
 
   Atoms(const Regex& regex, Cases cases) : regex_(regex), cases_(cases) {}
 
-  Pattern Literal(EngineChar literal) const;
-  Pattern Set(const detail::re_syntax_base* state) const;
-  Pattern Dot(bool separators) const;
+  Tree Literal(EngineChar literal) const;
+  Tree Set(const detail::re_syntax_base* state) const;
+  Tree Dot(bool separators, bool zero) const;
 
  private:
   const Regex& regex_;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
 // What makes searches faster, and costs something before it does.
-#ifndef REGEXCLASS_ENGINE_SEARCH_EARNED_HPP
-#define REGEXCLASS_ENGINE_SEARCH_EARNED_HPP
+#ifndef REGEXCLASS_ENGINE_SEARCH_LAZY_HPP
+#define REGEXCLASS_ENGINE_SEARCH_LAZY_HPP
 
 #include <algorithm>
 #include <cstddef>
@@ -9,28 +9,32 @@
 
 namespace RegexClass::engine {
 
-/// A help for the searches of one expression, made when that has searched so much text that it
+/// An aid for the searches of one expression, made when that has searched so much text that it
 /// pays.
-template <class Help>
-class Earned {
+template <class Aid>
+class Lazy {
  public:
   /// `price` is how many bytes are searched before.
-  explicit Earned(std::size_t price) : price_(price) {}
+  explicit Lazy(std::size_t price) : price_(price) {}
 
-  /// The help for a search that `ahead` bytes certainly lie before; null when there is none yet or
+  /// The aid for a search that will read `ahead` bytes at least; null when there is none yet or
   /// never. `make` makes it.
   template <class Make>
-  Help* For(std::size_t ahead, Make make) {
-    if (searched_ + ahead < price_) return nullptr;
-    if (!made_) help_ = make();
+  Aid* For(std::size_t ahead, Make make) {
+    return searched_ + ahead < price_ ? nullptr : Now(make);
+  }
+  /// The same, whatever was searched.
+  template <class Make>
+  Aid* Now(Make make) {
+    if (!made_) aid_ = make();
     made_ = true;
-    return help_.get();
+    return aid_.get();
   }
 
   /// Counts text that was searched.
   void Searched(std::size_t bytes) { searched_ += bytes; }
-  /// Takes notice that it was a help with a text, or gave up: how long the next ones go without it
-  /// doubles from one text to the next on which it gives up.
+  /// Takes notice that it has helped with a text, or given up on it. Then the next texts go without
+  /// it, twice as long after each one on which it gives up.
   void Helped() { pause_ = kLeastPause; }
   void GaveUp() {
     price_ = searched_ + pause_;
@@ -45,9 +49,9 @@ class Earned {
   std::size_t price_;
   std::size_t searched_ = 0;
   bool made_ = false;
-  std::unique_ptr<Help> help_;
+  std::unique_ptr<Aid> aid_;
 };
 
 }  // namespace RegexClass::engine
 
-#endif  // REGEXCLASS_ENGINE_SEARCH_EARNED_HPP
+#endif  // REGEXCLASS_ENGINE_SEARCH_LAZY_HPP

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: BSL-1.0
+// Where the groups of a match lie that an automaton has found.
+#ifndef REGEXCLASS_ENGINE_SEARCH_GROUPFINDER_HPP
+#define REGEXCLASS_ENGINE_SEARCH_GROUPFINDER_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "engine/Flags.hpp"
+#include "engine/Match.hpp"
+#include "engine/search/ByteProgram.hpp"
+
+namespace RegexClass::engine {
+
+/// The text of a match, and the edges of what assertions can look at.
+struct MatchedText {
+  const char* edge;
+  const char* first;
+  const char* last;
+  const char* otherEdge;
+};
+
+/// The groups of an expression for which the next byte alone decides, at any place in a match, how
+/// its text is taken: one look at each byte.
+class OnePass {
+ public:
+  /// `program` must last, and runs forward. With not `wanted` it is none.
+  OnePass(const ByteProgram& program, bool wanted);
+
+  /// Whether the expression is one.
+  bool IsOne() const { return isOne_; }
+
+  /// Sets the ends of the groups in `parts`; those that took no part aren't touched. Returns the
+  /// group that was closed last, 0 for none.
+  std::size_t Find(const MatchedText& text, Part* parts) const;
+
+ private:
+  static constexpr std::uint32_t kNone = 0xffffffff;
+  struct Move {
+    std::uint32_t to = kNone;
+    std::uint32_t marks = 0;  // in `marks_`, for what is passed before the byte
+  };
+
+  bool Read();
+
+  const ByteProgram& program_;
+  std::vector<std::vector<std::uint32_t>> marks_{{}};
+  std::vector<Move> moves_;           // a row for each place, a column for each class
+  std::vector<std::uint32_t> atEnd_;  // for each place, as Move::marks, or kNone
+  bool isOne_;
+};
+
+/// The groups of any other expression: tries what the engine tries, in its order, but nothing
+/// twice.
+class GroupSearch {
+ public:
+  /// `program` must last, and runs forward.
+  GroupSearch(const ByteProgram& program, Flags flags) : program_(program), flags_(flags) {}
+
+  /// Whether a text isn't too long for it.
+  bool Takes(std::size_t bytes) const {
+    constexpr std::size_t kMost = std::size_t{8} << 20;  // tries
+    return (bytes + 1) * program_.States().size() <= kMost;
+  }
+
+  /// As OnePass::Find(). The text must be that of a match.
+  std::size_t Find(const MatchedText& text, Part* parts);
+
+ private:
+  struct Try {
+    std::uint32_t state;
+    const char* at;  // null to take a mark back
+  };
+  struct Taken {
+    Part* part;
+    Part before;
+    std::size_t closedBefore;
+  };
+
+  const ByteProgram& program_;
+  const Flags flags_;
+  std::vector<std::uint64_t> tried_;  // a bit for each state at each place
+  std::vector<Try> toTry_;
+  std::vector<Taken> taken_;
+};
+
+}  // namespace RegexClass::engine
+
+#endif  // REGEXCLASS_ENGINE_SEARCH_GROUPFINDER_HPP
