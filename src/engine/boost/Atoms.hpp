@@ -82,7 +82,7 @@ class Atoms {
  public:
   using Regex = boost::basic_regex<char, Traits>;
 
-  Atoms(const Regex& regex, Cases cases) : regex_(regex), cases_(cases) {}
+  Atoms(const Regex& regex, Cases cases, bool /*exact*/) : regex_(regex), cases_(cases) {}
 
   Tree Literal(char literal) const {
     return Tree::Of(BytesWhere([literal](char c) { return c == literal; }));

@@ -24,24 +24,27 @@ class ProgramReader {
 
   /// For a language that holds all matches, and maybe more.
   explicit ProgramReader(const Regex& regex)
-      : first_(regex.get_first_state()), atoms_(regex, CasesOf(regex)) {}
+      : first_(regex.get_first_state()), atoms_(regex, CasesOf(regex), false) {}
   /// For all that the engine does under `flags`.
   ProgramReader(const Regex& regex, Flags flags)
       : first_(regex.get_first_state()),
         exact_(true),
         flags_(flags),
-        atoms_(regex, RequireOneCase(regex)) {}
+        atoms_(regex, RequireOneCase(regex), true) {}
 
   Tree Run() {
     RequireUnderstood();
     const State* state = first_;
     Tree tree = Sequence(state, nullptr);
     if (state->type != detail::syntax_element_match) throw NotUnderstood();
+    // An automaton for characters of several bytes would find an empty match inside of one.
+    if (exact_ && kWide && CanBeEmpty(tree)) throw NotUnderstood();
     return tree;
   }
 
  private:
   using State = detail::re_syntax_base;
+  static constexpr bool kWide = sizeof(typename Traits::char_type) > 1;
 
   /// The numbers by which the engine tells its groups apart, beside those of the marked ones.
   enum GroupIndex : int {
@@ -249,18 +252,20 @@ bool IsPosix(const boost::basic_regex<Char, Traits>& regex) {
   return (flags & (regbase::main_option_type | regbase::literal)) != regbase::literal;
 }
 
-/// Characters of several bytes: what assertions see isn't told by a byte.
-template <class Traits>
-Contexts ContextsOf(const boost::basic_regex<std::int32_t, Traits>&) {
-  throw NotUnderstood();
-}
-
-/// What assertions see in each byte.
-template <class Traits>
-Contexts ContextsOf(const boost::basic_regex<char, Traits>& regex) {
+/// What assertions see in each byte. Beyond ASCII a byte is part of a character, which they may
+/// have to know.
+template <class Char, class Traits>
+Contexts ContextsOf(const boost::basic_regex<Char, Traits>& regex) {
   Contexts contexts = {};
   for (std::size_t byte = 0; byte < contexts.size(); ++byte) {
-    const char c = static_cast<char>(byte);
+    if (sizeof(Char) > 1 && byte >= 0x80) {
+      // Of the separators there, which are U+0085, U+2028 and U+2029, the first and the last byte.
+      const bool ofSeparator =
+          byte == 0x85 || byte == 0xA8 || byte == 0xA9 || byte == 0xC2 || byte == 0xE2;
+      contexts[byte] = kUnknownWord | (ofSeparator ? kUnknownSeparator : 0);
+      continue;
+    }
+    const auto c = static_cast<Char>(byte);
     if (regex.get_traits().isctype(c, regex.get_data().m_word_mask)) contexts[byte] |= kWord;
     if (detail::is_separator(c)) contexts[byte] |= kSeparator;
     if (c == '\r') contexts[byte] |= kCarriageReturn;

@@ -76,12 +76,12 @@ AutomatonSearch::Outcome AutomatonSearch::Scan(const char* from, Found& found) {
   const char* stop = from;
   LazyDfa& dfa = automaton_.find_;
   const char* const end = dfa.Run(from, last_, last_, Before(from), stop, insistent_);
-  if (dfa.IsThrashing()) return Outcome::kGaveUp;
+  if (dfa.GaveUp()) return Outcome::kGaveUp;
   if (end == nullptr) return Outcome::kNone;
   LazyDfa& back = automaton_.Backward();
   const Context after = end == last_ ? kEdge : automaton_.program_.ContextOf(*end);
   const char* const begin = back.Run(end, from, first_, after, stop, insistent_);
-  if (back.IsThrashing()) return Outcome::kGaveUp;
+  if (back.GaveUp()) return Outcome::kGaveUp;
   found.first = begin;
   found.last = end;
   return Outcome::kFound;
@@ -91,7 +91,7 @@ AutomatonSearch::Outcome AutomatonSearch::FindHere(const char* at, bool more, Fo
   LazyDfa& dfa = more ? automaton_.findMoreHere_ : automaton_.findHere_;
   const char* stop = at;
   const char* const end = dfa.Run(at, last_, last_, Before(at), stop, insistent_);
-  if (dfa.IsThrashing()) return Outcome::kGaveUp;
+  if (dfa.GaveUp()) return Outcome::kGaveUp;
   wasted_ += static_cast<std::size_t>(stop - (end != nullptr ? end : at));
   if (end == nullptr) return Outcome::kNone;
   found.first = at;

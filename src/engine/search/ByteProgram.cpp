@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace RegexClass::engine {
@@ -18,16 +19,22 @@ Context AskedBy(Assertion assertion) {
   switch (assertion) {
     case Assertion::kLineStart:
     case Assertion::kLineEnd:
-      return kEdge | kSeparator | kCarriageReturn | kLineFeed;
+      return kEdge | kSeparator | kCarriageReturn | kLineFeed | kUnknownSeparator;
     case Assertion::kTextStart:
     case Assertion::kTextEnd:
+    case Assertion::kNoMoreBytes:
       return kEdge;
     default:
-      return kEdge | kWord;
+      return kEdge | kWord | kUnknownWord;
   }
 }
 
 }  // namespace
+
+bool IsKnown(Assertion assertion, Context before, Context after) {
+  const Context unknown = AskedBy(assertion) & (kUnknownWord | kUnknownSeparator);
+  return ((before | after) & unknown) == 0;
+}
 
 bool Holds(Assertion assertion, Context before, Context after, Flags flags) {
   const auto is = [](Context context, Context bit) { return (context & bit) != 0; };
@@ -51,6 +58,8 @@ bool Holds(Assertion assertion, Context before, Context after, Flags flags) {
       return is(before, kEdge) && allows(kNotBob);
     case Assertion::kTextEnd:
       return is(after, kEdge) && allows(kNotEob);
+    case Assertion::kNoMoreBytes:
+      return is(after, kEdge);
   }
   return false;
 }
@@ -106,6 +115,10 @@ class ByteProgram::Emitter {
         program_.relevant_ |= AskedBy(tree.assertion);
         return Add(
             {State::Kind::kAssertion, next.empty, 0, static_cast<std::uint32_t>(tree.assertion)});
+      case Tree::Kind::kUnknown:
+        // Back there is only what a run forward has come through.
+        if (backward_) return fail_;
+        return Add({State::Kind::kUnknown});
     }
     return fail_;
   }
@@ -132,7 +145,7 @@ class ByteProgram::Emitter {
     std::uint32_t go = next.taken;
     std::size_t more = tree.most - 1;
     if (tree.most == Tree::kUnbounded) {
-      go = Add({State::Kind::kSplit});
+      go = AddNew({State::Kind::kSplit});
       const std::uint32_t again = iteration(next.taken, go);
       program_.states_[go] = split(again, next.taken);
       if (least == 0 && next.empty == next.taken) return go;
@@ -160,7 +173,14 @@ class ByteProgram::Emitter {
     return Add({State::Kind::kSplit, all, empty, 0});
   }
 
-  std::uint32_t Add(State state) {
+  /// The number of a state; of two that are alike there is but one.
+  std::uint32_t Add(const State& state) {
+    const auto next = static_cast<std::uint32_t>(program_.states_.size());
+    const auto [known, isNew] =
+        known_.emplace(std::make_tuple(state.kind, state.next, state.other, state.argument), next);
+    return isNew ? AddNew(state) : known->second;
+  }
+  std::uint32_t AddNew(const State& state) {
     if (program_.states_.size() == kMost) throw TooLarge();
     program_.states_.push_back(state);
     return static_cast<std::uint32_t>(program_.states_.size() - 1);
@@ -178,6 +198,8 @@ class ByteProgram::Emitter {
   std::uint32_t fail_ = 0;
   std::size_t parts_ = 0;  // that were turned into states, or into none
   std::map<std::string, std::uint32_t> sets_;
+  std::map<std::tuple<State::Kind, std::uint32_t, std::uint32_t, std::uint32_t>, std::uint32_t>
+      known_;
 };
 
 std::optional<ByteProgram> ByteProgram::Make(const Tree& tree, Direction direction,
@@ -197,18 +219,24 @@ void ByteProgram::Classify(const Contexts& contexts) {
     contexts_[byte] = contexts[byte] & relevant_;
   }
   // Each set, and the contexts, split the classes that there are.
-  const auto refine = [this](const auto& key) {
-    std::map<std::pair<std::uint8_t, int>, std::uint8_t> classes;
+  const auto refine = [this](const auto& isIn) {
+    constexpr int kNone = -1;
+    int classes[2][256];
+    std::fill_n(&classes[0][0], 2 * 256, kNone);
+    int count = 0;
     for (std::size_t byte = 0; byte < classes_.size(); ++byte) {
-      const auto next = static_cast<std::uint8_t>(classes.size());
-      classes_[byte] =
-          classes.emplace(std::make_pair(classes_[byte], key(byte)), next).first->second;
+      int& one = classes[isIn(byte) ? 1 : 0][classes_[byte]];
+      if (one == kNone) one = count++;
+      classes_[byte] = static_cast<std::uint8_t>(one);
     }
-    classCount_ = classes.size();
+    classCount_ = static_cast<std::size_t>(count);
   };
-  refine([this](std::size_t byte) { return static_cast<int>(contexts_[byte]); });
+  for (Context bit = 1; bit != 0; bit = static_cast<Context>(bit << 1)) {
+    refine([this, bit](std::size_t byte) { return (contexts_[byte] & bit) != 0; });
+  }
   for (const ByteSet& set : sets_) {
-    refine([&set](std::size_t byte) { return static_cast<int>(set[byte]); });
+    if (classCount_ == classes_.size()) break;
+    refine([&set](std::size_t byte) { return set[byte]; });
   }
   for (std::size_t byte = sample_.size(); byte-- > 0;) {
     sample_[classes_[byte]] = static_cast<std::uint8_t>(byte);

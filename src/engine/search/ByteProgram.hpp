@@ -21,11 +21,15 @@ constexpr Context kWord = 2;
 constexpr Context kSeparator = 4;  // of lines
 constexpr Context kCarriageReturn = 8;
 constexpr Context kLineFeed = 16;
+constexpr Context kUnknownWord = 32;       // part of a character, which may be one of words
+constexpr Context kUnknownSeparator = 64;  // or a separator of lines
 
 /// The context that each byte is.
 using Contexts = std::array<Context, 256>;
 
-/// Whether an assertion holds between two bytes.
+/// Whether the contexts tell whether an assertion holds between two bytes.
+bool IsKnown(Assertion assertion, Context before, Context after);
+/// Whether it holds.
 bool Holds(Assertion assertion, Context before, Context after, Flags flags);
 
 /// A tree as states, for a run forward through a text or back. A path through them that ends in
@@ -46,6 +50,7 @@ class ByteProgram {
       kMark,       // goes on at `next`, with the place for the mark `argument`
       kAssertion,  // goes on at `next` where it holds
       kMatch,
+      kUnknown,  // goes on in a way that only the engine knows
       kFail,
     };
     Kind kind = Kind::kFail;

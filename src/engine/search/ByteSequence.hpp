@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -100,21 +101,32 @@ class ByteSequence {
 inline std::unique_ptr<ByteSequence> ByteSequence::Make(const ExactProgram& program) {
   auto sequence = std::make_unique<ByteSequence>();
   std::vector<ByteSet> sets;
-  const auto add = [&](const Tree& part) {
-    const bool repeat = part.kind == Tree::Kind::kRepeat && part.least == part.most;
-    const Tree& repeated = repeat ? part.parts.front() : part;
-    if (part.kind == Tree::Kind::kAssertion) {
-      sequence->wordEnds_.push_back(sets.size());
-      return part.assertion == Assertion::kWordBoundary;
+  const auto unknown = [](Context context) { return (context & kUnknownWord) != 0; };
+  const bool known = std::none_of(program.contexts.begin(), program.contexts.end(), unknown);
+  const std::function<bool(const Tree&)> append = [&](const Tree& tree) {
+    const auto& parts = tree.parts;
+    switch (tree.kind) {
+      case Tree::Kind::kBytes:
+        sets.push_back(tree.bytes);
+        break;
+      case Tree::Kind::kSequence:
+        return std::all_of(parts.begin(), parts.end(), append);
+      case Tree::Kind::kRepeat:
+        if (tree.least != tree.most || parts.front().kind != Tree::Kind::kSequence) return false;
+        if (parts.front().parts.size() != 1 || tree.least > kLargest) return false;
+        for (std::size_t i = 0; i < tree.least; ++i) {
+          if (!append(parts.front())) return false;
+        }
+        break;
+      case Tree::Kind::kAssertion:
+        sequence->wordEnds_.push_back(sets.size());
+        return tree.assertion == Assertion::kWordBoundary && known;
+      default:
+        return false;
     }
-    const bool one = repeated.kind == Tree::Kind::kSequence && repeated.parts.size() == 1;
-    const Tree& bytes = one ? repeated.parts.front() : repeated;
-    if (bytes.kind != Tree::Kind::kBytes) return false;
-    sets.insert(sets.end(), repeat ? std::min(part.least, kLargest + 1) : 1, bytes.bytes);
     return sets.size() <= kLargest;
   };
-  const auto& parts = program.tree.parts;
-  if (!std::all_of(parts.begin(), parts.end(), add) || sets.empty()) return nullptr;
+  if (!append(program.tree) || sets.empty()) return nullptr;
   sequence->width_ = sets.size();
   sequence->hasLetter_ =
       std::any_of(sets.begin(), sets.end(), [](const ByteSet& set) { return set.count() <= 2; });

@@ -80,6 +80,7 @@ bool OnePass::Read() {
           if (atEnd_[place] != kNone) return false;
           atEnd_[place] = marksOf(marks);
           break;
+        case Kind::kUnknown:  // isn't passed by what was found
         case Kind::kFail:
           break;
       }
@@ -132,7 +133,7 @@ std::size_t GroupSearch::Find(const MatchedText& text, Part* parts) {
         if (at == text.last) return closed;
         break;
       }
-      if (state.kind == Kind::kFail) break;
+      if (state.kind == Kind::kFail || state.kind == Kind::kUnknown) break;
       if (state.kind == Kind::kBytes) {
         if (at == text.last) break;
         const std::uint8_t byteClass = program_.Classes()[static_cast<unsigned char>(*at)];

@@ -33,25 +33,29 @@ const char* LazyDfa::Run(const char* from, const char* last, const char* edge, C
     read_ += static_cast<std::size_t>((at - from) * step);
     from = at;
   };
-  thrashes_ = false;
+  gaveUp_ = false;
   std::uint32_t state = Start(start);
   const std::uint32_t* transitions = transitions_.data();
   while (at != last) {
     std::uint32_t next = transitions[state + classAt()];
-    if (next - 1 < kUnknown - 1) {  // neither dead, unknown nor a match
+    if (next - 1 < kUnknown - 1) {  // neither dead nor anything special
       state = next;
       at += step;
       continue;
     }
-    if (next == kUnknown) {
+    if (next == kNotMade) {
       if (memory_ > rules_.memory) {
         count();
-        thrashes_ = !insistent && read_ < misses_ * kBytesForMiss;
+        gaveUp_ = !insistent && read_ < misses_ * kBytesForMiss;
         MakeRoom(state);
-        if (thrashes_) return nullptr;
+        if (gaveUp_) return nullptr;
       }
       next = Step(state, classAt());
       transitions = transitions_.data();
+    }
+    if (next == kUnknown) {
+      gaveUp_ = true;
+      break;
     }
     if (next == (state | kMatch)) {  // it stays there for a while
       do at += step;
@@ -66,17 +70,18 @@ const char* LazyDfa::Run(const char* from, const char* last, const char* edge, C
   }
   count();
   stop = at;
-  if (state == kDead) return found;
+  if (state == kDead || gaveUp_) return found;
   const std::size_t byteClass = last == edge ? program_.ClassCount() : classAt();
   std::uint32_t next = transitions[state + byteClass];
-  if (next == kUnknown) next = Step(state, byteClass);
+  if (next == kNotMade) next = Step(state, byteClass);
+  gaveUp_ = next == kUnknown;
   return (next & kMatch) != 0 ? last : found;
 }
 
 std::uint32_t LazyDfa::Start(Context before) {
   if (!program_.HasAssertions()) before = 0;
   std::uint32_t& number = starts_[before];
-  if (number != kUnknown) return number;
+  if (number != kNotMade) return number;
   State state;
   state.before = before;
   state.initial = rules_.anchored;
@@ -107,6 +112,7 @@ std::uint32_t LazyDfa::Step(std::uint32_t state, std::size_t byteClass) {
   paths_.clear();
   group_ = 0;
   matched_ = false;
+  unknown_ = false;
   for (const std::uint32_t path : from.paths) {
     if (path == kGroupEnd) {
       EndGroup();
@@ -124,6 +130,7 @@ std::uint32_t LazyDfa::Step(std::uint32_t state, std::size_t byteClass) {
   }
   EndGroup();
   std::uint32_t made = kDead;
+  if (unknown_) return transitions_[state + byteClass] = kUnknown;
   if (!atEdge && !(paths_.empty() && (closed || rules_.anchored))) {
     State to;
     to.paths = paths_;
@@ -160,13 +167,19 @@ void LazyDfa::Follow(std::uint32_t path, std::size_t byteClass, Context before, 
           break;
         case Kind::kMark:
           break;
-        case Kind::kAssertion:
-          if (!Holds(static_cast<Assertion>(state.argument), before, after, rules_.flags)) continue;
+        case Kind::kAssertion: {
+          const auto assertion = static_cast<Assertion>(state.argument);
+          if (!IsKnown(assertion, before, after)) unknown_ = true;
+          if (!Holds(assertion, before, after, rules_.flags)) continue;
           break;
+        }
         case Kind::kMatch:
           if (!mayBeEmpty) continue;
           matched_ = true;
           if (!rules_.longest) return;
+          continue;
+        case Kind::kUnknown:
+          unknown_ = true;
           continue;
         case Kind::kFail:
           continue;
@@ -196,7 +209,7 @@ std::uint32_t LazyDfa::NumberOf(State state) {
   const auto [known, isNew] = numbers_.emplace(std::move(key), number);
   if (isNew) {
     states_.push_back(std::move(state));
-    transitions_.resize(transitions_.size() + width_, kUnknown);
+    transitions_.resize(transitions_.size() + width_, kNotMade);
     memory_ += size;
   }
   return known->second;
@@ -208,7 +221,7 @@ void LazyDfa::Drop() {
   states_.assign(1, State{});
   states_.front().closed = true;
   numbers_.clear();
-  std::fill(std::begin(starts_), std::end(starts_), kUnknown);
+  std::fill(std::begin(starts_), std::end(starts_), kNotMade);
   memory_ = 0;
   misses_ = 0;
   read_ = 0;

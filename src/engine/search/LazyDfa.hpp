@@ -34,19 +34,20 @@ class LazyDfa {
 
   /// Runs from `from` up to `last`, or down to it, and returns where the match ends; null for none.
   /// `edge` is the end of the text in that direction, `start` the context of the byte on the other
-  /// side of `from`. `stop` becomes the place up to which it had to read. Unless it is `insistent`
-  /// it stops, with a result that means nothing, once it thrashes.
+  /// side of `from`. `stop` becomes the place up to which it had to read. It may give up.
   const char* Run(const char* from, const char* last, const char* edge, Context start,
                   const char*& stop, bool insistent);
 
-  /// Whether the last run that wasn't insistent made states nearly as fast as it read bytes, and
-  /// had to drop them all again.
-  bool IsThrashing() const { return thrashes_; }
+  /// Whether the last run stopped, with a result that means nothing: it made states nearly as fast
+  /// as it read bytes, and had to drop them all, unless it was `insistent`; or came to where only
+  /// the engine knows how to go on.
+  bool GaveUp() const { return gaveUp_; }
 
  private:
   // A transition: the number of the first transition of the state it leads to, and:
   static constexpr std::uint32_t kMatch = 0x80000000;
-  static constexpr std::uint32_t kUnknown = 0x7fffffff;
+  static constexpr std::uint32_t kNotMade = 0x7fffffff;
+  static constexpr std::uint32_t kUnknown = 0x7ffffffe;
   static constexpr std::uint32_t kDead = 0;  // no path is left
   static constexpr std::uint32_t kGroupEnd = 0xffffffff;
 
@@ -73,11 +74,11 @@ class LazyDfa {
   std::vector<std::uint32_t> transitions_;
   std::vector<State> states_;
   std::unordered_map<std::string, std::uint32_t> numbers_;
-  std::uint32_t starts_[32];
+  std::uint32_t starts_[128];  // for each context
   std::size_t memory_ = 0;
   std::size_t misses_ = 0;  // transitions that were made since the states were dropped
   std::size_t read_ = 0;    // bytes that were read since then, by runs that have ended
-  bool thrashes_ = false;
+  bool gaveUp_ = false;
 
   // Of one step.
   std::uint32_t step_ = 0;
@@ -87,6 +88,7 @@ class LazyDfa {
   std::vector<std::uint32_t> toFollow_;
   std::size_t group_ = 0;  // where in `paths_` it begins
   bool matched_ = false;
+  bool unknown_ = false;  // a path goes on in a way that only the engine knows
 };
 
 }  // namespace RegexClass::engine

@@ -25,6 +25,7 @@ enum class Assertion : std::uint8_t {
   kWordEnd,
   kTextStart,
   kTextEnd,
+  kNoMoreBytes,  // the text ends here, whatever the flags make of its end
 };
 
 /// A tree of sequences, alternatives and repeats over sets of bytes; one that tells all of an
@@ -37,6 +38,7 @@ struct Tree {
     kRepeat,        // `least` to `most` times the one of `parts`, as often as possible if `greedy`
     kMark,          // the empty text, where group `number / 2` begins or, with an odd one, ends
     kAssertion,     // the empty text, where `assertion` holds
+    kUnknown,       // what only the engine knows
   };
   static constexpr std::size_t kUnbounded = std::numeric_limits<std::size_t>::max();
 
@@ -62,6 +64,8 @@ struct Tree {
     asserted.assertion = assertion;
     return asserted;
   }
+
+  static Tree Unknown() { return {Kind::kUnknown, {}, {}}; }
 
   Kind kind;
   ByteSet bytes;

@@ -109,8 +109,7 @@ bool Walk::Next() {
     found = Find();
   } catch (const std::runtime_error&) {
     // The engine gives up. What needs no engine has an answer, however long it takes.
-    if (!Insist()) throw;
-    FindByAutomaton(found);
+    if (!Insist() || !FindByAutomaton(found)) throw;
   }
   const char* const to = found ? found_.first : last_;
   passed_ += static_cast<std::size_t>(to - from_);

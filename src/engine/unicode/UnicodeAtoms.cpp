@@ -108,15 +108,101 @@ ByteSet Ascii(const Matches& matches) {
   return bytes;
 }
 
-/// The language of the characters that `matches` is true of, which beyond ASCII it is or isn't from
-/// one of `changes` up to the next.
-template <class Matches>
-Tree Where(const Matches& matches, std::vector<EngineChar> changes) {
-  if (matches(kIllFormedByte + 0x80)) return WithAllBeyond(Ascii(matches));
-  CharacterSet set;
-  for (EngineChar c = 0; c < 0x80; ++c) {
-    if (matches(c)) set.Add(c, c);
+/// Collects all characters in ascending order, members of a set and others, and tells the members
+/// as exactly the language of their bytes. If the set has the bytes that aren't UTF-8, too, each of
+/// them is something unknown.
+class ExactSet {
+ public:
+  explicit ExactSet(bool illFormed) : illFormed_(illFormed) {}
+
+  /// Adds [first, last], which all take the same number of bytes.
+  void Add(EngineChar first, EngineChar last, bool member) {
+    if (!member && !illFormed_) return;
+    // Split so that in each part a byte has all its values or the same one throughout.
+    for (int bits = 6; bits <= 18; bits += 6) {
+      const EngineChar low = (1 << bits) - 1;
+      if (first < 0x80 || (first & ~low) == (last & ~low)) continue;
+      if ((first & low) != 0) {
+        Add(first, first | low, member);
+        return Add((first | low) + 1, last, member);
+      }
+      if ((last & low) != low) {
+        Add(first, (last & ~low) - 1, member);
+        return Add(last & ~low, last, member);
+      }
+    }
+    rows_.push_back({Utf8(first), Utf8(last), member});
   }
+
+  Tree ToTree() const { return Rest(0, rows_.size(), 0); }
+
+ private:
+  struct Row {
+    std::string first, last;  // the least and the largest value of each byte
+    bool member;
+  };
+
+  /// What follows the first `at` bytes of some rows, which have these alike.
+  Tree Rest(std::size_t begin, std::size_t end, std::size_t at) const {
+    if (begin != end && rows_[begin].first.size() == at) {
+      return rows_[begin].member ? Tree::Sequence() : Tree::Of({});
+    }
+    std::vector<std::pair<ByteSet, Tree>> parts;
+    ByteSet illFormed = at == 0 ? Bytes(0x80, 0xFF) : Bytes(0, 0xFF);
+    while (begin != end) {
+      const Row& row = rows_[begin];
+      const ByteSet bytes = Bytes(static_cast<unsigned char>(row.first[at]),
+                                  static_cast<unsigned char>(row.last[at]));
+      std::size_t next = begin;
+      while (next != end && rows_[next].first[at] == row.first[at]) ++next;
+      Tree rest = Rest(begin, next, at + 1);
+      illFormed &= ~bytes;
+      const auto alike = std::find_if(parts.begin(), parts.end(),
+                                      [&](const auto& part) { return IsSame(part.second, rest); });
+      if (alike != parts.end()) {
+        alike->first |= bytes;
+      } else {
+        parts.emplace_back(bytes, std::move(rest));
+      }
+      begin = next;
+    }
+    if (illFormed_) parts.emplace_back(illFormed, Tree::Unknown());
+    std::vector<Tree> alternatives;
+    for (auto& [bytes, rest] : parts) {
+      alternatives.push_back(Tree::Sequence({Tree::Of(bytes), std::move(rest)}));
+    }
+    if (illFormed_ && at != 0) {
+      alternatives.push_back(
+          Tree::Sequence({Tree::Asserted(Assertion::kNoMoreBytes), Tree::Unknown()}));
+    }
+    return alternatives.empty() ? Tree::Of({}) : Tree::Alternatives(std::move(alternatives));
+  }
+
+  static bool IsSame(const Tree& a, const Tree& b) {
+    return a.kind == b.kind && a.bytes == b.bytes && a.parts.size() == b.parts.size() &&
+           std::equal(a.parts.begin(), a.parts.end(), b.parts.begin(), IsSame);
+  }
+
+  const bool illFormed_;
+  std::vector<Row> rows_;
+};
+
+/// The characters that `matches` is true of, which beyond ASCII it is or isn't from one of
+/// `changes` up to the next.
+template <class Matches>
+Tree Where(const Matches& matches, std::vector<EngineChar> changes, bool exact) {
+  const bool illFormed = matches(kIllFormedByte + 0x80);
+  if (illFormed && !exact) return WithAllBeyond(Ascii(matches));
+  CharacterSet set;
+  ExactSet exactSet(illFormed);
+  const auto add = [&](EngineChar first, EngineChar last, bool member) {
+    if (exact) {
+      exactSet.Add(first, last, member);
+    } else if (member) {
+      set.Add(first, last);
+    }
+  };
+  for (EngineChar c = 0; c < 0x80; ++c) add(c, c, matches(c));
   constexpr EngineChar kEnd = kLastCodePoint + 1;
   const auto isOutside = [](EngineChar c) { return c < 0x80 || c >= kEnd; };
   changes.erase(std::remove_if(changes.begin(), changes.end(), isOutside), changes.end());
@@ -125,11 +211,10 @@ Tree Where(const Matches& matches, std::vector<EngineChar> changes) {
   for (std::size_t i = 0; changes[i] != kEnd; ++i) {
     const EngineChar first = changes[i];
     const bool surrogates = first >= 0xD800 && first < 0xE000;
-    if (first != changes[i + 1] && !surrogates && matches(ToEngine(first))) {
-      set.Add(first, changes[i + 1] - 1);
-    }
+    if (first == changes[i + 1] || surrogates) continue;
+    add(first, changes[i + 1] - 1, matches(ToEngine(first)));
   }
-  return set.ToTree();
+  return exact ? exactSet.ToTree() : set.ToTree();
 }
 
 }  // namespace
@@ -141,11 +226,15 @@ Tree Atoms<UnicodeTraits>::Literal(EngineChar literal) const {
     };
     std::vector<EngineChar> changes = UnicodeTraits::CaseChanges();
     changes.insert(changes.end(), {literal, literal + 1});
-    return Where(matches, std::move(changes));
+    return Where(matches, std::move(changes), exact_);
   }
-  CharacterSet set;
-  set.Add(literal, literal);
-  return set.ToTree();
+  if (exact_ && literal > kLastCodePoint) return Tree::Unknown();
+  std::vector<Tree> bytes;
+  for (const char byte : Utf8(literal)) {
+    const auto value = static_cast<unsigned char>(byte);
+    bytes.push_back(Tree::Of(Bytes(value, value)));
+  }
+  return bytes.size() == 1 ? bytes.front() : Tree::Sequence(std::move(bytes));
 }
 
 Tree Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
@@ -161,6 +250,7 @@ Tree Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
   // The order of characters is no order of numbers.
   const bool collates = (regex_.flags() & boost::regex_constants::collate) != 0;
   if (set.cequivalents != 0 || (set.cranges != 0 && collates)) {
+    if (exact_) throw NotUnderstood();
     return WithAllBeyond(Ascii(matches));
   }
   std::vector<EngineChar> changes;
@@ -176,12 +266,15 @@ Tree Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
     changes.insert(changes.end(), {*member, *member + 1});
     member += *member == 0 && i < set.csingles ? 1 : 2;
   }
-  return Where(matches, std::move(changes));
+  return Where(matches, std::move(changes), exact_);
 }
 
 Tree Atoms<UnicodeTraits>::Dot(bool separators, bool zero) const {
-  return WithAllBeyond(Ascii(
-      [=](EngineChar c) { return (separators || !detail::is_separator(c)) && (zero || c != 0); }));
+  const auto matches = [=](EngineChar c) {
+    return (separators || !detail::is_separator(c)) && (zero || c != 0);
+  };
+  if (!exact_) return WithAllBeyond(Ascii(matches));
+  return Where(matches, {0x85, 0x86, 0x2028, 0x202A}, true);
 }
 
 }  // namespace RegexClass::engine
