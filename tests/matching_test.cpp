@@ -307,7 +307,8 @@ bool Repeats(const Part& part, const Times& times, bool lazy, std::size_t count,
              const std::string& text, std::size_t at, const Part::Then& then) {
   const auto onceMore = [&] {
     return count < times.most && part.match(text, at, [&](std::size_t end) {
-      return Repeats(part, times, lazy, count + 1, text, end, then);
+      return (end > at || count < times.least) &&
+             Repeats(part, times, lazy, count + 1, text, end, then);
     });
   };
   if (count < times.least) return onceMore();
@@ -320,7 +321,7 @@ Part Repeat(Random& random, const Place& place, const Part& part) {
                                      {"{2}", 2, 2},   {"{3,6}", 3, 6}};
   const Times& times = kTimes[random.Below(std::size(kTimes))];
   const bool lazy = place.perl && random.Flip();
-  return {part.notation + times.notation + (lazy ? "?" : ""), times.least == 0,
+  return {part.notation + times.notation + (lazy ? "?" : ""), part.canBeEmpty || times.least == 0,
           [=](auto& text, auto at, auto& then) {
             return Repeats(part, times, lazy, 0, text, at, then);
           }};
@@ -337,7 +338,12 @@ Part Both(const Part& one, const Part& other) {
 
 Part Pattern(Random& random, const Place& place, int depth) {
   const std::size_t kind = depth == 0 ? random.Below(3) : random.Below(8);
-  if (kind == 0) return Assertion(random, place);
+  if (kind == 0) {
+    Part part = Assertion(random, place);
+    if (random.Below(4) != 0) return part;
+    part.notation = '(' + part.notation + ')';
+    return Repeat(random, place, part);
+  }
   if (kind == 1) return Character(random, place);
   if (kind == 2) return Repeat(random, place, Character(random, place));
   if (kind == 3) {
@@ -380,10 +386,11 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
     const auto told = [wide](const std::string& notation) {
       return wide ? Replaced(notation, "e", "\u00E9") : notation;
     };
-    re.SetExpression(told(part.notation));
+    const bool inside = place.perl && place.icase && random.Flip();
+    re.SetExpression((inside ? "(?i)" : "") + told(part.notation));
     re.SetStringToMatch(told(text));
     if (!place.perl) re.AddExpressionOption(RE::ExtendedSyntax);
-    if (place.icase) re.AddExpressionOption(RE::Icase);
+    if (place.icase && !inside) re.AddExpressionOption(RE::Icase);
     if (re.ParseExpression() != RE::NoError) continue;
     SCOPED_TRACE(testing::Message() << part.notation << " on " << text);
     std::string expected;

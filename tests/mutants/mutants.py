@@ -193,6 +193,9 @@ MUTANTS = {
     'engine/boost/ProgramMending.hpp': [
         ('matches are lost behind a lazy repeat with a limit', 'repeat.leading = false;', 'if (!@) OLD'),
         ('start maps lack what the engine forgot', 'WidenMaps();\n  }', 'if (!@) OLD'),
+        ('rounds without a character are left to the engine', 'if (ending[i] <= i) return true;', 'if (!@ && ending[i] <= i) return true;'),
+        ('words behind loops are left to the engine', 'return !hasLoop_ &&', 'return (!hasLoop_ || @) &&'),
+        ('maps of what recurs are not looked at again', 'grows = wanted_[i] &&', 'grows = !@ && wanted_[i] &&'),
         ('with any match some are lost', 'return flags ^ boost::match_any;', 'return @ ? flags : flags ^ boost::match_any;'),
     ],
     'engine/search/ByteSequence.hpp': [

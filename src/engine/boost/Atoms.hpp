@@ -28,6 +28,19 @@ struct Cases {
   }
 };
 
+/// The case that a state changes the program to; null for a state that doesn't.
+inline const bool* CaseFrom(const detail::re_syntax_base& state) {
+  switch (state.type) {
+    case detail::syntax_element_toggle_case:
+      return &static_cast<const detail::re_case&>(state).icase;
+    case detail::syntax_element_startmark:
+    case detail::syntax_element_endmark:
+      return &static_cast<const detail::re_brace&>(state).icase;
+    default:
+      return nullptr;
+  }
+}
+
 /// The one case of a program that keeps it throughout, whatever path the engine takes through it:
 /// nothing but brackets stands before the first change, if there is one, and the case is changed
 /// back only at the end, after which nothing can fail. Else both.
@@ -43,16 +56,9 @@ Cases OneCaseOf(const boost::basic_regex<Char, Traits>& regex, bool canBeEmpty) 
     return !began || now == first || atEnd;
   };
   for (const auto* state = regex.get_first_state(); state != nullptr; state = state->next.p) {
-    bool same = true;
-    if (state->type == detail::syntax_element_toggle_case) {
-      same = set(static_cast<const detail::re_case*>(state)->icase, *state->next.p);
-    } else if (state->type == detail::syntax_element_startmark ||
-               state->type == detail::syntax_element_endmark) {
-      same = set(static_cast<const detail::re_brace*>(state)->icase, *state->next.p);
-    } else {
-      began = true;
-    }
-    if (!same) return {{true, true}};
+    const bool* const changed = CaseFrom(*state);
+    if (changed != nullptr && !set(*changed, *state->next.p)) return {{true, true}};
+    if (changed == nullptr) began = true;
   }
   Cases cases;
   cases.in[first ? 1 : 0] = true;
@@ -62,15 +68,17 @@ Cases OneCaseOf(const boost::basic_regex<Char, Traits>& regex, bool canBeEmpty) 
 template <class Char, class Traits>
 Cases CasesOf(const boost::basic_regex<Char, Traits>& regex) {
   Cases cases;
-  const auto add = [&cases](bool icase) { cases.in[icase ? 1 : 0] = true; };
-  add((regex.flags() & boost::regex_constants::icase) != 0);
-  for (const auto* state = regex.get_first_state(); state != nullptr; state = state->next.p) {
-    if (state->type == detail::syntax_element_toggle_case) {
-      add(static_cast<const detail::re_case*>(state)->icase);
-    } else if (state->type == detail::syntax_element_startmark ||
-               state->type == detail::syntax_element_endmark) {
-      add(static_cast<const detail::re_brace*>(state)->icase);
-    }
+  bool icase = (regex.flags() & boost::regex_constants::icase) != 0;
+  const auto* state = regex.get_first_state();
+  // Of the changes that a program begins with, as with (?i), the last one counts.
+  for (; state != nullptr; state = state->next.p) {
+    const bool* const changed = CaseFrom(*state);
+    if (changed == nullptr) break;
+    icase = *changed;
+  }
+  cases.in[icase ? 1 : 0] = true;
+  for (; state != nullptr; state = state->next.p) {
+    if (const bool* const changed = CaseFrom(*state)) cases.in[*changed ? 1 : 0] = true;
   }
   return cases;
 }

@@ -47,23 +47,32 @@ inline bool IsRepeat(const detail::re_syntax_base& state) {
 /// another branch has put there, the way round a repeat is followed too short, the case behind a
 /// group and \X are forgotten. What can follow each state is found here by going over the program
 /// until nothing is added any more, and what lacks is added. The maps never hold less than the
-/// engine's own.
+/// engine's own. Most programs have nothing that the engine forgets, and are left as they are: what
+/// comes first is computed for the others alone, and in them for the states that a map asks for.
 template <class Traits>
 class ProgramMender {
  public:
   using Regex = boost::basic_regex<typename Traits::char_type, Traits>;
 
   explicit ProgramMender(Regex& regex) : regex_(regex), cases_(CasesOf(regex)) {
-    // The states belong to the regex, which tells them as constant.
-    for (auto* state = const_cast<State*>(regex.get_first_state()); state != nullptr;
-         state = state->next.p) {
-      states_.push_back(state);
-      hasRecursion_ = hasRecursion_ || state->type == detail::syntax_element_recurse;
-    }
+    ForEach([this](State& state) {
+      ++size_;
+      hasRecursion_ = hasRecursion_ || state.type == detail::syntax_element_recurse;
+      hasLoop_ = hasLoop_ || state.type == detail::syntax_element_rep;
+    });
   }
 
   void Run() {
     UnmarkRestarts();
+    bool forgets = mixed_;
+    if (!forgets && !hasLoop_ && AreKnown()) return;
+    states_.reserve(size_);
+    ForEach([this](State& state) { states_.push_back(&state); });
+    FindWanted();
+    for (std::size_t i = 0; !forgets && i < size_; ++i) {
+      forgets = wanted_[i] && !IsKnown(*states_[i]);
+    }
+    if (!forgets && !(hasLoop_ && HasEmptyRound())) return;
     FindFirsts();
     WidenMaps();
   }
@@ -79,7 +88,7 @@ class ProgramMender {
     std::array<unsigned char, kEnd + 1> in = {};
 
     bool any() const { return std::find(in.begin(), in.end(), 1) != in.end(); }
-    bool operator==(const Firsts& other) const { return in == other.in; }
+    bool operator!=(const Firsts& other) const { return in != other.in; }
     Firsts& operator|=(const Firsts& other) {
       for (std::size_t i = 0; i < in.size(); ++i) {
         in[i] = static_cast<unsigned char>(in[i] | other.in[i]);
@@ -108,25 +117,146 @@ class ProgramMender {
     return *static_cast<Wanted*>(states_[index]);
   }
 
+  /// The states belong to the regex, which tells them as constant.
+  template <class Use>
+  void ForEach(const Use& use) {
+    for (auto* state = const_cast<State*>(regex_.get_first_state()); state != nullptr;
+         state = state->next.p) {
+      use(*state);
+    }
+  }
+
   void UnmarkRestarts() {
-    for (State* const state : states_) {
-      if (!IsRepeat(*state)) continue;
-      auto& repeat = *static_cast<detail::re_repeat*>(state);
+    ForEach([this](State& state) {
+      if (!IsRepeat(state)) return;
+      auto& repeat = static_cast<detail::re_repeat&>(state);
       if (hasRecursion_ || (IsBounded(repeat) && !repeat.greedy)) repeat.leading = false;
+    });
+  }
+
+  /// Whether the engine's maps hold all that can begin with `state`, where they hold what follows.
+  bool IsKnown(const State& state) const {
+    switch (state.type) {
+      case detail::syntax_element_startmark:
+      case detail::syntax_element_endmark:
+        return static_cast<const detail::re_brace&>(state).index >= 0;
+      case detail::syntax_element_long_set:
+        return IsSingle(state);
+      case detail::syntax_element_word_start:
+      case detail::syntax_element_word_end:
+        // They take away what another branch has put there, and what follows is read in the case of
+        // the flags.
+        return !hasLoop_ &&
+               cases_.in[(regex_.flags() & boost::regex_constants::icase) != 0 ? 1 : 0];
+      case detail::syntax_element_literal:
+      case detail::syntax_element_set:
+      case detail::syntax_element_wild:
+      case detail::syntax_element_backref:
+      case detail::syntax_element_match:
+      case detail::syntax_element_start_line:
+      case detail::syntax_element_end_line:
+      case detail::syntax_element_word_boundary:
+      case detail::syntax_element_within_word:
+      case detail::syntax_element_buffer_start:
+      case detail::syntax_element_buffer_end:
+      case detail::syntax_element_restart_continue:
+      case detail::syntax_element_toggle_case:
+      case detail::syntax_element_jump:
+      case detail::syntax_element_alt:
+        return true;
+      default:
+        return IsRepeat(state);
+    }
+  }
+
+  bool AreKnown() const {
+    const State* state = regex_.get_first_state();
+    while (state != nullptr && IsKnown(*state)) state = state->next.p;
+    return state == nullptr;
+  }
+
+  /// Whether a set holds single characters alone.
+  static bool IsSingle(const State& set) {
+    return static_cast<const detail::re_set_long<typename Traits::char_class_type>&>(set).singleton;
+  }
+
+  /// Whether what comes first from a state on is known without what follows it.
+  static bool IsLast(const State& state) {
+    switch (state.type) {
+      case detail::syntax_element_literal:
+      case detail::syntax_element_set:
+      case detail::syntax_element_long_set:
+      case detail::syntax_element_wild:
+      case detail::syntax_element_backref:
+      case detail::syntax_element_match:
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  /// Whether some repeat can be gone round without a character. The engine fills its map while it
+  /// follows such a round, and reads it half full.
+  bool HasEmptyRound() const {
+    // From each state on, the outermost repeat whose round can end without a character.
+    std::vector<std::size_t> ending(size_, size_);
+    for (std::size_t i = size_; i-- > 0;) {
+      if (IsLast(*states_[i])) continue;
+      ending[i] = ending[i + 1];
+      if (states_[i]->type == detail::syntax_element_jump) {
+        const std::size_t target = Target(i);
+        ending[i] = target > i ? ending[target] : std::min(target, ending[Target(target)]);
+      } else if (IsFork(i)) {
+        if (ending[i] <= i) return true;
+        ending[i] = std::min(ending[i], ending[Target(i)]);
+      }
+    }
+    return false;
+  }
+
+  /// Marks the states that the maps ask for, and those that these lead to without a character.
+  void FindWanted() {
+    wanted_.assign(size_, hasRecursion_);
+    wanted_.front() = true;
+    for (std::size_t i = 0; i < size_; ++i) {
+      const bool fork = IsFork(i);
+      if (!fork && (!wanted_[i] || IsLast(*states_[i]))) continue;
+      const bool jump = states_[i]->type == detail::syntax_element_jump;
+      if (!jump) wanted_[i + 1] = true;
+      if (fork || jump) wanted_[Target(i)] = true;
     }
   }
 
   void FindFirsts() {
-    firsts_.resize(states_.size());
+    if (cases_.in[1]) {
+      for (std::size_t i = 0; i < kEnd; ++i) {
+        folded_[i] = regex_.get_traits().translate(static_cast<Char>(i), true);
+      }
+    }
+    firsts_.resize(size_);
     bool grows = true;
     while (grows) {
       grows = false;
-      for (std::size_t i = states_.size(); i-- > 0;) {
-        const Firsts found = From(i);
-        if (found == firsts_[i]) continue;
-        grows = true;
-        firsts_[i] = found;
+      for (std::size_t i = size_; i-- > 0;) {
+        if (wanted_[i]) firsts_[i] = From(i);
       }
+      for (std::size_t i = 0; !grows && i < size_; ++i) {
+        grows = wanted_[i] && LooksBack(i) && From(i) != firsts_[i];
+      }
+    }
+  }
+
+  /// Whether what comes first from a state on depends on states before it.
+  bool LooksBack(std::size_t index) const {
+    switch (states_[index]->type) {
+      case detail::syntax_element_jump:
+        return Target(index) < index;
+      case detail::syntax_element_recurse:
+        return true;
+      case detail::syntax_element_endmark:
+        return hasRecursion_;
+      default:
+        return false;
     }
   }
 
@@ -187,30 +317,29 @@ class ProgramMender {
   /// The first characters of a literal, or the members of a set.
   Firsts Member(std::size_t index) const {
     const State* const state = states_[index];
-    const auto& traits = regex_.get_traits();
+    Firsts members;
     if (state->type == detail::syntax_element_literal) {
       const Char first = *reinterpret_cast<const Char*>(&As<detail::re_literal>(index) + 1);
-      if (!cases_.in[1]) {  // each character stands for itself alone
-        Firsts itself;
-        const auto number = static_cast<std::make_unsigned_t<Char>>(first);
-        if (number < kEnd) itself.in[number] = 1;
-        return itself;
-      }
-      return Where([&](Char c, bool icase) { return traits.translate(c, icase) == first; });
+      const auto number = static_cast<std::make_unsigned_t<Char>>(first);
+      for (std::size_t i = 0; cases_.in[1] && i < kEnd; ++i) members.in[i] = folded_[i] == first;
+      if (cases_.in[0] && number < kEnd) members.in[number] = 1;
+      return members;
     }
     if (state->type == detail::syntax_element_set) {
       const unsigned char* const map = As<detail::re_set>(index)._map;
-      if (!cases_.in[1]) {
-        Firsts members;
-        for (std::size_t i = 0; i < kEnd; ++i) members.in[i] = map[i] != 0 ? 1 : 0;
-        return members;
+      const auto isMember = [map](auto c) { return map[static_cast<unsigned char>(c)] != 0; };
+      for (std::size_t i = 0; i < kEnd; ++i) {
+        members.in[i] = (cases_.in[0] && isMember(i)) || (cases_.in[1] && isMember(folded_[i]));
       }
-      return Where([&](Char c, bool icase) {
-        return map[static_cast<unsigned char>(traits.translate(c, icase))] != 0;
-      });
+      return members;
+    }
+    if (!IsSingle(*state)) return Everything();
+    if (!mixed_ && index > 0 && states_[index - 1]->type == detail::syntax_element_long_set_rep) {
+      const unsigned char* const map = As<detail::re_alt>(index - 1)._map;  // holds just these
+      for (std::size_t i = 0; i < kEnd; ++i) members.in[i] = (map[i] & detail::mask_take) != 0;
+      return members;
     }
     const auto& set = As<detail::re_set_long<typename Traits::char_class_type>>(index);
-    if (!set.singleton) return Everything();
     return Where([&](Char c, bool icase) {
       const Char* const first = &c;
       return detail::re_is_set_member(first, first + 1, &set, regex_.get_data(), icase) != first;
@@ -237,13 +366,17 @@ class ProgramMender {
     return firsts;
   }
 
+  /// Whether a state has a map of its own, for the next one and for its target.
+  bool IsFork(std::size_t index) const {
+    return states_[index]->type == detail::syntax_element_alt || IsRepeat(*states_[index]);
+  }
   const Firsts& Next(std::size_t index) const { return firsts_[index + 1]; }
   /// From a repeat on that was gone through at least once.
   Firsts OnceMore(std::size_t repeat) const { return Next(repeat) | firsts_[Target(repeat)]; }
   /// From the end of a group on: also behind what recurses into it.
   Firsts BehindGroup(std::size_t index) const {
     Firsts firsts = Next(index);
-    for (std::size_t i = 0; hasRecursion_ && i < states_.size(); ++i) {
+    for (std::size_t i = 0; hasRecursion_ && i < size_; ++i) {
       if (states_[i]->type != detail::syntax_element_recurse) continue;
       const int group = As<detail::re_brace>(Target(i)).index;
       if (group == As<detail::re_brace>(index).index) firsts |= Next(i);
@@ -259,8 +392,8 @@ class ProgramMender {
   }
 
   void WidenMaps() {
-    for (std::size_t i = 0; i < states_.size(); ++i) {
-      if (states_[i]->type != detail::syntax_element_alt && !IsRepeat(*states_[i])) continue;
+    for (std::size_t i = 0; i < size_; ++i) {
+      if (!IsFork(i)) continue;
       auto& fork = As<detail::re_alt>(i);
       Widen(fork._map, fork.can_be_null, detail::mask_take, Next(i));
       Widen(fork._map, fork.can_be_null, detail::mask_skip, firsts_[Target(i)]);
@@ -280,9 +413,14 @@ class ProgramMender {
 
   Regex& regex_;
   const Cases cases_;
+  const bool mixed_ = cases_.in[0] && cases_.in[1];
+  std::size_t size_ = 0;  // of the states
   std::vector<State*> states_;
-  std::vector<Firsts> firsts_;  // by the numbers of the states
+  std::vector<bool> wanted_;            // by the numbers of the states
+  std::vector<Firsts> firsts_;          // likewise
+  std::array<Char, kEnd> folded_ = {};  // where case doesn't count
   bool hasRecursion_ = false;
+  bool hasLoop_ = false;  // more than a single character is repeated
 };
 
 /// The flags to run `regex` under when `flags` are asked for. With match_any the engine reads a
