@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: BSL-1.0
 #include "object/ExpressionState.hpp"
 
-#include "catalogues/ThreadRecord.hpp"
-
 namespace RegexClass {
 
 ExpressionState::ExpressionState(RegularExpression* object, const ExpressionState& source)
@@ -45,34 +43,6 @@ void ExpressionState::MarkNotCompiled() {
 void ExpressionState::SetExpressionOptions(ExpressionOptions& options) noexcept {
   MarkNotCompiled();
   settings.expressionOptions.swap(options);
-}
-
-RegularExpression::RegularExpression() : state(std::make_unique<ExpressionState>(this)) {}
-
-RegularExpression::RegularExpression(const RegularExpression& source)
-    : state(std::make_unique<ExpressionState>(this, *source.state)) {}
-
-RegularExpression::RegularExpression(RegularExpression&& source) noexcept : RegularExpression() {
-  Swap(source);
-}
-
-RegularExpression::~RegularExpression() { ThreadRecord::Release(); }
-
-RegularExpression& RegularExpression::operator=(const RegularExpression& source) {
-  *state = *source.state;
-  return *this;
-}
-
-RegularExpression& RegularExpression::operator=(RegularExpression&& source) noexcept {
-  RegularExpression taken(std::move(source));
-  Swap(taken);
-  return *this;
-}
-
-void RegularExpression::Swap(RegularExpression& other) noexcept { state->Swap(*other.state); }
-
-bool RegularExpression::operator==(const RegularExpression& other) const {
-  return state->settings == other.state->settings;
 }
 
 }  // namespace RegexClass
