@@ -15,6 +15,8 @@
 #include "TestHelpers.hpp"
 #include "engine/boost/BoostRegex.hpp"
 #include "engine/boost/ProgramMending.hpp"
+#include "engine/models/Models.hpp"
+#include "options/OptionTable.hpp"
 
 namespace RegexClass::test {
 namespace {
@@ -213,11 +215,11 @@ TEST(Strings, AreWalkedAlikeOnAllWaysUnderAllOptions) {
     const bool plain = random.Flip();
     const std::string letters = plain ? "ab " : std::string("aAbB\n\0\r\xc3\xa9\xc3\xa9 ", 12);
     RE re = Make(plain ? Sequence(random) : Expression(random), random.Text(letters, 30));
-    re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
-    re.AddExpressionOption(static_cast<RE::Options>(random.Below(RE::PerlSyntax + 1)));
+    re.AddExpressionOption(static_cast<RE::Options>(random.Below(kOptionCount)));
+    re.AddExpressionOption(static_cast<RE::Options>(random.Below(kOptionCount)));
     re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
     re.AddMatchOption(static_cast<RE::Matches>(random.Below(RE::MatchPartial + 1)));
-    re.SetLocaleModel(static_cast<RE::LocaleModels>(random.Below(RE::UnicodeLocale + 1)));
+    re.SetLocaleModel(static_cast<RE::LocaleModels>(random.Below(std::size(engine::kModels))));
     re.SetFormatString("<$0$1>");
     std::ostringstream record;
     record << re;

@@ -7,14 +7,19 @@
 
 namespace RegexClass::engine {
 
-// A file for each.
-const Model& CppModel();
-const Model& W32Model();
-const Model& CModel();
-const Model& UnicodeModel();
+// The models, in the order of the numbers that applications know them by. Each has a source of its
+// own, which defines the function with its name, such as CppModel().
+#define REGEXCLASS_MODELS(ROW) \
+  ROW(Cpp)                     \
+  ROW(W32)                     \
+  ROW(C)                       \
+  ROW(Unicode)
 
-/// The models, by the numbers that applications know them by.
-inline constexpr const Model& (*kModels[])() = {CppModel, W32Model, CModel, UnicodeModel};
+#define REGEXCLASS_DECLARE_MODEL(name) const Model& name##Model();
+REGEXCLASS_MODELS(REGEXCLASS_DECLARE_MODEL)
+
+#define REGEXCLASS_NAME_MODEL(name) name##Model,
+inline constexpr const Model& (*kModels[])() = {REGEXCLASS_MODELS(REGEXCLASS_NAME_MODEL)};
 
 }  // namespace RegexClass::engine
 
