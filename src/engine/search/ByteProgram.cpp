@@ -12,7 +12,8 @@ namespace {
 
 struct TooLarge {};
 
-constexpr std::size_t kMost = 60000;  // states
+constexpr std::size_t kMostStates = 60000;
+constexpr std::size_t kMostParts = 1000000;  // of the tree, repeats written out
 
 /// What an assertion asks of the bytes around it.
 Context AskedBy(Assertion assertion) {
@@ -85,7 +86,7 @@ class ByteProgram::Emitter {
 
   /// States for `tree`; gives the first one, for an iteration that has taken nothing before.
   std::uint32_t Emit(const Tree& tree, Next next) {
-    if (++parts_ > kMost) throw TooLarge();
+    if (++parts_ > kMostParts) throw TooLarge();
     const auto& parts = tree.parts;
     switch (tree.kind) {
       case Tree::Kind::kBytes:
@@ -181,7 +182,7 @@ class ByteProgram::Emitter {
     return isNew ? AddNew(state) : known->second;
   }
   std::uint32_t AddNew(const State& state) {
-    if (program_.states_.size() == kMost) throw TooLarge();
+    if (program_.states_.size() == kMostStates) throw TooLarge();
     program_.states_.push_back(state);
     return static_cast<std::uint32_t>(program_.states_.size() - 1);
   }

@@ -7,6 +7,8 @@
 namespace RegexClass::engine {
 namespace {
 
+constexpr std::size_t kPatience = 4;  // choices a byte, before none is made twice
+
 /// Sets an end of a group, and makes it the one that was closed last if it's the second.
 void SetMark(std::size_t mark, const char* at, Part* parts, std::size_t& closed) {
   Part& part = parts[mark / 2];
@@ -106,14 +108,64 @@ std::size_t OnePass::Find(const MatchedText& text, Part* parts) const {
   return closed;
 }
 
-std::size_t GroupSearch::Find(const MatchedText& text, Part* parts) {
+GroupSearch::GroupSearch(const ByteProgram& program, Flags flags)
+    : program_(program), flags_(flags), words_(program.ClassCount() / 64 + 1) {}
+
+void GroupSearch::ReadNextBytes() {
   using Kind = ByteProgram::State::Kind;
-  const std::size_t width = program_.States().size();
+  const auto& states = program_.States();
+  const std::size_t end = program_.ClassCount();
+  goesOn_.assign(states.size() * words_, 0);
+  const auto row = [this](std::uint32_t state) { return goesOn_.data() + state * words_; };
+  for (std::uint32_t number = 0; number < states.size(); ++number) {
+    const ByteProgram::State& state = states[number];
+    if (state.kind == Kind::kMatch) row(number)[end / 64] |= std::uint64_t{1} << end % 64;
+    for (std::size_t i = 0; state.kind == Kind::kBytes && i < end; ++i) {
+      if (program_.Takes(state, i)) row(number)[i / 64] |= std::uint64_t{1} << i % 64;
+    }
+  }
+  // What follows a state stands before it, but for the bodies of loops.
+  for (bool changed = true; changed;) {
+    changed = false;
+    for (std::uint32_t number = 0; number < states.size(); ++number) {
+      const ByteProgram::State& state = states[number];
+      const bool isSplit = state.kind == Kind::kSplit;
+      if (!isSplit && state.kind != Kind::kMark && state.kind != Kind::kAssertion) continue;
+      for (std::size_t i = 0; i < words_; ++i) {
+        const std::uint64_t more = row(state.next)[i] | (isSplit ? row(state.other)[i] : 0);
+        changed = changed || (more & ~row(number)[i]) != 0;
+        row(number)[i] |= more;
+      }
+    }
+  }
+}
+
+std::size_t GroupSearch::Find(const MatchedText& text, Part* parts) {
+  if (goesOn_.empty()) ReadNextBytes();
+  std::size_t closed = 0;
+  if (!Try<false>(text, parts, closed)) Try<true>(text, parts, closed);
+  return closed;
+}
+
+/// Whether a state comes to a place for the first time.
+bool GroupSearch::Remember(std::uint32_t state, std::size_t at, std::size_t length) {
+  const std::size_t bit = state * (length + 1) + at;
+  const std::uint64_t mask = std::uint64_t{1} << bit % 64;
+  const bool isNew = (tried_[bit / 64] & mask) == 0;
+  tried_[bit / 64] |= mask;
+  return isNew;
+}
+
+/// False, with `parts` as they were, when it takes long; that can't be if it remembers.
+template <bool kRemembers>
+bool GroupSearch::Try(const MatchedText& text, Part* parts, std::size_t& closed) {
+  using Kind = ByteProgram::State::Kind;
+  const std::size_t end = program_.ClassCount();
   const auto length = static_cast<std::size_t>(text.last - text.first);
-  tried_.assign((width * (length + 1) + 63) / 64, 0);
+  if (kRemembers) tried_.assign((program_.States().size() * (length + 1) + 63) / 64, 0);
+  std::size_t choices = 0;
   taken_.clear();
   toTry_.assign(1, {program_.Start(), text.first});
-  std::size_t closed = 0;
   while (!toTry_.empty()) {
     auto [number, at] = toTry_.back();
     toTry_.pop_back();
@@ -123,38 +175,64 @@ std::size_t GroupSearch::Find(const MatchedText& text, Part* parts) {
       taken_.pop_back();
       continue;
     }
+    const auto next = [&, &place = at] {
+      return place == text.last ? end : program_.Classes()[static_cast<unsigned char>(*place)];
+    };
+    std::size_t byteClass = next();
     for (;;) {
-      const std::size_t bit = static_cast<std::size_t>(at - text.first) * width + number;
-      const std::uint64_t mask = std::uint64_t{1} << bit % 64;
-      if ((tried_[bit / 64] & mask) != 0) break;
-      tried_[bit / 64] |= mask;
       const ByteProgram::State& state = program_.States()[number];
-      if (state.kind == Kind::kMatch) {
-        if (at == text.last) return closed;
-        break;
-      }
-      if (state.kind == Kind::kFail || state.kind == Kind::kUnknown) break;
       if (state.kind == Kind::kBytes) {
-        if (at == text.last) break;
-        const std::uint8_t byteClass = program_.Classes()[static_cast<unsigned char>(*at)];
-        if (!program_.Takes(state, byteClass)) break;
+        if (!CanGoOn(number, byteClass)) break;
         ++at;
+        byteClass = next();
       } else if (state.kind == Kind::kSplit) {
-        toTry_.push_back({state.other, at});
+        const bool first = CanGoOn(state.next, byteClass);
+        const bool second = CanGoOn(state.other, byteClass);
+        if (!first && !second) break;
+        if (kRemembers && !Remember(number, static_cast<std::size_t>(at - text.first), length)) {
+          break;
+        }
+        if (first && second) {
+          if (!kRemembers && ++choices > kPatience * (length + 16)) return TakeBack(closed);
+          toTry_.push_back({state.other, at});
+        }
+        const std::uint32_t taken = first ? state.next : state.other;
+        const std::uint32_t left = first ? state.other : state.next;
+        const ByteProgram::State& body = program_.States()[taken];
+        // A loop of one byte goes on while nothing else can.
+        if (body.kind == Kind::kBytes && body.next == number && first != second) {
+          do {
+            ++at;
+            byteClass = next();
+          } while (CanGoOn(taken, byteClass) && !CanGoOn(left, byteClass));
+          continue;
+        }
+        number = taken;
+        continue;
       } else if (state.kind == Kind::kMark) {
         Part& part = parts[state.argument / 2];
         taken_.push_back({&part, part, closed});
         toTry_.push_back({0, nullptr});
         SetMark(state.argument, at, parts, closed);
-      } else {
+      } else if (state.kind == Kind::kAssertion) {
         const Context before = at == text.edge ? kEdge : program_.ContextOf(at[-1]);
         const Context after = at == text.otherEdge ? kEdge : program_.ContextOf(*at);
         if (!Holds(static_cast<Assertion>(state.argument), before, after, flags_)) break;
+      } else {
+        if (state.kind == Kind::kMatch && at == text.last) return true;
+        break;
       }
       number = state.next;
     }
   }
-  return closed;
+  return true;
+}
+
+/// Takes all marks back. False.
+bool GroupSearch::TakeBack(std::size_t& closed) {
+  for (; !taken_.empty(); taken_.pop_back()) *taken_.back().part = taken_.back().before;
+  closed = 0;
+  return false;
 }
 
 }  // namespace RegexClass::engine

@@ -51,16 +51,16 @@ class OnePass {
   bool isOne_;
 };
 
-/// The groups of any other expression: tries what the engine tries, in its order, but nothing
-/// twice.
+/// The groups of any other expression: tries what the engine tries, in its order, but nothing that
+/// the next byte rules out, and nothing twice once that would take long.
 class GroupSearch {
  public:
   /// `program` must last, and runs forward.
-  GroupSearch(const ByteProgram& program, Flags flags) : program_(program), flags_(flags) {}
+  GroupSearch(const ByteProgram& program, Flags flags);
 
   /// Whether a text isn't too long for it.
   bool Takes(std::size_t bytes) const {
-    constexpr std::size_t kMost = std::size_t{8} << 20;  // tries
+    constexpr std::size_t kMost = std::size_t{64} << 20;  // tries, each a bit
     return (bytes + 1) * program_.States().size() <= kMost;
   }
 
@@ -68,7 +68,7 @@ class GroupSearch {
   std::size_t Find(const MatchedText& text, Part* parts);
 
  private:
-  struct Try {
+  struct Attempt {
     std::uint32_t state;
     const char* at;  // null to take a mark back
   };
@@ -78,10 +78,22 @@ class GroupSearch {
     std::size_t closedBefore;
   };
 
+  void ReadNextBytes();
+  /// Whether a path from `state` can go on with a byte of a class, or end with the text.
+  bool CanGoOn(std::uint32_t state, std::size_t byteClass) const {
+    return (goesOn_[state * words_ + byteClass / 64] >> byteClass % 64 & 1) != 0;
+  }
+  template <bool kRemembers>
+  bool Try(const MatchedText& text, Part* parts, std::size_t& closed);
+  bool TakeBack(std::size_t& closed);
+  bool Remember(std::uint32_t state, std::size_t at, std::size_t length);
+
   const ByteProgram& program_;
   const Flags flags_;
-  std::vector<std::uint64_t> tried_;  // a bit for each state at each place
-  std::vector<Try> toTry_;
+  const std::size_t words_;            // for a bit for each class and one for the end of the text
+  std::vector<std::uint64_t> goesOn_;  // made at the first search
+  std::vector<std::uint64_t> tried_;   // a bit for each place at each state
+  std::vector<Attempt> toTry_;
   std::vector<Taken> taken_;
 };
 

@@ -16,7 +16,7 @@ struct SearchTuning {
   std::size_t largestWindow = 1 << 18;    // and later on
   std::size_t patience = 64;              // candidates that are too many in a text of any length
   std::size_t leastText = 512;            // bytes to search for which a finder pays at all
-  std::size_t automatonMemory = 2 << 20;  // bytes of states of an automaton, in each direction
+  std::size_t automatonMemory = 8 << 20;  // bytes of states of an automaton, in each direction
 
   /// What holds from now on for all that is compiled: for tests, which have short texts.
   static void Use(const SearchTuning& tuning) { current = tuning; }

@@ -72,7 +72,11 @@ Walk::Walk(SearchAids& aids, const Program& program, EngineWalk& engine, std::st
 
 Walk::~Walk() {
   if ((flags_ & kForEngine) != 0) return;
-  if (regular_ != nullptr) Settle(*regular_, automaton_.has_value(), automatonGaveUp_);
+  if (regular_ != nullptr) {
+    constexpr std::size_t kOfCall = 64;  // the bytes that are searched in the time of a call
+    regular_->Searched(kOfCall);
+    Settle(*regular_, automaton_.has_value(), automatonGaveUp_);
+  }
   // What was found so soon would have been found sooner without it.
   const bool little = passed_ < aids_.tuning_.leastText;
   Settle(aids_.finder_, candidates_.has_value(), little || (candidates_ && candidates_->GaveUp()));
