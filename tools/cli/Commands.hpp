@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: BSL-1.0
 // The commands of the tool. Each takes a command line that has been taken apart, does its work and
-// gives the exit status; it throws Failure when there is nothing more to do.
+// returns the exit status; it throws Failure when there is nothing more to do.
 #ifndef REGEXCLASS_TOOLS_CLI_COMMANDS_HPP
 #define REGEXCLASS_TOOLS_CLI_COMMANDS_HPP
 
@@ -21,7 +21,7 @@ namespace tool {
 struct Request {
   SetUp setUp;
   Style style;
-  std::vector<std::string> inputs;  ///< Files, or patterns of files, behind the expression.
+  std::vector<std::string> inputs;  ///< Files, or patterns of files, after the expression.
   FileChoice choice;                ///< But for the arguments, which are the inputs.
   LineChoice lines;
   std::optional<std::string> writeTo;

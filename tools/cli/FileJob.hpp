@@ -72,7 +72,7 @@ class PartSearch {
       const ListedFile& file, const std::vector<RegexClass::REMatch>& match, unsigned int line)>;
   using OnFile = std::function<void(const ListedFile& file)>;
 
-  /// Reports each match. `done` is told of each file behind its matches and `without`, if it isn't
+  /// Reports each match. `done` is told of each file after its matches and `without`, if it isn't
   /// empty, of each that has none, in the order of the list.
   void GrepFiles(RE& object, const OnMatch& match, const OnFile& done, const OnFile& without);
   /// Reports each file with a match, and then those without. Either function may be empty.

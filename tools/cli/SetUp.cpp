@@ -169,7 +169,7 @@ void AddSplitOptions(CLI::App& command, SetUp& setUp) {
   command.add_option("--max-splits", setUp.maximumSplits, "The most pieces of a text; 0: no limit")
       ->check(Number(0, std::numeric_limits<std::uint32_t>::max()));
   AddYesNo(command, setUp.splitInputDelete,
-           {"--input-delete", "Use the text up, and print its unused rest behind the pieces"},
+           {"--input-delete", "Use the text up, and print its unused rest after the pieces"},
            {"--no-input-delete", "Leave the text as it is"});
 }
 

@@ -15,7 +15,7 @@
 
 namespace tool {
 
-/// The settings as the command line gives them. What isn't given leaves the object as it is: as a
+/// The settings as the command line has them. What it hasn't leaves the object as it is: as a
 /// settings file has made it, or new.
 struct SetUp {
   std::optional<std::string> settingsFile, expression, text, files, format, saveExtension;

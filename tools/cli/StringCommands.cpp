@@ -75,7 +75,7 @@ struct Job {
 
   Json MatchObject(const std::vector<REMatch>& match, unsigned int line) const {
     Json json = Printer::Place(file, Line(line));
-    // The last two entries are the texts before and behind the match.
+    // The last two entries are the texts before and after the match.
     AddMatch(json, match, match.size() - 2, text.offset);
     return json;
   }
@@ -86,7 +86,7 @@ struct Job {
   }
 };
 
-/// Works on the text that is set, and gives the number of matches.
+/// Works on the text that is set, and returns the number of matches.
 using Operation = std::function<std::uint64_t(Job&)>;
 
 std::uint64_t RunOnText(Job& job, const Operation& operation) {

@@ -144,8 +144,8 @@ void AddLineOptions(CLI::App& app, Request& request) {
   std::vector<CLI::Option*> options = {
       app.add_flag("-v,--invert-match", lines.inverted, "Print the lines without a match")};
   const auto both = [&lines](std::uint64_t number) { lines.before = lines.after = number; };
-  options.push_back(app.add_option("-A,--after-context", lines.after, "Lines behind each too"));
-  options.push_back(app.add_option("-B,--before-context", lines.before, "Lines in front too"));
+  options.push_back(app.add_option("-A,--after-context", lines.after, "Lines after each too"));
+  options.push_back(app.add_option("-B,--before-context", lines.before, "Lines before each too"));
   options.push_back(app.add_option_function<std::uint64_t>("-C,--context", both, "Both"));
   for (CLI::Option* const option : options) {
     if (option->get_expected_max() > 0) option->check(Number(0));
@@ -220,7 +220,7 @@ void AddArguments(CLI::App& app, std::vector<std::string>& arguments) {
 }
 
 /// The arguments as CLI11 wants them, the last one first. It would take what stands in brackets for
-/// a list; so an argument that ends with one gets a zero byte behind it, which no argument has of
+/// a list; so an argument that ends with one gets a zero byte after it, which no argument has of
 /// itself.
 std::vector<std::string> Marked(int argc, char** argv) {
   std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);

@@ -187,7 +187,7 @@ class NamedFiles {
     if (in.bad()) throw Failure(*choice_.listFile + ": " + SystemWords(errno != 0 ? errno : EIO));
   }
 
-  /// Takes what has the name; gives the number of an error when nothing has.
+  /// Takes what has the name; returns the number of an error when nothing has.
   int Name(const std::string& name, bool spelledOut) {
     const FileStatus status = StatusOf(name);
     if (status.kind == FileStatus::kDirectory) {

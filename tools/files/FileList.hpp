@@ -26,7 +26,7 @@ struct FileChoice {
   bool binary = false;
   bool ignoreFiles = false;
   bool hardLinks = false;   ///< Change files with several names, too.
-  bool linksApart = false;  ///< Links that were found stand behind all files.
+  bool linksApart = false;  ///< Links that were found come after all files.
 };
 
 struct ListedFile {

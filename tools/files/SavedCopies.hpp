@@ -10,12 +10,12 @@
 
 namespace tool {
 
-/// The name of the copy of `file`: with the extension in place of what stands behind the last dot
+/// The name of the copy of `file`: with the extension in place of what stands after the last dot
 /// of the file's own name, or added to a name without a dot.
 std::string CopyName(const std::string& file, const std::string& extension);
 
-/// The extension with which the library, for which the last dot of the whole path counts, gives the
-/// copy of `file` that name.
+/// The extension with which the library, for which the last dot of the whole path counts, names the
+/// copy of `file` so.
 std::string ExtensionFor(const std::string& file, const std::string& extension);
 
 /// Whether the file's name has that extension, in upper or lower case.

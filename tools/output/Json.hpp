@@ -17,7 +17,7 @@ using Json = nlohmann::ordered_json;
 /// Any bytes: {"text": a string}, or {"bytes": base64} when they are no UTF-8.
 Json JsonBytes(const std::string& bytes);
 
-/// The bytes behind {"bytes": ...}. What is no digit of base64 ends them.
+/// The bytes that the digits of {"bytes": base64} stand for. What is no digit of base64 ends them.
 std::string BytesOfBase64(const std::string& digits);
 
 /// Adds "position", "match" and "groups" of the match whose entries, the whole match and its

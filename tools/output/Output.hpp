@@ -35,7 +35,7 @@ struct Style {
   bool Silent() const { return quiet || count || NamesOnly(); }
 };
 
-/// A match in a text: offsets of its first byte and of the one behind its last.
+/// A match in a text: offsets of its first byte and of the one after its last.
 struct Span {
   std::size_t begin = 0;
   std::size_t end = 0;
@@ -49,7 +49,7 @@ class Printer {
   static Printer OfFiles(const Style& style, std::ostream& out);
 
   /// Prints the part of `text` that is a line, with the matches in it marked, which come in
-  /// ascending order and may begin before it or end behind it. `sign` stands behind the number.
+  /// ascending order and may begin before it or end after it. `sign` stands after the number.
   void Line(const std::string& file, std::uint64_t line, const std::string& text, Span part,
             const Span* match, const Span* lastMatch, char sign = ':');
   /// Prints what stands between lines that don't follow each other.
@@ -111,7 +111,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Shows what `words` gives, unless it is too early or something was shown a moment ago.
+  /// Shows what `words` returns, unless it is too early or something was shown a moment ago.
   template <typename Words>
   void Show(const Words& words) {
     if (IsDue()) Print(words());

@@ -73,7 +73,7 @@ struct WordPrinter {
     for (const std::string& name : value) words += (words.empty() ? "" : " ") + name;
     return words.empty() ? "none" : words;
   }
-  /// In quotes; bytes that are no UTF-8 as base64 behind that word.
+  /// In quotes; bytes that are no UTF-8 as base64 after that word.
   std::string operator()(const std::string& value) const {
     const Json bytes = JsonBytes(value);
     const bool text = bytes.contains("text");

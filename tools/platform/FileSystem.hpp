@@ -31,7 +31,7 @@ std::string WithSlashes(std::string path);
 
 // ------------------------------------------------------------------------------------- patterns
 
-/// The character that takes its meaning in a pattern from the one behind it; zero where there is
+/// The character that takes its meaning in a pattern from the one after it; zero where there is
 /// none.
 extern const char kEscape;
 /// Whether * stands for names with a dot at the start, too, when the library reads it.

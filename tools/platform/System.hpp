@@ -27,7 +27,7 @@ class Failure : public std::runtime_error {
 inline std::string SystemWords(int number) { return std::strerror(number); }
 
 /// Lets standard streams carry bytes as they are, and a terminal show text as the program has it,
-/// for as long as what it gives exists.
+/// for as long as what it returns exists.
 std::shared_ptr<void> BeginSession();
 
 /// Whether standard output is a terminal, and one that takes colours.
@@ -54,7 +54,7 @@ using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 /// Throws Failure.
 Stream TemporaryStream();
 /// Runs a program that is found as a shell finds it, with some variables of its environment set,
-/// and gives its exit status: 127 when it can't be run, none when it takes longer than the limit
+/// and returns its exit status: 127 when it can't be run, none when it takes longer than the limit
 /// and is ended.
 std::optional<int> RunProgram(const std::vector<std::string>& words,
                               const std::map<std::string, std::string>& variables,

@@ -39,7 +39,7 @@ std::vector<std::string> EnvironmentWith(const std::map<std::string, std::string
   return environment;
 }
 
-/// Waits for a child, and ends it at the limit; gives its exit status.
+/// Waits for a child, and ends it at the limit; returns its exit status.
 std::optional<int> WaitFor(pid_t child, std::chrono::milliseconds limit) {
   using std::chrono::milliseconds;
   int status = 0;

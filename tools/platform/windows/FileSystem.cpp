@@ -91,7 +91,7 @@ std::wstring Capitals(const std::string& text) {
   return wide;
 }
 
-/// Whether `c` is in the set that begins behind a bracket at `set`; `set` goes to its end, and
+/// Whether `c` is in the set that begins after a bracket at `set`; `set` goes to its end, and
 /// stays when there is none.
 bool IsInSet(const wchar_t*& set, wchar_t c) {
   const wchar_t* at = set;
