@@ -87,10 +87,8 @@ TEST_F(Tool, PrintsAndExits) {
       {"echo n >./-; $T grep-files -c n -; rm ./-", 0, "-:1\n"},
       {"$T grep -o bana t q .", 2, "t:bana\n",
        "regexclass: q: No such file or directory\nregexclass: .: Is a directory\n"},
-      {"$T grep -Un 'a\\nno|z\\na|^a' t", 0, "1:banana\n2:no match: xyz\n3:ab[c]\n"},
       {"$T match b t; $T match n t; $T match -x 'b.*' t", 0, "banana\nno match: xyz\nbanana\n"},
       {"$T format -m1 -e n '<&$0>' t --format-type sed -n", 0, "1:<n$0>\n"},
-      {"$T merge a X t; $T merge --no-copy a X t", 0, "bXnXnX\nno mXtch: xyz\nXb[c]XXX\nX\nX\n"},
       {"$T merge -U --only-first '\\n' '&' --format-type sed t; $T split -0 -t 'a b'", 0,
        ReadFile("t") + std::string("a\0b\0", 4)},
       {"$T grep a t >/dev/full", 2, "", "regexclass: standard output: No space left on device\n"},
@@ -122,45 +120,38 @@ TEST_F(Tool, PrintsAndExits) {
 }
 
 TEST_F(Tool, ChoosesFiles) {
+  const auto runAll = [](const std::vector<Case>& cases) {
+    for (const char* const jobs : {"J=; ", "J=-j1; "}) RunAll(cases, jobs);
+  };
   Run("mkdir -p .h v1/b; echo a | tee .h/x v1/n.o v1/.d '[t];x' v1/b/x; printf 'a\\0' >v1/bin");
-  for (const char* const jobs : {"J=; ", "J=-j1; "}) {
-    RunAll(
-        {
-            {"$T find-files $J -r a", 0, "[t];x\nv1/n.o\nv1/b/x\n"},
-            {"$T find-files $J -r a . --exclude '[b]' --exclude '*/.d'", 0, "./[t];x\n./v1/n.o\n"},
-            {"$T find-files $J -r a v1/ --hidden", 0, "v1/.d\nv1/n.o\nv1/b/x\n"},
-            {"$T find-files a v1; $T find-files $J -rL a --binary", 0, "v1/bin\nv1/n.o\n"},
-            {"$T grep-files $J -r a '[x]' v1/.d x; $T grep-files $J -r a .h/x '*.o;b*'", 0,
-             "v1/b/x:1:a\nv1/.d:1:a\n.h/x:1:a\nv1/n.o:1:a\n",
-             "regexclass: x: No such file or directory\n"},
-            {"printf '.h/x\\0[t];x\\0' | $T find-files -0 --files-from - a", 0,
-             std::string(".h/x\0[t];x\0", 11)},
-            {"printf '.h/x\\nq\\n' | $T grep-files --files-from - a", 2, ".h/x:1:a\n",
-             "regexclass: q: No such file or directory\n"},
-            {"$T find-files a 'V1\\*.O' '*/n.*' v1/N.o NUL 'nul*'; $T find-files a '[T];X' '*;*.*' "
-             "'*.*'",
-             0, "V1/n.o\n[t];x\n", "", kWindowsAlone},
-            {"export LC_ALL=C.UTF-8; echo a >Ärger-文; $T find-files a '[äb]rger-?' '*文' "
-             "'Z:'\"$(pwd)/ärger*\" -c; rm Ä*",
-             0, "1\n", "", kWindowsAlone},
-        },
-        jobs);
-  }
+  runAll({
+      {"$T find-files $J -r a", 0, "[t];x\nv1/n.o\nv1/b/x\n"},
+      {"$T find-files $J -r a . --exclude '[b]' --exclude '*/.d'", 0, "./[t];x\n./v1/n.o\n"},
+      {"$T find-files $J -r a v1/ --hidden", 0, "v1/.d\nv1/n.o\nv1/b/x\n"},
+      {"$T find-files a v1; $T find-files $J -rL a --binary", 0, "v1/bin\nv1/n.o\n"},
+      {"$T grep-files $J -r a '[x]' v1/.d x; $T grep-files $J -r a .h/x '*.o;b*'", 0,
+       "v1/b/x:1:a\nv1/.d:1:a\n.h/x:1:a\nv1/n.o:1:a\n",
+       "regexclass: x: No such file or directory\n"},
+      {"printf '.h/x\\0[t];x\\0' | $T find-files $J -0 --files-from - a; printf '.h/x\\nq\\n' | $T "
+       "grep-files $J --files-from - a",
+       2, std::string(".h/x\0[t];x\0", 11) + ".h/x:1:a\n",
+       "regexclass: q: No such file or directory\n"},
+      {"$T find-files a 'V1\\*.O' '*/n.*' v1/N.o NUL 'nul*'; $T find-files a '[T];X' '*;*.*' "
+       "'*.*'",
+       0, "V1/n.o\n[t];x\n", "", kWindowsAlone},
+      {"export LC_ALL=C.UTF-8; echo a >Ärger-文; $T find-files a '[äb]rger-?' '*文' "
+       "'Z:'\"$(pwd)/ärger*\" -c; rm Ä*",
+       0, "1\n", "", kWindowsAlone},
+  });
   Run("echo '*.o' >v1/.gitignore; ln -s b/x v1/l; ln -s b v1/m; cd v1; git init -q;"
       "git add -A; git config core.fsmonitor 'touch ../ran;'");
-  for (const char* const jobs : {"J=; ", "J=-j1; "}) {
-    RunAll(
-        {
-            {"$T find-files $J -r a v1", 0, "v1/l\nv1/n.o\n", "", kPosix},
-            {"$T find-files $J -r a . --exclude b --exclude '*/l'", 0, "./[t];x\n./v1/n.o\n", "",
-             kPosix},
-            {"cd v1/b; $T find-files $J -r a ../b ../../v1 --ignore-files; ls ../../ran", 2,
-             "../b/x\n", "ls: cannot access '../../ran': No such file or directory\n", kPosix},
-            {"$T find-files $J -r a .h --ignore-files 2>&1 | grep -o '.*git: fatal: not'", 0,
-             "regexclass: .h/: git: fatal: not\n", "", kPosix},
-        },
-        jobs);
-  }
+  runAll({
+      {"$T find-files $J -r a v1", 0, "v1/l\nv1/n.o\n", "", kPosix},
+      {"cd v1/b; $T find-files $J -r a ../b ../../v1 --ignore-files; ls ../../ran", 2, "../b/x\n",
+       "ls: cannot access '../../ran': No such file or directory\n", kPosix},
+      {"$T find-files $J -r a .h --ignore-files 2>&1 | grep -o '.*git: fatal: not'", 0,
+       "regexclass: .h/: git: fatal: not\n", "", kPosix},
+  });
   RunAll({{"$T change-files a b 'v1/[l]'; $T change-files a b v1/l; cat v1/b/x", 0, "v1/l:1\nb\n",
            "regexclass: v1/l: passed over: a link that isn't named as such\n", kPosix}});
 }
@@ -170,12 +161,12 @@ TEST_F(Tool, AgreesWithGrepAndSed) {
   Random random(5);
   const std::string expressions[] = {"a",    "ab|b+a", "(a|ab)(c|bcd)?", "^a|c$", "[ab]+c",
                                      "b{2}", "^.b",    "(a)b*\\1"};
-  const std::string options[] = {" ", " -v ", " -w ", " -x ", " -A1 ", " -B2 ", " -C1 ", " -vA1 "};
-  for (int i = 0; i < RegexClass::test::Cases(20); ++i) {
+  const std::string options[] = {" ", " -w ", " -x ", " -B2A1 ", " -vC1 "};
+  for (int i = 0; i < RegexClass::test::Cases(10); ++i) {
     for (const char* name : {"t", "u", "w"}) WriteFile(name, random.Text("aabbc \n", 60) + "\n");
     const std::string bare = expressions[random.Below(8)];
     const std::string e = " '" + bare + "' t u w";
-    const std::string option = options[i % 8];
+    const std::string option = options[i % 5];
     std::string ours = "$T merge -s egrep '" + bare + "' '<$0>' t";
     std::string theirs = "sed -E 's/" + bare + "/<&>/g' t";
     const std::pair<std::string, std::string> pairs[] = {
@@ -246,7 +237,7 @@ TEST_F(Tool, OptionsReachEverySetting) {
 // back what was.
 TEST_F(Tool, ChangesWhatItTold) {
   Random random(7);
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 8; ++i) {
     Run("rm -rf * ../copy*; mkdir -p v1.2 'a b'");
     for (const char* name : {"v1.2/README", "b.c", "a b/c d.c", "a b/e\".c"}) {
       WriteFile(name, random.Text(std::string("abbc\n\n\n\n\0\xFF", 10), 60));
@@ -292,9 +283,8 @@ TEST_F(Tool, ChangesNothingWrong) {
       {"flock a.c $T change-files foo bar 'a.*'; cat a.c", 0, "a.h:1\nfoo\n",
        "regexclass: a.c: can't open: Resource temporarily unavailable\n", kPosix},
       {"mkdir i; for n in {1000..4999}; do echo foo >i/$n; done; $T change-files -j4 -r foo bar i "
-       ">../o & until grep -qs bar i/1000; do :; done; kill $!; wait $!; echo $?; cat i/* | sort "
-       "-u;"
-       "diff <(cut -d: -f1 ../o) <(grep -l bar i/*)",
+       ">../o & until grep -qs bar i/1000; do :; done; kill $!; wait $!; echo $?; cat i/* | "
+       "sort -u; diff <(cut -d: -f1 ../o) <(grep -l bar i/*)",
        0, "143\nbar\nfoo\n",
        "regexclass: interrupted; files that weren't told of are as they were\n", kPosix},
   });
@@ -303,45 +293,36 @@ TEST_F(Tool, ChangesNothingWrong) {
 // In a tree that others write to: links, hard links, copies, few descriptors, another run.
 TEST_F(Tool, IsNotSteered) {
   const std::string other = ": passed over: has other names, which --hard-links would change too\n";
-  RunAll(
-      {
-          {"mkdir l; echo foo >x; ln -s ../x l/x; echo l/x | $T change-files --files-from - foo "
-           "bar;"
-           "ln x w; $T change-files foo bar '[wx]'; $T change-files -j8 foo bar '?' --hard-links;"
-           "$T change-files -j8 bar barbar x w; cat w; rm w",
-           0, "w:1\nx:1\nbarbar\n",
-           "regexclass: l/x: passed over: a link that isn't named as such\nregexclass: w" + other +
-               "regexclass: x" + other,
-           kPosix},
-          {"echo foo >z; ln -s z a; $T change-files foo bar '[az]'", 0, "z:1\n", "", kPosix},
-          {"echo foo >q.c; echo xoo >q.h; chmod 755 q.c; $T change-files foo bar q.c --save o; cp "
-           "q.o "
-           "c; $T change-files --undo o 'q.[h]'; $T change-files --undo o 'q.[c]'; stat -c %a q.c; "
-           "mv "
-           "c q.o; $T change-files --undo o q.c; rm q.h; $T change-files --undo o q.c; ls q.*; ln "
-           "-s "
-           "x q.o; $T change-files --undo o q.c; cat q.c",
-           0, "q.c:1\nq.c\n755\nq.c\nq.c\nfoo\n",
-           "regexclass: q.c: q.o may be the copy of q.h\nregexclass: q.c: isn't a file: q.o\n",
-           kPosix},
-          {"for r in {1..10}; do mkdir s; for i in {1..200}; do echo foo$i >s/$i.c; done; for e in "
-           "foo "
-           "'foo|bar'; do $T change-files -r $e bar s --save o >../o 2>&1 & done; wait; cat s/* | "
-           "grep "
-           "foo | sort -u | wc -l; rm -r s; done | uniq",
-           0, "200\n"},
-          {"mkdir n; for i in {1..300}; do echo foo >n/$i; done; (ulimit -n 14; $T change-files "
-           "-j16 -r "
-           "foo bar n >../o 2>../e); diff <(cut -d: -f1 ../o) <(grep -l bar n/*); diff <(sed -n "
-           "'s/regexclass: \\([^:]*\\).*/\\1/p' ../e) <(grep -l foo n/*); rm -r n",
-           0, "", "", kWithFewDescriptors},
-          {"mkdir deep; (cd deep; l=$(printf 'd%.0s' {1..250}); for i in {1..20}; do mkdir $l; cd "
-           "$l; "
-           "done; echo foo >e; ln e f); for j in 1 8; do $T find-files -rcj$j foo deep; done; "
-           "$T change-files -j8 foo bar -r deep --hard-links | grep -c '/e:1$'; rm -r deep",
-           0, "2\n2\n1\n", "", kPosix},
-      },
-      "");
+  RunAll({
+      {"mkdir l; echo foo >x; ln -s ../x l/x; echo l/x | $T change-files --files-from - foo "
+       "bar;ln x w; $T change-files foo bar '[wx]'; $T change-files -j8 foo bar '?' "
+       "--hard-links;$T change-files -j8 bar barbar x w; cat w; rm w",
+       0, "w:1\nx:1\nbarbar\n",
+       "regexclass: l/x: passed over: a link that isn't named as such\nregexclass: w" + other +
+           "regexclass: x" + other,
+       kPosix},
+      {"echo foo >z; ln -s z a; $T change-files foo bar '[az]'", 0, "z:1\n", "", kPosix},
+      {"echo foo >q.c; echo xoo >q.h; chmod 755 q.c; $T change-files foo bar q.c --save o; "
+       "cp q.o c; $T change-files --undo o 'q.[h]'; $T change-files --undo o 'q.[c]'; "
+       "stat -c %a q.c; mv c q.o; $T change-files --undo o q.c; rm q.h; "
+       "$T change-files --undo o q.c; ls q.*; ln -s x q.o; $T change-files --undo o q.c; "
+       "cat q.c",
+       0, "q.c:1\nq.c\n755\nq.c\nq.c\nfoo\n",
+       "regexclass: q.c: q.o may be the copy of q.h\nregexclass: q.c: isn't a file: q.o\n", kPosix},
+      {"for r in {1..10}; do mkdir s; for i in {1..200}; do echo foo$i >s/$i.c; done; "
+       "for e in foo 'foo|bar'; do $T change-files -r $e bar s --save o >../o 2>&1 & done; "
+       "wait; cat s/* | grep foo | sort -u | wc -l; rm -r s; done | uniq",
+       0, "200\n"},
+      {"mkdir n; for i in {1..300}; do echo foo >n/$i; done; (ulimit -n 14; "
+       "$T change-files -j16 -r foo bar n >../o 2>../e); diff <(cut -d: -f1 ../o) <(grep -l "
+       "bar n/*); diff <(sed -n 's/regexclass: \\([^:]*\\).*/\\1/p' ../e) <(grep -l foo n/*);"
+       " rm -r n",
+       0, "", "", kWithFewDescriptors},
+      {"mkdir deep; (cd deep; l=$(printf 'd%.0s' {1..250}); for i in {1..20}; do mkdir $l; "
+       "cd $l; done; echo foo >e; ln e f); for j in 1 8; do $T find-files -rcj$j foo deep; "
+       "done; $T change-files -j8 foo bar -r deep --hard-links | grep -c '/e:1$'; rm -r deep",
+       0, "2\n2\n1\n", "", kPosix},
+  });
   if (kWindows || Output("id -u") != "0\n") return;
   RunAll({{"echo foo >o.c; echo evil >o.o; chown 65534 o.o; $T change-files --undo o o.c; cat o.c",
            0, "foo\n", "regexclass: o.c: can't put o.o back: Operation not permitted\n"}});
@@ -352,13 +333,11 @@ TEST_F(Tool, AsksGitForItsRulesAlone) {
   if (kWindows) GTEST_SKIP() << "git is one of the host";
   Run("export HOME=$PWD; git config --global user.email a@b; git config --global user.name a;"
       "git config --global protocol.file.allow always; for r in p s t; do git init -q $r; cd $r;"
-      "echo '*.o' >.gitignore; echo a | tee a.c >a.o; git add .; git commit -qm a; cd ..; done; cd "
-      "t;"
-      "git submodule -q add ../s sub; echo a >sub/b.o; git init -q ig/own; echo a >ig/own/c; echo "
-      "ig "
-      ">>.gitignore; cd ../p; git config remote.o.url ../s; git config remote.o.promisor true;"
-      "git config remote.o.uploadpack 'touch ../ran;'; git config core.repositoryformatversion 1;"
-      "git config extensions.partialClone o;"
+      "echo '*.o' >.gitignore; echo a | tee a.c >a.o; git add .; git commit -qm a; cd ..; done; "
+      "cd t;git submodule -q add ../s sub; echo a >sub/b.o; git init -q ig/own; echo a >ig/own/c;"
+      " echo ig >>.gitignore; cd ../p; git config remote.o.url ../s; "
+      "git config remote.o.promisor true;git config remote.o.uploadpack 'touch ../ran;'; "
+      "git config core.repositoryformatversion 1;git config extensions.partialClone o;"
       "rm .git/objects/$(git rev-parse HEAD:.gitignore | sed 's,..,&/,'); mkfifo ../f;"
       "git update-index --skip-worktree .gitignore; rm .gitignore");
   RunAll(
@@ -367,7 +346,7 @@ TEST_F(Tool, AsksGitForItsRulesAlone) {
         "ls: cannot access 'ran': No such file or directory\n"},
        {"git -C s config core.excludesFile $PWD/f; REGEXCLASS_GIT_SECONDS=1 $T find-files -r a s "
         "--ignore-files",
-        2, "", "regexclass: s/: git gives no answer\n"}});
+        2, "", "regexclass: s/: git doesn't answer\n"}});
 }
 
 // The manual, the help and the completion tell of the same commands and options.

@@ -45,7 +45,7 @@ std::chrono::seconds TimeLimit() {
 
 /// Which of the names, relative to `directory`, the repository there ignores.
 NameSet AskGit(const std::string& directory, const Names& names) {
-  // A name behind ./ can't be taken for one of git's special notations.
+  // A name after ./ can't be taken for one of git's special notations.
   static const std::string kHere = "./";
   const Stream in = TemporaryStream();
   const Stream out = TemporaryStream();
@@ -67,7 +67,7 @@ NameSet AskGit(const std::string& directory, const Names& names) {
       {"git", "-c", "core.fsmonitor=false", "-C", where, "check-ignore", "-z", "--stdin"},
       {{"GIT_NO_LAZY_FETCH", "1"}, {"GIT_ALLOW_PROTOCOL", "none"}, {"GIT_TERMINAL_PROMPT", "0"}},
       TimeLimit(), in.get(), out.get(), messages.get());
-  if (!status) throw Failure(where + ": git gives no answer");
+  if (!status) throw Failure(where + ": git doesn't answer");
   if (*status == 127) throw Failure("--ignore-files needs git, which can't be run");
   // Its status is good even where it can't have a part of the rules.
   const std::vector<std::string> lines = ReadAll(messages.get(), '\n');

@@ -109,7 +109,6 @@ void OrderedOutput::Put(std::size_t part, Piece piece) {
   if (!mayPrint() && kept.bytes > kMuch) turn_.wait(lock, mayPrint);
   if (!Wanted(part)) throw Enough();
   if (part == next_) {
-    for (const Piece& earlier : std::exchange(kept.pieces, {})) Print(earlier);
     Print(piece);
   } else {
     kept.pieces.push_back(std::move(piece));

@@ -19,7 +19,7 @@
 
 namespace tool {
 
-/// Thrown by work that is no longer wanted.
+/// Thrown by work that is no longer wanted, since the output has stopped before it.
 struct Enough {};
 
 /// What a thread works on at a time.
@@ -40,7 +40,7 @@ class PartQueue {
   /// Lets `ready` be called for each part that can be taken, in the thread that has put it there.
   /// To be set before the first.
   void OnReady(std::function<void()> ready) { ready_ = std::move(ready); }
-  /// Puts files behind those that are there. Throws Enough when no more are wanted.
+  /// Puts files after those that are there. Throws Enough when no more are wanted.
   void Add(std::vector<ListedFile> files);
   /// Puts the part there that is all of a run.
   void AddWalk();
@@ -77,7 +77,7 @@ class OrderedOutput {
   /// `separator` comes between the files that print something.
   OrderedOutput(std::string separator, Progress& progress);
 
-  /// What a part has to print: on standard output and, behind it, notes on standard error.
+  /// What a part has to print: on standard output and, after it, notes on standard error.
   struct Piece {
     std::string out;
     bool beginsFile = true;
@@ -92,7 +92,7 @@ class OrderedOutput {
   void End(std::size_t part);
   /// No part is worked on any more.
   void Finish() { progress_.Clear(); }
-  /// No part behind this one is wanted.
+  /// No part after this one is wanted.
   void StopBehind(std::size_t part);
   /// Nothing is wanted any more.
   void Stop();

@@ -50,7 +50,7 @@ bool IsLineStart(const std::string& content, std::size_t at) {
   return at == 0 || content[at - 1] == '\n';
 }
 
-/// The blocks of whole lines that the changes make; empty when the content hasn't the matches.
+/// The blocks of whole lines that the changes make.
 std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change>& changes) {
   std::vector<Block> blocks;
   std::size_t counted = 0;  // the bytes whose lines have been counted
@@ -68,10 +68,9 @@ std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change
     for (bool first = true; i < changes.size() && (first || isInBlock(changes[i])); ++i) {
       first = false;
       const Change& change = changes[i];
-      if (content.compare(change.position, change.matched.size(), change.matched) != 0) return {};
       after += content.substr(at, change.position - at) + change.replacement;
       at = change.position + change.matched.size();
-      // To the end of the line that the match ends in or, with its line feed, of the one behind it.
+      // To the end of the line that the match ends in or, with its line feed, of the one after it.
       end = std::min(content.find('\n', at), content.size() - 1) + 1;
       end = std::max(end, at);
     }
@@ -82,6 +81,8 @@ std::vector<Block> BlocksOf(const std::string& content, const std::vector<Change
     counted = begin;
     blocks.push_back({line, LinesOf(content.substr(begin, end - begin)), LinesOf(after)});
     Trim(blocks.back());
+    // Changes may make up for each other.
+    if (blocks.back().before.empty() && blocks.back().after.empty()) blocks.pop_back();
   }
   return blocks;
 }
@@ -120,10 +121,10 @@ void PrintLine(const Printer& printer, char sign, std::string line) {
 
 }  // namespace
 
-bool PrintDiff(const Printer& printer, const std::string& file, const std::string& content,
+void PrintDiff(const Printer& printer, const std::string& file, const std::string& content,
                const std::vector<Change>& changes) {
   const std::vector<Block> blocks = BlocksOf(content, changes);
-  if (blocks.empty()) return false;
+  if (blocks.empty()) return;
   const Lines lines = LinesOf(content);
   printer.Plain("1", "--- " + Name(file));
   printer.Plain("1", "+++ " + Name(file));
@@ -156,7 +157,6 @@ bool PrintDiff(const Printer& printer, const std::string& file, const std::strin
     }
     for (; at < end; ++at) PrintLine(printer, ' ', lines[at]);
   }
-  return true;
 }
 
 }  // namespace tool

@@ -19,9 +19,8 @@ struct Change {
 };
 
 /// Prints the changes of a file, which come in ascending order and don't overlap, as `diff -u` has
-/// them and `patch -p0` takes them. False, with nothing printed, when the content hasn't the
-/// matches.
-bool PrintDiff(const Printer& printer, const std::string& file, const std::string& content,
+/// them and `patch -p0` takes them. The content has what they match.
+void PrintDiff(const Printer& printer, const std::string& file, const std::string& content,
                const std::vector<Change>& changes);
 
 }  // namespace tool

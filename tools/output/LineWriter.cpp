@@ -24,7 +24,7 @@ void LineWriter::AddLine(std::uint64_t number, const std::string& text, Span par
       Print(earlier, line, {0, line.size()}, nullptr, nullptr, '-');
     }
     before_.clear();
-    Print(number, text, part, match, touched ? lastMatch : match, ':');
+    Print(number, text, part, match, lastMatch, ':');
     afterLeft_ = choice_.after;
   } else if (afterLeft_ > 0) {
     --afterLeft_;
@@ -82,7 +82,7 @@ void FileLines::PassOn() {
 }
 
 void FileLines::Add(const RegexClass::REMatch& match, std::uint64_t line) {
-  if (line >= nextLine_) {  // on a line behind the block, which begins anew there
+  if (line >= nextLine_) {  // on a line after the block, which begins anew there
     PassOn();
     while (nextLine_ < line && ReadLine()) PassOn();
     ReadLine();

@@ -19,8 +19,8 @@ namespace tool {
 /// What the command line says about lines.
 struct LineChoice {
   bool inverted = false;     ///< Those without a match.
-  std::uint64_t before = 0;  ///< How many lines of context, in front of each
-  std::uint64_t after = 0;   ///< and behind it.
+  std::uint64_t before = 0;  ///< How many lines of context, before each
+  std::uint64_t after = 0;   ///< and after it.
   std::uint64_t most = 0;    ///< The most inverted lines.
   bool silent = false;       ///< Count them only.
 
@@ -33,7 +33,7 @@ struct InputText {
   std::string bytes;
   std::uint64_t line = 1;    ///< Its first line in the input, from 1.
   std::uint64_t offset = 0;  ///< Its first byte in the input, from 0.
-  bool ended = false;        ///< A line feed stood behind it in the input, and isn't in `bytes`.
+  bool ended = false;        ///< A line feed stood after it in the input, and isn't in `bytes`.
 };
 
 /// The lines of one file, in their order.
@@ -49,7 +49,7 @@ class LineWriter {
   std::uint64_t Selected() const { return selected_; }
   /// Whether any lines have been printed, of this file or another.
   bool Printed() const { return printed_; }
-  /// Whether lines behind the last match can still make a difference.
+  /// Whether lines after the last match can still make a difference.
   bool WantsMore() const { return (choice_.inverted && !Enough()) || afterLeft_ > 0; }
 
  private:
