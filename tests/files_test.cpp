@@ -95,7 +95,7 @@ TEST_F(FilesTest, AreTakenAsTheSubscriberWants) {
         });
     Texts files = Found(std::move(re));
     for (std::string& file : files) file = fs::path(file).generic_string();
-    EXPECT_EQ(files, found) << pattern;
+    EXPECT_EQ(found, files) << pattern;
     EXPECT_EQ(asked.size(), count) << pattern << testing::PrintToString(asked);
   }
 }

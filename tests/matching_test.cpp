@@ -372,14 +372,52 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
   return text;
 }
 
+/// An expression by chance, as the library reads it and as the slow matcher does.
+struct SlowModel {
+  Place place;
+  Part part;
+
+  explicit SlowModel(Random& random)
+      : place{random.Below(4) != 0, random.Below(4) == 0}, part(Pattern(random, place, 3)) {
+    if (random.Flip()) part = Both(Repeat(random, place, Character(random, place)), part);
+  }
+
+  /// The leftmost match from `from` on, or `here` alone and then one that isn't empty: the first in
+  /// the order of Perl, else the longest.
+  std::optional<Span> Find(const std::string& text, std::size_t from, bool here) const {
+    std::optional<Span> found;
+    for (std::size_t at = from; !found && at <= (here ? from : text.size()); ++at) {
+      part.match(text, at, [&](std::size_t end) {
+        if (here && end == at) return false;
+        if (!found || end > found->second) found = {at, end};
+        return place.perl;  // or else each end is looked at
+      });
+    }
+    return found;
+  }
+
+  /// The text with each match in angle brackets.
+  std::string Marked(const std::string& text) const {
+    std::string marked;
+    Walk(text.size(), [&](std::size_t done, std::size_t from, bool here) {
+      const std::optional<Span> found = Find(text, from, here);
+      if (found) {
+        const auto [begin, end] = *found;
+        marked += text.substr(done, begin - done) + '<' + text.substr(begin, end - begin) + '>';
+      } else if (!here) {
+        marked += text.substr(done);
+      }
+      return found;
+    });
+    return marked;
+  }
+};
+
 TEST(Strings, AreMatchedAsASlowMatcherDoes) {
   Random random(5);
   for (int i = 0; i < Cases(10000); ++i) {
-    const Place place = {random.Below(4) != 0, random.Below(4) == 0};
-    Part part = Pattern(random, place, 3);
-    if (random.Flip()) {
-      part = Both(Repeat(random, place, Character(random, place)), part);
-    }
+    const SlowModel model(random);
+    const auto [perl, icase] = model.place;
     const std::string text = random.Text(random.Flip() ? "ab" : "aabbeAB \n\f", 9);
     UseAny(random);
     RE re;
@@ -388,38 +426,19 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
     const auto told = [wide](const std::string& notation) {
       return wide ? Replaced(notation, "e", "\u00E9") : notation;
     };
-    const bool inside = place.perl && place.icase && random.Flip();
-    re.SetExpression((inside ? "(?i)" : "") + told(part.notation));
+    const bool inside = perl && icase && random.Flip();
+    re.SetExpression((inside ? "(?i)" : "") + told(model.part.notation));
     re.SetStringToMatch(told(text));
-    if (!place.perl) re.AddExpressionOption(RE::ExtendedSyntax);
-    if (place.icase && !inside) re.AddExpressionOption(RE::Icase);
+    if (!perl) re.AddExpressionOption(RE::ExtendedSyntax);
+    if (icase && !inside) re.AddExpressionOption(RE::Icase);
     if (re.ParseExpression() != RE::NoError) continue;
-    SCOPED_TRACE(testing::Message() << part.notation << " on " << text);
-    std::string expected;
-    std::optional<Span> first;
-    Walk(text.size(), [&](std::size_t done, std::size_t from, bool here) {
-      std::optional<Span> found;
-      for (std::size_t at = from; !found && at <= (here ? from : text.size()); ++at) {
-        part.match(text, at, [&](std::size_t end) {
-          if (here && end == at) return false;
-          if (!found || end > found->second) found = {at, end};
-          return place.perl;  // or else each end is looked at
-        });
-      }
-      if (found && !first) first = found;
-      if (found) {
-        const auto [begin, end] = *found;
-        expected += text.substr(done, begin - done) + '<' + text.substr(begin, end - begin) + '>';
-      } else if (!here) {
-        expected += text.substr(done);
-      }
-      return found;
-    });
+    SCOPED_TRACE(testing::Message() << model.part.notation << " on " << text);
+    const std::optional<Span> first = model.Find(text, 0, false);
     re.SetMergeCopy(true);
     re.SetFormatString("<$&>");
     std::vector<REMatch> match;
     try {
-      ASSERT_EQ(Merged(re), told(expected));
+      ASSERT_EQ(Merged(re), told(model.Marked(text)));
       re.AddMatchOption(RE::MatchAny);
       ASSERT_EQ(re.Search(match), first.has_value());
     } catch (const std::runtime_error&) {

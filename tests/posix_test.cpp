@@ -105,7 +105,7 @@ TEST(PosixFiles, LieAtAnyDepth) {
   constexpr int kLevels = 3000;
   int here = ::open(".", O_RDONLY);
   for (int level = 0; level < kLevels; ++level) {  // beside each directory below there is a file
-    for (const char* const name : {"b", "c", "a"}) ASSERT_EQ(0, ::mkdirat(here, name, 0700));
+    for (const char* const name : {"b", "c", "a"}) ASSERT_EQ(::mkdirat(here, name, 0700), 0);
     for (const char* const name : {"c", "a"}) {
       const int below = ::openat(here, name, O_RDONLY);
       if (*name == 'c') ::close(::openat(below, "x", O_CREAT, 0600));
@@ -114,13 +114,14 @@ TEST(PosixFiles, LieAtAnyDepth) {
     }
   }
   ::close(here);
-  EXPECT_EQ(std::to_string(kLevels) + " c/x", InChild([] {
+  EXPECT_EQ(InChild([] {
               const rlimit few = {64, 64};
               ::setrlimit(RLIMIT_NOFILE, &few);
               const Texts log = Found(Walker("$", "*/x;x", true));
               return std::to_string(log.size()) + ' ' + log.back();
-            }));
-  EXPECT_EQ(0, std::system("rm -r a"));
+            }),
+            std::to_string(kLevels) + " c/x");
+  EXPECT_EQ(std::system("rm -r a"), 0);
 }
 
 TEST(PosixFiles, AreThoseOfTheDirectoryThatWasListed) {
@@ -193,7 +194,7 @@ TEST(PosixFiles, WithoutPermissionAreListed) {
 
 TEST(PosixChangeFiles, ChangesARealTreeAsPerlDoes) {
   Changer c("", "", {});
-  ASSERT_EQ(0, std::system("cp -r /usr/include/c++/*/bits ours && cp -r ours perls"));
+  ASSERT_EQ(std::system("cp -r /usr/include/c++/*/bits ours && cp -r ours perls"), 0);
   c.re.SetFilesToMatch("ours/*");
   c.re.SetDirectoryRecursion(true);
   for (const auto& [expression, format] :
@@ -202,9 +203,9 @@ TEST(PosixChangeFiles, ChangesARealTreeAsPerlDoes) {
     c.re.SetFormatString(format);
     WriteFile("script",
               std::string("$n += s~") + expression + "~" + format + "~gs; END { warn $n }");
-    ASSERT_EQ(0, std::system("find perls -type f | xargs perl -0777 -i -p script 2>count"));
-    EXPECT_EQ(std::stoul(ReadFile("count")), c.re.ChangeFiles());
-    EXPECT_EQ(0, std::system("diff -r ours perls")) << expression;
+    ASSERT_EQ(std::system("find perls -type f | xargs perl -0777 -i -p script 2>count"), 0);
+    EXPECT_EQ(c.re.ChangeFiles(), std::stoul(ReadFile("count")));
+    EXPECT_EQ(std::system("diff -r ours perls"), 0) << expression;
   }
 }
 
@@ -224,9 +225,9 @@ TEST(PosixChangeFiles, ChangesALinkOnlyForOneWhoNamesIt) {
     fs::create_directory_symlink("here", "../to");
     c.re.SetFilesToMatch(pattern);
     c.re.SetDirectoryRecursion(recursion);
-    EXPECT_EQ(1U, c.re.FindFiles());
-    EXPECT_EQ(count, c.re.ChangeFiles());
-    EXPECT_EQ(count == 1 ? "z" : "y", ReadFile("e"));
+    EXPECT_EQ(c.re.FindFiles(), 1U);
+    EXPECT_EQ(c.re.ChangeFiles(), count);
+    EXPECT_EQ(ReadFile("e"), count == 1 ? "z" : "y");
     EXPECT_TRUE(fs::is_symlink("../link"));
     EXPECT_TRUE(c.Problems().empty());
   }
@@ -269,7 +270,7 @@ TEST(PosixChangeFiles, BringsContentsToTheDeviceBeforeTheirNames) {
     Changer c("x", "y", {{"f", "x"}, {"g", "x"}});
     c.re.SetSaveExtension(copies ? "b" : "");
     c.re.SetSyncTogether(together);
-    EXPECT_EQ(calls, CallsForTheDevice([&] { EXPECT_EQ(2U, c.re.ChangeFiles()); }));
+    EXPECT_EQ(CallsForTheDevice([&] { EXPECT_EQ(c.re.ChangeFiles(), 2U); }), calls);
   }
 }
 
@@ -283,20 +284,20 @@ TEST(PosixChangeFiles, LeavesAloneWhatOthersSteer) {
   c.re.SetKeepCopies(true);
   fs::create_hard_link("f", "../f");
   c.re.SetFilesToMatch("*");
-  EXPECT_EQ(0U, c.re.ChangeFiles());
-  EXPECT_EQ("f kind 6 at 0  error 31", FirstProblem(c));
+  EXPECT_EQ(c.re.ChangeFiles(), 0U);
+  EXPECT_EQ(FirstProblem(c), "f kind 6 at 0  error 31");
   c.re.SetFilesToMatch("f");
-  EXPECT_EQ(1U, c.re.ChangeFiles());  // the copy is there already
-  EXPECT_EQ("y", ReadFile("../f"));
+  EXPECT_EQ(c.re.ChangeFiles(), 1U);  // the copy is there already
+  EXPECT_EQ(ReadFile("../f"), "y");
   c.re.SetFilesToMatch("*");
   c.re.SetChangeHardLinks(true);
   c.re.SetExpression("y|z");
   c.re.SetFormatString("z");
-  EXPECT_EQ(0U, c.re.ChangeFiles());
-  EXPECT_EQ("f.b kind 5 at 0  error 17", FirstProblem(c));
+  EXPECT_EQ(c.re.ChangeFiles(), 0U);
+  EXPECT_EQ(FirstProblem(c), "f.b kind 5 at 0  error 17");
   fs::remove("f.b");
-  EXPECT_EQ(1U, c.re.ChangeFiles());
-  EXPECT_EQ("y", ReadFile("f.b"));
+  EXPECT_EQ(c.re.ChangeFiles(), 1U);
+  EXPECT_EQ(ReadFile("f.b"), "y");
   {  // one that comes in between
     c.re.SetFormatString("w");
     fs::remove("f.b");
@@ -304,10 +305,10 @@ TEST(PosixChangeFiles, LeavesAloneWhatOthersSteer) {
       if (name == "fdatasync") WriteFile("f.b", "-");
       return name == "renameat2" ? EINVAL : 0;
     });
-    EXPECT_EQ(0U, c.re.ChangeFiles());
+    EXPECT_EQ(c.re.ChangeFiles(), 0U);
   }
-  EXPECT_EQ("f.b kind 5 at 0  error 17", FirstProblem(c));
-  EXPECT_EQ((Files{{"f", "z"}, {"f.b", "-"}}), Contents());
+  EXPECT_EQ(FirstProblem(c), "f.b kind 5 at 0  error 17");
+  EXPECT_EQ(Contents(), (Files{{"f", "z"}, {"f.b", "-"}}));
 }
 
 TEST(PosixChangeFiles, RewritesAFileWithWhatIsNobodyElses) {
@@ -331,11 +332,11 @@ TEST(PosixChangeFiles, RewritesAFileWithWhatIsNobodyElses) {
     fs::create_symlink("f", "link");
     fs::create_symlink("s", "slink");
     fs::create_directory_symlink(".", "to");
-    ASSERT_EQ(0, mkfifo("pipe", 0600));
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
     fs::permissions("closed", fs::perms(0444));
     if (chown("others", 1234, 1234) != 0 && source == std::string("others")) continue;
-    EXPECT_EQ(*told == '\0', c.re.RewriteFile(name, source, named)) << name << source;
-    EXPECT_EQ(told, FirstProblem(c));
+    EXPECT_EQ(c.re.RewriteFile(name, source, named), *told == '\0') << name << source;
+    EXPECT_EQ(FirstProblem(c), told);
     EXPECT_TRUE(ReadFile("f") == (*told == '\0' ? text : "x"));
     EXPECT_TRUE(fs::is_symlink("link") && ReadFile("s") == text);
   }
@@ -343,28 +344,29 @@ TEST(PosixChangeFiles, RewritesAFileWithWhatIsNobodyElses) {
 
 TEST(PosixChangeFiles, StaysWithinTheLimitsOfProcessAndDirectory) {
   Changer c("x", "y", {{"large", "x" + std::string(50000, '.')}, {"log/f", "x"}});
-  EXPECT_EQ("temporary kind 3 at 30000  error 27", InChild([&] {
+  EXPECT_EQ(InChild([&] {
               const rlimit limit = {30000, 30000};
               ::setrlimit(RLIMIT_FSIZE, &limit);
               c.re.ChangeFiles();
               return FirstProblem(c);
-            }));
+            }),
+            "temporary kind 3 at 30000  error 27");
   const int directory = open("log", O_RDONLY);
   int flags = FS_APPEND_FL;
   if (ioctl(directory, FS_IOC_SETFLAGS, &flags) != 0) GTEST_SKIP() << "needs root";
   c.re.SetFilesToMatch("log/f");
-  EXPECT_EQ(1U, c.re.ChangeFiles());
+  EXPECT_EQ(c.re.ChangeFiles(), 1U);
   c.re.SetExpression("y");
   c.re.SetFormatString("z");
   c.re.SetSaveExtension("b");
-  EXPECT_EQ(0U, c.re.ChangeFiles());
-  EXPECT_EQ("log/f.b kind 5 at 0  error 1", FirstProblem(c));
+  EXPECT_EQ(c.re.ChangeFiles(), 0U);
+  EXPECT_EQ(FirstProblem(c), "log/f.b kind 5 at 0  error 1");
   const Files after = Contents();
   flags = 0;
-  EXPECT_EQ(0, ioctl(directory, FS_IOC_SETFLAGS, &flags));
+  EXPECT_EQ(ioctl(directory, FS_IOC_SETFLAGS, &flags), 0);
   close(directory);
-  EXPECT_EQ(2U, after.size());
-  EXPECT_EQ("y", after.at("log/f"));
+  EXPECT_EQ(after.size(), 2U);
+  EXPECT_EQ(after.at("log/f"), "y");
 }
 
 TEST(PosixChangeFiles, GoesOnAfterInterruptions) {
@@ -377,7 +379,7 @@ TEST(PosixChangeFiles, GoesOnAfterInterruptions) {
       if (again && IsTransfer(name)) arguments[2] = 0;
       return again ? EINTR : 0;
     });
-    EXPECT_EQ(2U, c.re.ChangeFiles());
+    EXPECT_EQ(c.re.ChangeFiles(), 2U);
   }
   EXPECT_TRUE(ReadFile("file") == "y" + std::string(100000, '\0') + "y");
 }
@@ -385,7 +387,7 @@ TEST(PosixChangeFiles, GoesOnAfterInterruptions) {
 /// The mode, the owners, the number of names and the extended attributes of a file.
 std::string Attributes(const std::string& name) {
   struct stat status = {};
-  EXPECT_EQ(0, stat(name.c_str(), &status)) << name;
+  EXPECT_EQ(stat(name.c_str(), &status), 0) << name;
   std::ostringstream text;
   text << std::oct << (status.st_mode & 07777) << std::dec << ' ' << status.st_uid << ' '
        << status.st_gid << ' ' << status.st_nlink;
@@ -410,24 +412,25 @@ TEST(PosixChangeFiles, KeepsWhatIsNotContentAndMakesNoCopyWider) {
     Changer c("x", "y", {{"file", "x"}});
     if (linked) fs::create_hard_link("file", "../link");
     c.re.SetChangeHardLinks(true);
-    ASSERT_EQ(0, chown("file", 1234, 4321));
+    ASSERT_EQ(chown("file", 1234, 4321), 0);
     fs::permissions("file", fs::perms(owner ? 0756 : 06750));
     const char* const lists[] = {"system.posix_acl_access", "system.posix_acl_default"};
-    ASSERT_EQ(0, hasList ? setxattr("file", lists[0], list, sizeof list, 0) : 0);
-    ASSERT_EQ(0, defaults ? setxattr(".", lists[1], list, sizeof list, 0) : 0);
+    ASSERT_EQ(hasList ? setxattr("file", lists[0], list, sizeof list, 0) : 0, 0);
+    ASSERT_EQ(defaults ? setxattr(".", lists[1], list, sizeof list, 0) : 0, 0);
     if (!owner) std::ignore = setxattr("file", "security.capability", capability, 20, 0);
     const std::string before = Attributes("file");
     c.re.SetSaveExtension("bak");
-    EXPECT_EQ("1", InChild([&] {
+    EXPECT_EQ(InChild([&] {
                 if (owner && (setgid(999) != 0 || setuid(1234) != 0)) return std::string();
                 return std::to_string(c.re.ChangeFiles());
-              }));
-    EXPECT_EQ("y", ReadFile("file"));
-    EXPECT_EQ(before, Attributes("file"));
+              }),
+              "1");
+    EXPECT_EQ(ReadFile("file"), "y");
+    EXPECT_EQ(Attributes("file"), before);
     const std::string text = hasList ? std::string(reinterpret_cast<const char*>(list), 44) : "";
-    EXPECT_EQ(owner ? (hasList ? "700" : "740") + std::string(" 1234 999 1  ")
-                    : (hasList ? "744" : "750") + std::string(" 1234 4321 1 ") + text + ' ',
-              Attributes("file.bak"));
+    EXPECT_EQ(Attributes("file.bak"),
+              owner ? (hasList ? "700" : "740") + std::string(" 1234 999 1  ")
+                    : (hasList ? "744" : "750") + std::string(" 1234 4321 1 ") + text + ' ');
   }
 }
 
@@ -504,15 +507,15 @@ TEST(PosixChangeFiles, TellsWhatWentWrong) {
     const bool fine = told.file.empty();
     {
       const HookedSystemCalls hooked(hook);
-      EXPECT_EQ(fine ? 1U : 0U, c.re.ChangeFiles());
+      EXPECT_EQ(c.re.ChangeFiles(), fine ? 1U : 0U);
     }
-    EXPECT_EQ(fine ? "" : Line(told), c.Problems().empty() ? "" : Line(c.Problems()[0]));
+    EXPECT_EQ(c.Problems().empty() ? "" : Line(c.Problems()[0]), fine ? "" : Line(told));
     EXPECT_TRUE(fine || extent() == before);
     const std::string now = content(fine ? std::string(40000, 'n') : "match");
     EXPECT_TRUE(ReadFile("file.txt") ==
                 now + std::string((1 << 20) - 45005, '\0') + (fault.error == kAppended ? "!" : ""));
-    EXPECT_EQ(fine || fault.call == "renameat" || fault.call == "fallocate",
-              fs::is_regular_file("file.bak"));
+    EXPECT_EQ(fs::is_regular_file("file.bak"),
+              fine || fault.call == "renameat" || fault.call == "fallocate");
     for (const char* const name : {"file.txt", "file.bak"}) {  // the holes are kept
       struct stat s = {};
       EXPECT_TRUE(fault.error == kSwapped || stat(name, &s) != 0 || s.st_blocks < 512);

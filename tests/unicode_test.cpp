@@ -2,6 +2,7 @@
 // The model UnicodeLocale, against ICU's own reading of UTF-8, a slow model that decodes first, and
 // Unicode's data where Debian's unicode-data is installed.
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <set>
@@ -84,26 +85,89 @@ TEST(UnicodeTest, IteratorReadsAsIcuDoesInBothDirections) {
   check();
 }
 
-/// A piece of an expression: a character or a list, so and so often, as often as can be.
-struct Piece {
-  std::string text;
-  std::function<bool(EngineChar)> matches;
-  std::size_t least, most;
-};
-
-/// Where a match of the pieces from `piece` on that begins at `at` ends; -1 when none does.
-int End(const std::vector<Piece>& pieces, std::size_t piece, const std::vector<Character>& text,
-        std::size_t at) {
-  if (piece == pieces.size()) return static_cast<int>(at);
-  const Piece& it = pieces[piece];
-  std::size_t count = 0;
-  while (count < it.most && at + count < text.size() && it.matches(text[at + count].first)) ++count;
-  for (; count + 1 > it.least; --count) {
-    const int end = End(pieces, piece + 1, text, at + count);
-    if (end >= 0 || count == 0) return end;
+/// An expression of characters, lists and their repeats, and what it finds in a text that is
+/// decoded first.
+class DecodingModel {
+ public:
+  DecodingModel(Random& random, const Texts& alphabet, bool icase) : icase_(icase) {
+    for (std::size_t n = 1 + random.Below(3); n > 0; --n) {
+      Add(random, Decode(alphabet[random.Below(kWellFormed)])[0].first);
+    }
   }
-  return -1;
-}
+  const std::string& Expression() const { return expression_; }
+
+  /// The text with each match in angle brackets.
+  std::string Marked(const std::string& text) const {
+    const auto characters = Decode(text);
+    std::string marked;
+    const auto copy = [&](std::size_t from, std::size_t to) {
+      for (; from < to; ++from) marked += characters[from].second;
+    };
+    for (std::size_t at = 0; at <= characters.size();) {
+      const int found = End(0, characters, at);
+      const auto end = found < 0 ? at : static_cast<std::size_t>(found);
+      if (found >= 0) marked += '<';
+      copy(at, end);
+      if (found >= 0) marked += '>';
+      if (found >= 0 && end == characters.size()) break;
+      if (end == at) copy(at, std::min(at + 1, characters.size()));
+      at = std::max(end, at + 1);
+    }
+    return marked;
+  }
+
+  static constexpr std::size_t kWellFormed = 14;  // so many of the alphabet begin with a code point
+
+ private:
+  /// A character or a list, so and so often, as often as can be.
+  struct Piece {
+    std::string text;
+    std::function<bool(EngineChar)> matches;
+    std::size_t least = 1, most = 1;
+  };
+
+  EngineChar Fold(EngineChar c) const {
+    return icase_ && c > 0 ? u_foldCase(c, U_FOLD_CASE_DEFAULT) : c;
+  }
+
+  void Add(Random& random, EngineChar c) {
+    const auto itself = [this, c](EngineChar other) { return Fold(other) == Fold(c); };
+    const auto inRange = [this](EngineChar other) {
+      return Fold(other) >= 0xE0 && Fold(other) <= 0x3C9;
+    };
+    const std::vector<Piece> kinds = {
+        {"[à-ω]", inRange},
+        {Utf8(c), itself},
+        {".", [](EngineChar) { return true; }},
+        {"[^" + Utf8(c) + "]", [itself](EngineChar other) { return !itself(other); }},
+        {"\\p{L}", [](EngineChar other) { return other > 0 && u_isalpha(other); }},
+        {"[\\P{L}]", [](EngineChar other) { return other < 0 || !u_isalpha(other); }}};
+    static const char* const kRepeats[] = {"", "+", "?", "*"};
+    pieces_.push_back(kinds[random.Below(kinds.size())]);
+    const std::size_t repeat = random.Below(4);
+    pieces_.back().least = repeat < 2 ? 1 : 0;
+    pieces_.back().most = repeat % 2 == 0 ? 1 : 99;
+    expression_ += pieces_.back().text + kRepeats[repeat];
+  }
+
+  /// Where a match of the pieces from `piece` on that begins at `at` ends; -1 when none does.
+  int End(std::size_t piece, const std::vector<Character>& text, std::size_t at) const {
+    if (piece == pieces_.size()) return static_cast<int>(at);
+    const Piece& it = pieces_[piece];
+    std::size_t count = 0;
+    while (count < it.most && at + count < text.size() && it.matches(text[at + count].first))
+      ++count;
+    for (; count + 1 > it.least; --count) {
+      const int end = End(piece + 1, text, at + count);
+      if (end >= 0 || count == 0) return end;
+    }
+    return -1;
+  }
+
+  const bool icase_;
+  std::string expression_;
+  std::vector<Piece> pieces_;
+};
 
 TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
   const Texts alphabet = {"a",           "B",      "b",    "é",    "É",        "ς",
@@ -112,51 +176,16 @@ TEST(UnicodeTest, WalksAreThoseOfAModelThatDecodesFirst) {
                           "\xED\xA0\x80"};
   Random random(1);
   for (int i = Cases(10000); i > 0; --i) {
-    std::string text, expression, merged, expected;
     UseAny(random);
+    std::string text, merged;
     for (std::size_t n = random.Below(random.Flip() ? 9 : 40); n > 0; --n)
       text += alphabet[random.Below(alphabet.size())];
     const bool icase = random.Flip();
-    const auto fold = [icase](EngineChar c) {
-      return icase && c > 0 ? u_foldCase(c, U_FOLD_CASE_DEFAULT) : c;
-    };
-    std::vector<Piece> pieces(1 + random.Below(3));
-    for (Piece& piece : pieces) {
-      const EngineChar c = Decode(alphabet[random.Below(14)])[0].first;
-      const auto itself = [fold, c](EngineChar other) { return fold(other) == fold(c); };
-      const auto inRange = [fold](EngineChar other) {
-        return fold(other) >= 0xE0 && fold(other) <= 0x3C9;
-      };
-      const std::vector<Piece> kinds = {
-          {"[à-ω]", inRange, 1, 1},
-          {Utf8(c), itself, 1, 1},
-          {".", [](EngineChar) { return true; }, 1, 1},
-          {"[^" + Utf8(c) + "]", [itself](EngineChar other) { return !itself(other); }, 1, 1},
-          {"\\p{L}", [](EngineChar other) { return other > 0 && u_isalpha(other); }, 1, 1},
-          {"[\\P{L}]", [](EngineChar other) { return other < 0 || !u_isalpha(other); }, 1, 1}};
-      piece = kinds[random.Below(kinds.size())];
-      const std::size_t count = random.Below(4);
-      piece.least = count < 2 ? 1 : 0;
-      piece.most = count % 2 == 0 ? 1 : 99;
-      expression += piece.text + (count == 0 ? "" : count == 1 ? "+" : count == 2 ? "?" : "*");
-    }
-    const auto characters = Decode(text);
-    std::size_t length = 0;
-    for (std::size_t at = 0; at <= characters.size();) {
-      const int found = End(pieces, 0, characters, at);
-      const auto end = found < 0 ? at : static_cast<std::size_t>(found);
-      if (found >= 0) expected += '<';
-      for (; at < end; ++at) expected += characters[at].second, ++length;
-      if (found >= 0) expected += '>';
-      if (found >= 0 && end == characters.size()) break;
-      if (length == 0 && at < characters.size()) expected += characters[at].second;
-      if (length == 0) ++at;
-      length = 0;
-    }
-    RE re = Unicode(expression, text, icase);
+    const DecodingModel model(random, alphabet, icase);
+    RE re = Unicode(model.Expression(), text, icase);
     re.SetFormatString("<$&>");
     re.Merge(merged);
-    ASSERT_EQ(merged, expected) << expression << " in " << text;
+    ASSERT_EQ(merged, model.Marked(text)) << model.Expression() << " in " << text;
   }
 }
 

@@ -40,8 +40,8 @@ TEST(Windows, FindsFilesByItsOwnRules) {
       {"nothing\\*;noext\\x;sub;[;noext.;noext ;noext:x;noext::$DATA;n<;\"oext;.;..", false, {}},
   };
   for (const auto& [pattern, recursion, files] : cases) {
-    EXPECT_EQ(files, Found(Walker("x", pattern, recursion))) << pattern;
-    EXPECT_EQ(files, Walker("", pattern, recursion).SelectFiles()) << pattern;
+    EXPECT_EQ(Found(Walker("x", pattern, recursion)), files) << pattern;
+    EXPECT_EQ(Walker("", pattern, recursion).SelectFiles(), files) << pattern;
   }
 }
 
@@ -87,28 +87,28 @@ TEST(Windows, HasNamesOfAnyLength) {
   RE re = Walker("x", "*.txt", true);
   re.SetFormatString("y");
   re.SetSaveExtension("bak");
-  EXPECT_EQ(1U, re.ChangeFiles());
+  EXPECT_EQ(re.ChangeFiles(), 1U);
   std::string way;
   for (int i = 0; i < 8; ++i) way += std::string(50, 'd') + '\\';
-  EXPECT_EQ(Texts{way + "x.bak"}, Found(Walker("x", "x.*", true)));
-  EXPECT_EQ(Texts{way + "x.txt"}, Found(Walker("y", "x.*", true)));
+  EXPECT_EQ(Found(Walker("x", "x.*", true)), Texts{way + "x.bak"});
+  EXPECT_EQ(Found(Walker("y", "x.*", true)), Texts{way + "x.txt"});
   for (const wchar_t* const file : {L"\\x.txt", L"\\x.bak"}) DeleteFileW((deep + file).c_str());
   for (int i = 0; i < 8; ++i, deep.resize(deep.size() - 51)) RemoveDirectoryW(deep.c_str());
   // One that is no text in the code page, but is like another's.
   std::ofstream(fs::path(L"\uff41.txt")) << "y";
   WriteFile("a.txt", "y");
-  EXPECT_EQ((Texts{"a.txt", ".: read: 1113"}), Found(Walker("y", "*.txt")));
+  EXPECT_EQ(Found(Walker("y", "*.txt")), (Texts{"a.txt", ".: read: 1113"}));
 }
 
 TEST(Windows, TellsWhyAFileInUseIsNotRewritten) {
   const Scratch scratch;
   WriteFile("a.txt", "-x-");
   // By one who writes, one whose reading shuts out all that write, and one who reads on.
-  EXPECT_EQ("0 a.txt kind 0 at 0  error 32 a.txt=-x-",
-            Changed([] { return Handle(Open("a.txt", GENERIC_WRITE)); }));
-  EXPECT_EQ("0 a.txt kind 6 at 0  error 32 a.bak=-x- a.txt=-x-",
-            Changed([] { return Handle(Open("a.txt", GENERIC_READ, FILE_SHARE_READ)); }));
-  EXPECT_EQ("1 a.bak=-x- a.txt=-yy-", Changed([] { return Handle(Open("a.txt", GENERIC_READ)); }));
+  EXPECT_EQ(Changed([] { return Handle(Open("a.txt", GENERIC_WRITE)); }),
+            "0 a.txt kind 0 at 0  error 32 a.txt=-x-");
+  EXPECT_EQ(Changed([] { return Handle(Open("a.txt", GENERIC_READ, FILE_SHARE_READ)); }),
+            "0 a.txt kind 6 at 0  error 32 a.bak=-x- a.txt=-x-");
+  EXPECT_EQ(Changed([] { return Handle(Open("a.txt", GENERIC_READ)); }), "1 a.bak=-x- a.txt=-yy-");
 }
 
 TEST(Windows, HoldsAFileWhateverFails) {
@@ -131,9 +131,9 @@ TEST(Windows, HoldsAFileWhateverFails) {
                           std::string_view name, const Words& w) {
       if (name == "WriteFile" || name == "ReplaceFileW") {
         const Handle writer(Open("a.txt", GENERIC_WRITE));
-        EXPECT_EQ(INVALID_HANDLE_VALUE, writer.get());
-        EXPECT_EQ(ERROR_SHARING_VIOLATION, GetLastError());
-        EXPECT_NE(INVALID_HANDLE_VALUE, Handle(Open("a.txt", GENERIC_READ)).get());
+        EXPECT_EQ(writer.get(), INVALID_HANDLE_VALUE);
+        EXPECT_EQ(GetLastError(), ERROR_SHARING_VIOLATION);
+        EXPECT_NE(Handle(Open("a.txt", GENERIC_READ)).get(), INVALID_HANDLE_VALUE);
       }
       if (name == "ReplaceFileW" && wanted == "SetFileInformationByHandle") {
         return int{ERROR_ACCESS_DENIED};
@@ -145,7 +145,7 @@ TEST(Windows, HoldsAFileWhateverFails) {
       return number;
     };
     const HookedSystemCalls hooked(hook);
-    EXPECT_EQ(told, Changed([] { return 0; })) << call << calls;
+    EXPECT_EQ(Changed([] { return 0; }), told) << call << calls;
   }
 }
 
@@ -164,13 +164,13 @@ TEST(Windows, NamesATemporaryFileInThreeWays) {
         tried.push_back(file.substr(0, 3));
         return int{ERROR_DISK_FULL};
       });
-      EXPECT_EQ(exists ? 1U : 0U, c.re.ChangeFiles());
+      EXPECT_EQ(c.re.ChangeFiles(), exists ? 1U : 0U);
     }
     ASSERT_GE(tried.size(), 2U);  // the second may see that there is no such directory
-    EXPECT_EQ(exists ? "Reg" : tried[1], tried[1]);
-    EXPECT_EQ("by the system", tried.back());
-    EXPECT_EQ(exists ? "" : "NoName kind 1 at 0  error 267",
-              c.Problems().empty() ? "" : Line(c.Problems()[0]));
+    EXPECT_EQ(tried[1], exists ? "Reg" : tried[1]);
+    EXPECT_EQ(tried.back(), "by the system");
+    EXPECT_EQ(c.Problems().empty() ? "" : Line(c.Problems()[0]),
+              exists ? "" : "NoName kind 1 at 0  error 267");
     WriteFile("a", "x");
     EXPECT_TRUE(fs::is_empty("../tmp"));
   }
@@ -189,10 +189,10 @@ TEST(Windows, TakesNoPlantedCatalogue) {
   WriteCatalogue("planted.dll", "251 planted");
   for (const RE::LocaleModels model : {RE::CppLocale, RE::W32Locale}) {
     ExpectTried({language + name(LOCALE_SNATIVECTRYNAME, 1), language, "dll"}, model);
-    EXPECT_EQ("planted", Loaded(".\\planted", model));
+    EXPECT_EQ(Loaded(".\\planted", model), "planted");
     for (const char* const bare : {"planted.dll", "planted"})
-      EXPECT_EQ(kEmpty, Loaded(bare, model));
-    EXPECT_EQ("A", Loaded("catalogue", model));  // lies beside the program
+      EXPECT_EQ(Loaded(bare, model), kEmpty);
+    EXPECT_EQ(Loaded("catalogue", model), "A");  // lies beside the program
   }
 }
 
