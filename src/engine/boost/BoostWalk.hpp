@@ -68,9 +68,20 @@ class BoostWalk : public EngineWalk {
     return isFound;
   }
 
-  const char* After(const char* place) const override {
+  const char* NextPlace(const char* place) const override {
     Iterator at = At(place);
     return ByteAt(++at);
+  }
+
+  Context Before(const char* place) const override {
+    Iterator at = first_;
+    if (!Move(at, place)) return 0;
+    return at == first_ ? kEdge : ContextOf(regex_, *--at);
+  }
+  Context After(const char* place) const override {
+    Iterator at = first_;
+    if (!Move(at, place)) return 0;
+    return at == last_ ? kEdge : ContextOf(regex_, *at);
   }
 
   void Take(Match& match) const override { ToMatch(results_, match); }

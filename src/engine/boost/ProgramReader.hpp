@@ -252,24 +252,30 @@ bool IsPosix(const boost::basic_regex<Char, Traits>& regex) {
   return (flags & (regbase::main_option_type | regbase::literal)) != regbase::literal;
 }
 
-/// What assertions see in each byte. Beyond ASCII a byte is part of a character, which they may
-/// have to know.
+/// What assertions see in a character.
+template <class Char, class Traits>
+Context ContextOf(const boost::basic_regex<Char, Traits>& regex, Char c) {
+  Context context = 0;
+  if (regex.get_traits().isctype(c, regex.get_data().m_word_mask)) context |= kWord;
+  if (detail::is_separator(c)) context |= kSeparator;
+  if (c == '\r') context |= kCarriageReturn;
+  if (c == '\n') context |= kLineFeed;
+  return context;
+}
+
+/// The same for each byte. Beyond ASCII it may be part of a character.
 template <class Char, class Traits>
 Contexts ContextsOf(const boost::basic_regex<Char, Traits>& regex) {
   Contexts contexts = {};
   for (std::size_t byte = 0; byte < contexts.size(); ++byte) {
-    if (sizeof(Char) > 1 && byte >= 0x80) {
-      // Of the separators there, which are U+0085, U+2028 and U+2029, the first and the last byte.
-      const bool ofSeparator =
-          byte == 0x85 || byte == 0xA8 || byte == 0xA9 || byte == 0xC2 || byte == 0xE2;
-      contexts[byte] = kUnknownWord | (ofSeparator ? kUnknownSeparator : 0);
+    if (sizeof(Char) == 1 || byte < 0x80) {
+      contexts[byte] = ContextOf(regex, static_cast<Char>(byte));
       continue;
     }
-    const auto c = static_cast<Char>(byte);
-    if (regex.get_traits().isctype(c, regex.get_data().m_word_mask)) contexts[byte] |= kWord;
-    if (detail::is_separator(c)) contexts[byte] |= kSeparator;
-    if (c == '\r') contexts[byte] |= kCarriageReturn;
-    if (c == '\n') contexts[byte] |= kLineFeed;
+    // Of the separators there, which are U+0085, U+2028 and U+2029, the first and the last byte.
+    const bool ofSeparator =
+        byte == 0x85 || byte == 0xA8 || byte == 0xA9 || byte == 0xC2 || byte == 0xE2;
+    contexts[byte] = kUnknownWord | (ofSeparator ? kUnknownSeparator : 0);
   }
   return contexts;
 }

@@ -6,6 +6,49 @@
 #include <utility>
 
 namespace RegexClass::engine {
+namespace {
+
+/// The bytes that each match of `tree` has.
+ByteSet RequiredBytes(const Tree& tree) {
+  ByteSet bytes;
+  switch (tree.kind) {
+    case Tree::Kind::kBytes:
+      if (tree.bytes.count() == 1) bytes = tree.bytes;
+      break;
+    case Tree::Kind::kSequence:
+      for (const Tree& part : tree.parts) bytes |= RequiredBytes(part);
+      break;
+    case Tree::Kind::kAlternatives:
+      bytes.set();
+      for (const Tree& part : tree.parts) bytes &= RequiredBytes(part);
+      break;
+    case Tree::Kind::kRepeat:
+      if (tree.least != 0) bytes = RequiredBytes(tree.parts.front());
+      break;
+    default:
+      break;
+  }
+  return bytes;
+}
+
+/// The one that texts have least of, as a rule; -1 for none.
+int RarestOf(const ByteSet& bytes) {
+  int rarest = -1, least = 0;
+  for (int byte = 0; byte < 256; ++byte) {
+    if (!bytes[static_cast<std::size_t>(byte)]) continue;
+    const bool isLower = byte >= 'a' && byte <= 'z';
+    const bool isFrequent = byte == ' ' || byte == '\n' || byte == 'e' || byte == 't' || byte == 0;
+    const bool isRare = byte == 'q' || byte == 'z' || byte == 'x' || byte == 'j';
+    const int frequency = isFrequent ? 4 : isRare ? 1 : isLower || byte >= 0x80 ? 3 : 1;
+    if (rarest < 0 || frequency < least) {
+      rarest = byte;
+      least = frequency;
+    }
+  }
+  return rarest;
+}
+
+}  // namespace
 
 std::unique_ptr<Automaton> Automaton::Make(const ExactProgram& program,
                                            const SearchTuning& tuning) {
@@ -35,6 +78,8 @@ Automaton::Automaton(ByteProgram program, const ExactProgram& source, const Sear
     if (first[byte]) onlyFirst_ = static_cast<int>(byte);
   }
   if (first.count() != 1) onlyFirst_ = -1;
+  required_ = RarestOf(RequiredBytes(tree_));
+  if (required_ == onlyFirst_) required_ = -1;
 }
 
 /// The automaton that finds where a match begins whose end is known.
@@ -60,9 +105,19 @@ const char* AutomatonSearch::NextStart(const char* from) const {
   });
 }
 
+/// Whether what each match has lies ahead.
+bool AutomatonSearch::CanMatchFrom(const char* from) {
+  if (automaton_.required_ < 0 || (required_ != nullptr && from <= required_)) return true;
+  if (from == last_) return false;
+  required_ = static_cast<const char*>(
+      std::memchr(from, automaton_.required_, static_cast<std::size_t>(last_ - from)));
+  return required_ != nullptr;
+}
+
 /// Tries one place after the other while that wastes little; else reads on until a match ends, and
 /// from there back to where it begins.
 AutomatonSearch::Outcome AutomatonSearch::Find(const char* from, Found& found) {
+  if (!CanMatchFrom(from)) return Outcome::kNone;
   for (const char* at = from;; ++at) {
     at = NextStart(at);
     if (at == last_ && !automaton_.canBeEmpty_) return Outcome::kNone;
@@ -75,12 +130,12 @@ AutomatonSearch::Outcome AutomatonSearch::Find(const char* from, Found& found) {
 AutomatonSearch::Outcome AutomatonSearch::Scan(const char* from, Found& found) {
   const char* stop = from;
   LazyDfa& dfa = automaton_.find_;
-  const char* const end = dfa.Run(from, last_, last_, Before(from), stop, insistent_);
+  const char* const end = dfa.Run(from, last_, last_, Before(from), around_, stop, insistent_);
   if (dfa.GaveUp()) return Outcome::kGaveUp;
   if (end == nullptr) return Outcome::kNone;
   LazyDfa& back = automaton_.Backward();
   const Context after = end == last_ ? kEdge : automaton_.program_.ContextOf(*end);
-  const char* const begin = back.Run(end, from, first_, after, stop, insistent_);
+  const char* const begin = back.Run(end, from, first_, after, around_, stop, insistent_);
   if (back.GaveUp()) return Outcome::kGaveUp;
   found.first = begin;
   found.last = end;
@@ -90,7 +145,7 @@ AutomatonSearch::Outcome AutomatonSearch::Scan(const char* from, Found& found) {
 AutomatonSearch::Outcome AutomatonSearch::FindHere(const char* at, bool more, Found& found) {
   LazyDfa& dfa = more ? automaton_.findMoreHere_ : automaton_.findHere_;
   const char* stop = at;
-  const char* const end = dfa.Run(at, last_, last_, Before(at), stop, insistent_);
+  const char* const end = dfa.Run(at, last_, last_, Before(at), around_, stop, insistent_);
   if (dfa.GaveUp()) return Outcome::kGaveUp;
   wasted_ += static_cast<std::size_t>(stop - (end != nullptr ? end : at));
   if (end == nullptr) return Outcome::kNone;
@@ -100,7 +155,7 @@ AutomatonSearch::Outcome AutomatonSearch::FindHere(const char* at, bool more, Fo
 }
 
 bool AutomatonSearch::Groups(const Found& found, Part* parts, std::size_t& closed) {
-  const MatchedText text = {first_, found.first, found.last, last_};
+  const MatchedText text = {first_, found.first, found.last, last_, around_};
   if (automaton_.onePass_.IsOne()) {
     closed = automaton_.onePass_.Find(text, parts);
     return true;

@@ -59,6 +59,7 @@ class Automaton {
   const bool canBeEmpty_;
   std::array<bool, 256> first_ = {};  // the bytes that a match can begin with
   int onlyFirst_ = -1;                // the one, if there is but one
+  int required_ = -1;                 // the rarest of the bytes that each match has
   const ByteProgram program_;
   std::optional<ByteProgram> reversed_;
   LazyDfa find_;
@@ -80,8 +81,9 @@ class AutomatonSearch {
     kGaveUp,  // so many states were needed that the engine may be faster
   };
   /// With `insistent` it never gives up.
-  AutomatonSearch(Automaton& automaton, const char* first, const char* last, bool insistent)
-      : automaton_(automaton), first_(first), last_(last), insistent_(insistent) {}
+  AutomatonSearch(Automaton& automaton, const char* first, const char* last,
+                  const Surroundings& around, bool insistent)
+      : automaton_(automaton), first_(first), last_(last), around_(around), insistent_(insistent) {}
 
   /// The leftmost match at or after `from`.
   Outcome Find(const char* from, Found& found);
@@ -104,13 +106,16 @@ class AutomatonSearch {
     return at == first_ ? kEdge : automaton_.program_.ContextOf(at[-1]);
   }
   const char* NextStart(const char* from) const;
+  bool CanMatchFrom(const char* from);
   Outcome Scan(const char* from, Found& found);
 
   Automaton& automaton_;
   const char* const first_;
   const char* const last_;
+  const Surroundings& around_;
   const bool insistent_;
-  std::size_t wasted_ = 0;  // bytes that were read and are to be read again
+  const char* required_ = nullptr;  // where the byte is that each match has, if it isn't before
+  std::size_t wasted_ = 0;          // bytes that were read and are to be read again
 };
 
 }  // namespace RegexClass::engine

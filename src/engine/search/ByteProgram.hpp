@@ -27,6 +27,16 @@ constexpr Context kUnknownSeparator = 64;  // or a separator of lines
 /// The context that each byte is.
 using Contexts = std::array<Context, 256>;
 
+/// What assertions ask of a place of a text, where the bytes around it don't tell.
+class Surroundings {
+ public:
+  virtual Context Before(const char* place) const = 0;
+  virtual Context After(const char* place) const = 0;
+
+ protected:
+  ~Surroundings() = default;
+};
+
 /// Whether the contexts tell whether an assertion holds between two bytes.
 bool IsKnown(Assertion assertion, Context before, Context after);
 /// Whether it holds.

@@ -58,7 +58,8 @@ bool OnePass::Read() {
             numbers[state.next] = static_cast<std::uint32_t>(places.size());
             places.push_back(state.next);
           }
-          const Move move = {numbers[state.next], marksOf(marks)};
+          const Move move = {numbers[state.next] * static_cast<std::uint32_t>(classes),
+                             marksOf(marks)};
           for (std::size_t i = 0; i < classes; ++i) {
             if (!program_.Takes(state, i)) continue;
             if (moves_[place * classes + i].to != kNone) return false;
@@ -93,18 +94,17 @@ bool OnePass::Read() {
 
 std::size_t OnePass::Find(const MatchedText& text, Part* parts) const {
   const std::uint8_t* const classes = program_.Classes().data();
-  const std::size_t width = program_.ClassCount();
   std::size_t closed = 0;
-  std::size_t place = 0;
+  std::uint32_t place = 0;
   const auto set = [&](std::uint32_t marks, const char* at) {
     for (const std::uint32_t mark : marks_[marks]) SetMark(mark, at, parts, closed);
   };
   for (const char* at = text.first; at != text.last; ++at) {
-    const Move& move = moves_[place * width + classes[static_cast<unsigned char>(*at)]];
+    const Move& move = moves_[place + classes[static_cast<unsigned char>(*at)]];
     if (move.marks != 0) set(move.marks, at);
     place = move.to;
   }
-  set(atEnd_[place], text.last);
+  set(atEnd_[place / program_.ClassCount()], text.last);
   return closed;
 }
 
@@ -217,7 +217,12 @@ bool GroupSearch::Try(const MatchedText& text, Part* parts, std::size_t& closed)
       } else if (state.kind == Kind::kAssertion) {
         const Context before = at == text.edge ? kEdge : program_.ContextOf(at[-1]);
         const Context after = at == text.otherEdge ? kEdge : program_.ContextOf(*at);
-        if (!Holds(static_cast<Assertion>(state.argument), before, after, flags_)) break;
+        const auto assertion = static_cast<Assertion>(state.argument);
+        if (!(IsKnown(assertion, before, after)
+                  ? Holds(assertion, before, after, flags_)
+                  : Holds(assertion, text.around.Before(at), text.around.After(at), flags_))) {
+          break;
+        }
       } else {
         if (state.kind == Kind::kMatch && at == text.last) return true;
         break;

@@ -19,6 +19,7 @@ struct MatchedText {
   const char* first;
   const char* last;
   const char* otherEdge;
+  const Surroundings& around;
 };
 
 /// The groups of an expression for which the next byte alone decides, at any place in a match, how
@@ -38,8 +39,8 @@ class OnePass {
  private:
   static constexpr std::uint32_t kNone = 0xffffffff;
   struct Move {
-    std::uint32_t to = kNone;
-    std::uint32_t marks = 0;  // in `marks_`, for what is passed before the byte
+    std::uint32_t to = kNone;  // the first move of the next place
+    std::uint32_t marks = 0;   // in `marks_`, for what is passed before the byte
   };
 
   bool Read();

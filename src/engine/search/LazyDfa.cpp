@@ -22,7 +22,7 @@ LazyDfa::LazyDfa(const ByteProgram& program, const Rules& rules)
 }
 
 const char* LazyDfa::Run(const char* from, const char* last, const char* edge, Context start,
-                         const char*& stop, bool insistent) {
+                         const Surroundings& around, const char*& stop, bool insistent) {
   const std::uint8_t* const classes = program_.Classes().data();
   const std::ptrdiff_t ahead = rules_.backward ? -1 : 0;  // where the byte lies from `at`
   const std::ptrdiff_t step = rules_.backward ? -1 : 1;
@@ -54,8 +54,10 @@ const char* LazyDfa::Run(const char* from, const char* last, const char* edge, C
       transitions = transitions_.data();
     }
     if (next == kUnknown) {
-      gaveUp_ = true;
-      break;
+      next = StepAt(at, state, classAt(), around);
+      transitions = transitions_.data();
+      gaveUp_ = next == kUnknown;
+      if (gaveUp_) break;
     }
     if (next == (state | kMatch)) {  // it stays there for a while
       do at += step;
@@ -74,6 +76,7 @@ const char* LazyDfa::Run(const char* from, const char* last, const char* edge, C
   const std::size_t byteClass = last == edge ? program_.ClassCount() : classAt();
   std::uint32_t next = transitions[state + byteClass];
   if (next == kNotMade) next = Step(state, byteClass);
+  if (next == kUnknown) next = StepAt(at, state, byteClass, around);
   gaveUp_ = next == kUnknown;
   return (next & kMatch) != 0 ? last : found;
 }
@@ -98,12 +101,32 @@ void LazyDfa::MakeRoom(std::uint32_t& state) {
 }
 
 std::uint32_t LazyDfa::Step(std::uint32_t state, std::size_t byteClass) {
+  const Context known = states_[state / width_].before;
+  const Context next = program_.HasAssertions() ? program_.ContextOfClass(byteClass) : Context{0};
+  const std::uint32_t made =
+      rules_.backward ? Make(state, byteClass, next, known) : Make(state, byteClass, known, next);
+  return transitions_[state + byteClass] = made;
+}
+
+std::uint32_t LazyDfa::StepAt(const char* place, std::uint32_t state, std::size_t byteClass,
+                              const Surroundings& around) {
+  const Context before = around.Before(place);
+  const Context after = around.After(place);
+  const std::uint64_t key =
+      std::uint64_t{state + byteClass} << 16 | static_cast<std::uint64_t>(before) << 8 | after;
+  const auto known = resolved_.find(key);
+  if (known != resolved_.end()) return known->second;
+  const std::uint32_t made = Make(state, byteClass, before, after);
+  constexpr std::size_t kSize = 48;  // bytes of an element
+  memory_ += kSize;
+  return resolved_[key] = made;
+}
+
+std::uint32_t LazyDfa::Make(std::uint32_t state, std::size_t byteClass, Context before,
+                            Context after) {
   ++misses_;
   const State from = states_[state / width_];
   const bool atEdge = byteClass == program_.ClassCount();
-  const Context next = program_.HasAssertions() || atEdge ? program_.ContextOfClass(byteClass) : 0;
-  const Context before = rules_.backward ? next : from.before;
-  const Context after = rules_.backward ? from.before : next;
   if (++step_ == 0) {  // all numbers were used
     std::fill(seen_.begin(), seen_.end(), 0);
     std::fill(taken_.begin(), taken_.end(), 0);
@@ -130,17 +153,15 @@ std::uint32_t LazyDfa::Step(std::uint32_t state, std::size_t byteClass) {
   }
   EndGroup();
   std::uint32_t made = kDead;
-  if (unknown_) return transitions_[state + byteClass] = kUnknown;
+  if (unknown_) return kUnknown;
   if (!atEdge && !(paths_.empty() && (closed || rules_.anchored))) {
     State to;
     to.paths = paths_;
-    to.before = program_.HasAssertions() ? next : Context{0};
+    if (program_.HasAssertions()) to.before = program_.ContextOfClass(byteClass);
     to.closed = closed && !rules_.anchored;
     made = NumberOf(std::move(to));
   }
-  if (matched_) made |= kMatch;
-  transitions_[state + byteClass] = made;
-  return made;
+  return matched_ ? made | kMatch : made;
 }
 
 /// Adds to `paths_` where `path` leads by a byte of a class.
@@ -221,6 +242,7 @@ void LazyDfa::Drop() {
   states_.assign(1, State{});
   states_.front().closed = true;
   numbers_.clear();
+  resolved_.clear();
   std::fill(std::begin(starts_), std::end(starts_), kNotMade);
   memory_ = 0;
   misses_ = 0;

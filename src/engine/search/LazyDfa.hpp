@@ -36,7 +36,7 @@ class LazyDfa {
   /// `edge` is the end of the text in that direction, `start` the context of the byte on the other
   /// side of `from`. `stop` becomes the place up to which it had to read. It may give up.
   const char* Run(const char* from, const char* last, const char* edge, Context start,
-                  const char*& stop, bool insistent);
+                  const Surroundings& around, const char*& stop, bool insistent);
 
   /// Whether the last run stopped, with a result that means nothing: it made states nearly as fast
   /// as it read bytes, and had to drop them all, unless it was `insistent`; or came to where only
@@ -60,8 +60,12 @@ class LazyDfa {
 
   std::uint32_t Start(Context before);
   void MakeRoom(std::uint32_t& state);
-  /// Makes the transition of `state` by a class.
+  /// The transition of `state` by a class, which is kUnknown where it depends on what the classes
+  /// don't tell.
   std::uint32_t Step(std::uint32_t state, std::size_t byteClass);
+  std::uint32_t StepAt(const char* place, std::uint32_t state, std::size_t byteClass,
+                       const Surroundings& around);
+  std::uint32_t Make(std::uint32_t state, std::size_t byteClass, Context before, Context after);
   void Follow(std::uint32_t path, std::size_t byteClass, Context before, Context after,
               bool mayBeEmpty);
   void EndGroup();
@@ -74,6 +78,8 @@ class LazyDfa {
   std::vector<std::uint32_t> transitions_;
   std::vector<State> states_;
   std::unordered_map<std::string, std::uint32_t> numbers_;
+  std::unordered_map<std::uint64_t, std::uint32_t>
+      resolved_;               // transitions that are kUnknown above
   std::uint32_t starts_[128];  // for each context
   std::size_t memory_ = 0;
   std::size_t misses_ = 0;  // transitions that were made since the states were dropped

@@ -102,7 +102,7 @@ void Walk::UseRegular(SearchAids::Regular* regular) {
   if (regular == nullptr) return;
   sequence_ = regular->sequence.get();
   if (regular->automaton != nullptr) {
-    automaton_.emplace(*regular->automaton, first_, last_, false);
+    automaton_.emplace(*regular->automaton, first_, last_, engine_, false);
   }
 }
 
@@ -125,7 +125,7 @@ bool Walk::Insist() {
   if (regular_ == nullptr || (automaton_ && !automatonGaveUp_)) return false;
   SearchAids::Regular* const regular = regular_->Now([this] { return MakeRegular(); });
   if (regular == nullptr || regular->automaton == nullptr) return false;
-  automaton_.emplace(*regular->automaton, first_, last_, true);
+  automaton_.emplace(*regular->automaton, first_, last_, engine_, true);
   automatonGaveUp_ = false;
   candidates_.reset();
   return true;
@@ -164,7 +164,7 @@ bool Walk::FindByAutomaton(bool& found) {
   if (outcome == Outcome::kNone) {
     if (afterEmpty && (flags_ & kNotNull) == 0) {
       if (at == last_) return true;
-      at = engine_.After(at);
+      at = engine_.NextPlace(at);
     }
     outcome = automaton_->Find(at, next);
   }

@@ -36,7 +36,7 @@ class Program {
 };
 
 /// The engine's way through a text. Each search throws a std::runtime_error when it gives up.
-class EngineWalk {
+class EngineWalk : public Surroundings {
  public:
   virtual ~EngineWalk() = default;
   /// The next match after `found`, if it isn't null; `found` becomes that.
@@ -47,7 +47,7 @@ class EngineWalk {
   /// Finds a match again that another way has found, for its groups.
   virtual bool FindSame(const Found& same, const char* from) = 0;
   /// The place after the character at `place`.
-  virtual const char* After(const char* place) const = 0;
+  virtual const char* NextPlace(const char* place) const = 0;
   /// What the last search has found, with its groups.
   virtual void Take(Match& match) const = 0;
 };
