@@ -432,7 +432,8 @@ bool IsCopyOf(const ListedFile& file, const std::string& copy, const std::string
   const std::string marked = directory.CopyMark(own);
   if (!marked.empty()) return marked == OwnName(file.name);
   for (const std::string& other : FilesWithCopy(copy, extension)) {
-    if (other != file.name) throw Failure(copy + " may be the copy of " + other);
+    if (other != file.name)
+      throw Failure(std::string(copy).append(" may be the copy of ").append(other));
   }
   return true;
 }
