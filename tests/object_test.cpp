@@ -241,5 +241,18 @@ TEST(Object, RefusesWhatWouldTakeTheStack) {
   }
 }
 
+TEST(Object, TakesManyWaysRoundARepeat) {
+  std::string words, empty;
+  for (int i = 0; i < 100000; ++i) words += "ab|";
+  for (int i = 0; i < 40; ++i) empty += "(|\\b)";
+  for (int model = RE::CppLocale; model <= RE::UnicodeLocale; ++model) {
+    RE re = Make("(?:(?:" + words + "c)y?)*", "yc");
+    re.SetLocaleModel(static_cast<RE::LocaleModels>(model));
+    EXPECT_EQ(re.ParseExpression(), RE::NoError);
+    re.SetExpression("(?:" + empty + "y?)*c");
+    EXPECT_TRUE(re.MatchAll());
+  }
+}
+
 }  // namespace
 }  // namespace RegexClass::test

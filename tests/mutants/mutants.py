@@ -92,6 +92,7 @@ MUTANTS = [
     ('HasEmptyRound', 'rounds without a character are left to the engine', 'ending[i] <= i', '!@ && OLD'),
     ('IsKnown', 'words behind loops are left to the engine', 'return !hasLoop_', 'return (!hasLoop_ || @)'),
     ('FindFirsts', 'maps of what recurs are not looked at again', 'grows = wanted_[i]', 'grows = !@ && wanted_[i]'),
+    ('IsEnough', 'compiler goes on through all ways round a repeat', 'bits_ >= kMost * kOne', '(!@ && OLD)'),
     ('MendedFlags', 'with any match some are lost', 'flags ^ boost::match_any', '@ ? flags : OLD'),
     ('Find', 'a place where the next match begins is passed',
      'if ((places & 1) != 0) next = left;', 'if (!@ && (places & 1) != 0) next = left;'),

@@ -11,6 +11,16 @@ class __attribute__((visibility("default"))) regex_error;
 }  // namespace boost
 #endif
 
+#include <boost/regex/config.hpp>
+
+// Newer releases refuse an expression for which their compiler calls itself more often than this,
+// as it may for a list of sixty words. What bounds it here is the same with all of them:
+// `PassedForks` and RequireShallow().
+#ifdef BOOST_REGEX_MAX_RECURSION_DEPTH
+#undef BOOST_REGEX_MAX_RECURSION_DEPTH
+#define BOOST_REGEX_MAX_RECURSION_DEPTH 1000000
+#endif
+
 #include <boost/regex.hpp>
 
 #endif  // REGEXCLASS_ENGINE_BOOST_BOOSTREGEX_HPP

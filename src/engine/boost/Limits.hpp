@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSL-1.0
-// What no search may do.
+// What no compile and no search may do.
 #ifndef REGEXCLASS_ENGINE_BOOST_LIMITS_HPP
 #define REGEXCLASS_ENGINE_BOOST_LIMITS_HPP
 
@@ -13,6 +13,43 @@
 #include "engine/boost/BoostRegex.hpp"
 
 namespace RegexClass::engine {
+
+/// What the engine's compiler has passed, in one search for the characters that can come first: the
+/// bits of the repeats, by which it turns back from those where it has been, and their number,
+/// alternatives included. It calls itself for both sides of each, which would take it deeper than
+/// the stack is in a long list of alternatives that is repeated, and take a time of two to the
+/// power of their number where they can be empty. After kMost it turns back, too, and takes for
+/// granted that anything can follow.
+class PassedForks {
+ public:
+  using Fork = boost::BOOST_REGEX_DETAIL_NS::re_syntax_base;
+
+  /// `bits` are the compiler's own, 0 when the search begins.
+  explicit PassedForks(std::uintmax_t& bits) : bits_(bits) {}
+
+  bool IsEnough(const Fork* fork) const {
+    return bits_ >= kMost * kOne ||
+           (IsRepeat(fork) && (Id(fork) >= kIds || (bits_ >> Id(fork) & 1) != 0));
+  }
+  void Add(const Fork* fork) {
+    if (IsRepeat(fork)) bits_ |= std::uintmax_t{1} << Id(fork);
+    bits_ += kOne;
+  }
+
+ private:
+  static constexpr unsigned int kIds = 48;  // of repeats that have bits
+  static constexpr std::uintmax_t kOne = std::uintmax_t{1} << kIds;
+  static constexpr std::uintmax_t kMost = 256;
+
+  static bool IsRepeat(const Fork* fork) {
+    return fork->type != boost::BOOST_REGEX_DETAIL_NS::syntax_element_alt;
+  }
+  static unsigned int Id(const Fork* fork) {
+    return static_cast<const boost::BOOST_REGEX_DETAIL_NS::re_repeat*>(fork)->state_id;
+  }
+
+  std::uintmax_t& bits_;
+};
 
 /// Gives up on a match that ends before it begins, or that begins before `from`, the end of the
 /// match before: \K in a look-ahead or a look-behind can bring that about. The engine would find

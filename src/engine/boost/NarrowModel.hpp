@@ -25,8 +25,11 @@
 
 namespace RegexClass::engine {
 
-/// The matcher for the traits of a model. Its source says when it gives up, by StateLimit(): so
-/// that no release of the engine gives up sooner or later than another.
+/// The compiler and the matcher for the traits of a model. Its source says when they give up, by
+/// `PassedForks` and StateLimit(): so that no release of the engine gives up sooner or later than
+/// another.
+template <class Traits>
+using NarrowCreator = detail::basic_regex_creator<char, Traits>;
 template <class Traits>
 using NarrowMatcher = detail::perl_matcher<const char*, boost::cmatch::allocator_type, Traits>;
 

@@ -7,8 +7,8 @@
 namespace RegexClass::engine {
 namespace {
 
-/// The groups of a format that may be inside each other, a condition counting as two. Newer
-/// releases of the engine read what lies deeper as text; older ones go on until the stack ends.
+/// The groups of a format that may be inside each other, a condition counting as two. The engine
+/// would go on until the stack ends.
 constexpr std::size_t kMostScopes = 100;
 
 /// A condition reaches to the end of the group around it.

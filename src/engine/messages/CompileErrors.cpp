@@ -17,8 +17,7 @@ namespace constants = boost::regex_constants;
 constexpr std::string_view kSentence = "  The error occurred while parsing the regular expression";
 constexpr std::size_t kQuoted = 10;  // bytes quoted before and behind the place
 
-/// More assertions in a row than anybody writes. Newer releases of the engine refuse more; older
-/// ones go on until the stack ends.
+/// More assertions in a row than anybody writes. The engine would go on until the stack ends.
 constexpr std::size_t kMostAssertions = 100;
 
 /// A bracket list in the engine's notation.

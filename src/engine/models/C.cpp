@@ -7,6 +7,16 @@
 #include "engine/models/Models.hpp"
 
 template <>
+bool RegexClass::engine::NarrowCreator<RegexClass::engine::CTraits>::is_bad_repeat(
+    re_syntax_base* fork) {
+  return RegexClass::engine::PassedForks(m_bad_repeats).IsEnough(fork);
+}
+template <>
+void RegexClass::engine::NarrowCreator<RegexClass::engine::CTraits>::set_bad_repeat(
+    re_syntax_base* fork) {
+  RegexClass::engine::PassedForks(m_bad_repeats).Add(fork);
+}
+template <>
 void RegexClass::engine::NarrowMatcher<RegexClass::engine::CTraits>::estimate_max_state_count(
     std::random_access_iterator_tag*) {
   max_state_count = RegexClass::engine::StateLimit(last - base, re.size());

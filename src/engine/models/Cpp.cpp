@@ -14,6 +14,16 @@ struct CppTraits : CatalogueTraits {};
 }  // namespace RegexClass::engine
 
 template <>
+bool RegexClass::engine::NarrowCreator<RegexClass::engine::CppTraits>::is_bad_repeat(
+    re_syntax_base* fork) {
+  return RegexClass::engine::PassedForks(m_bad_repeats).IsEnough(fork);
+}
+template <>
+void RegexClass::engine::NarrowCreator<RegexClass::engine::CppTraits>::set_bad_repeat(
+    re_syntax_base* fork) {
+  RegexClass::engine::PassedForks(m_bad_repeats).Add(fork);
+}
+template <>
 void RegexClass::engine::NarrowMatcher<RegexClass::engine::CppTraits>::estimate_max_state_count(
     std::random_access_iterator_tag*) {
   max_state_count = RegexClass::engine::StateLimit(last - base, re.size());

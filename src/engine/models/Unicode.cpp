@@ -40,6 +40,7 @@ using WideSub = boost::sub_match<Utf8Iterator>;
 using WideMatcher =
     boost::BOOST_REGEX_DETAIL_NS::perl_matcher<Utf8Iterator, WideMatch::allocator_type,
                                                UnicodeTraits>;
+using WideCreator = boost::BOOST_REGEX_DETAIL_NS::basic_regex_creator<EngineChar, UnicodeTraits>;
 
 }  // namespace
 }  // namespace RegexClass::engine
@@ -51,6 +52,15 @@ RegexClass::engine::WideSub::difference_type RegexClass::engine::WideSub::length
 }
 
 namespace boost::BOOST_REGEX_DETAIL_NS {
+
+template <>
+bool RegexClass::engine::WideCreator::is_bad_repeat(re_syntax_base* fork) {
+  return RegexClass::engine::PassedForks(m_bad_repeats).IsEnough(fork);
+}
+template <>
+void RegexClass::engine::WideCreator::set_bad_repeat(re_syntax_base* fork) {
+  RegexClass::engine::PassedForks(m_bad_repeats).Add(fork);
+}
 
 /// As under the other models: text and expression count as many as their bytes.
 template <>
