@@ -12,11 +12,12 @@ std::unique_ptr<RegexClass::RegularExpression> lasting;
 std::mutex mutex;
 }  // namespace
 
-/// Searches `files`, and gives the number of matches. The object lasts until the
-/// next call if asked to.
+/// Searches `files`, and returns the number of matches. The object lasts until the next call if
+/// asked to.
 extern "C" [[gnu::visibility("default")]] unsigned SearchFiles(const char* files, bool last) {
   auto re = std::make_unique<RegexClass::RegularExpression>();
   re->SetExpression("(a|b|ab)*c");
+  re->SetLocaleDll("./texts.cat");  // for which a thread has a record
   re->SetFilesToMatch(files);
   const unsigned matches = re->GrepFiles();
   const std::lock_guard lock(mutex);

@@ -62,6 +62,9 @@ std::size_t Memory() { return ::mallinfo2().uordblks; }
 #endif
 
 TEST(Unloading, LeavesNothingBehind) {
+  const Scratch scratch;
+  WriteFile("texts.msg", "$set 1\n1 a text\n");
+  ASSERT_TRUE(!kIsPosix || std::system("gencat texts.cat texts.msg") == 0);
   unsigned (*search)(const char*, bool) = nullptr;
   // A thread that searches in each round, and goes on living.
   std::mutex mutex;
