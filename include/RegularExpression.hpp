@@ -3,7 +3,7 @@
 //
 // An application makes a RegularExpression, sets an expression, options, a locale model and the
 // text to work on, and calls one operation. The answer is a verdict, a count or a text; the
-// matches themselves are plain REMatch records, given back or handed to notifications one by one.
+// matches themselves are plain REMatch records, returned or handed to notifications one by one.
 //
 //   RegexClass::RegularExpression re;
 //   re.SetExpression("(\\w+)@(\\w+)");
@@ -31,9 +31,9 @@
 //   N * S * S and N * N, but of the second 100,000,000 at the most, in a text of N bytes and for an
 //   expression of S bytes. The limit is the same under each locale model.
 // - Where the engine loses a match, the library finds it, on purpose other than the engine alone:
-//   behind a lazy repeat with an upper limit at the beginning (.{3,6}?AC), or a greedy one under
-//   MatchAny, and where its notes of how a match can go on lack something, as before \> behind a
-//   repeat (a(?:.b+|A){2,3}\>), before \X or behind a group with a case of its own. What is found
+//   after a lazy repeat with an upper limit at the beginning (.{3,6}?AC), or a greedy one under
+//   MatchAny, and where its notes of how a match can go on lack something, as before \> after a
+//   repeat (a(?:.b+|A){2,3}\>), before \X or after a group with a case of its own. What is found
 //   doesn't depend on what an object has searched before.
 // - Matches, the rule on empty ones and the limits are the library's own and the same whatever
 //   release of Boost it is built with; they were compared for 1.81, 1.83 and 1.92.
@@ -64,7 +64,7 @@ namespace RegexClass {
 
 class ExpressionState;
 
-/// One sub-match: the whole match, a group, or the text before or behind the match.
+/// One sub-match: the whole match, a group, or the text before or after the match.
 struct REMatch {
   std::string text;            ///< Its bytes, zero bytes included; empty if it took no part.
   std::int32_t position = -1;  ///< Offset from the start of the string; -1 if it took no part.
@@ -218,7 +218,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// 1 to 8 are restrictions and exclude MatchDefault; 9 to 12 are modifiers and stand beside it.
   ///
   /// To an expression a line ends at a line feed, a carriage return or a form feed, and under
-  /// UnicodeLocale also at U+0085, U+2028 and U+2029: `$` matches before each of them, `^` behind
+  /// UnicodeLocale also at U+0085, U+2028 and U+2029: `$` matches before each of them, `^` after
   /// it, but neither between a carriage return and a line feed; `\Z` takes all that stand at the
   /// end of the text. A dot matches them all unless MatchNotDotNewline or (?-s) says otherwise.
   enum Matches : int {
@@ -234,7 +234,7 @@ class REGEXCLASS_EXPORT RegularExpression {
     MatchAny = 9,            ///< Any match will do, the first found rather than the best.
     MatchNotNull = 10,       ///< An empty match is not accepted.
     MatchContinuous = 11,    ///< A match must begin where the range begins, in a walk where the
-                             ///< last match ended; behind an empty one also a character further.
+                             ///< last match ended; after an empty one also a character further.
     MatchPartial = 12,       ///< A text that ends while a match is still possible counts as a
                              ///< match, reported with an entry 0 that took no part. Acts on Match,
                              ///< MatchAll, Search and Grep alone.
@@ -283,7 +283,7 @@ class REGEXCLASS_EXPORT RegularExpression {
     BadPattern = 2,                  ///< Invalid pattern, also a bad Perl sequence such as (?z).
     BadCollation = 3,                ///< Undefined collating element.
     BadCharacterClass = 4,           ///< Invalid character class name.
-    TrailingEscape = 5,              ///< A backslash with nothing, or nothing proper, behind it.
+    TrailingEscape = 5,              ///< A backslash with nothing, or nothing proper, after it.
     BadBackReference = 6,            ///< A back reference to a group that doesn't exist.
     UnmatchedBracket = 7,            ///< A bracket list without end.
     UnmatchedParenthesis = 8,        ///< A group without end.
@@ -416,7 +416,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// A pattern is a path, relative to the current directory or not. `*`, `?` and bracket sets such
   /// as [a-z] in its components stand for names by the rules of fnmatch(3), under the C library's
   /// current locale; a dot at the start of a name is matched by a dot alone. A backslash takes the
-  /// meaning from the character behind it. Several patterns stand in one text with `;` between
+  /// meaning from the character after it. Several patterns stand in one text with `;` between
   /// them, and a `;` of a name is written `\;`.
   ///
   /// Files come pattern by pattern, and for each in the byte order of their names, a directory's
@@ -467,7 +467,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// a fraction of the time where there are many small ones. Up to 64 files then wait for each
   /// other, open and locked, before they take their names one after the other; counts, problems and
   /// their order stay the same, but a file may not be changed yet when a notification tells of one
-  /// behind it. Starts false. Has no effect with SetContinueFiles(false), nor on Windows. Goes with
+  /// after it. Starts false. Has no effect with SetContinueFiles(false), nor on Windows. Goes with
   /// the notifications.
   bool GetSyncTogether() const;
   void SetSyncTogether(bool together);
@@ -547,7 +547,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// models CppLocale and W32Locale compile again. No file is touched before that.
   ///
   /// A catalogue is a file made with gencat; docs/catalogues.md tells what belongs in it. When the
-  /// part of `name` behind the last slash or backslash holds a dot, that file is the catalogue.
+  /// part of `name` after the last slash or backslash holds a dot, that file is the catalogue.
   /// Else it is the first that loads of name.LlC, name.Ll and name.dll, where Ll are the first two
   /// bytes of what the user's language is called in that language, and C is the first byte of what
   /// the country is called: name.DeD and name.De for Deutsch and Deutschland. The user's language
@@ -597,16 +597,16 @@ class REGEXCLASS_EXPORT RegularExpression {
 
   // ------------------------------------------------------ operations on the string to match
   //
-  // Each compiles if need be, and gives its failure value when that fails. With no subscriber to
+  // Each compiles if need be, and returns its failure value when that fails. With no subscriber to
   // its notification, and no vector to fill, an operation costs what the engine costs: no REMatch
   // is made. A report costs a copy of the whole text, since its vector holds what lies before and
-  // behind the match, unless SetReportContext() says otherwise.
+  // after the match, unless SetReportContext() says otherwise.
   //
   // Expressions in NormalSyntax take the first match that Perl would take; all other syntaxes take
   // the longest of the leftmost matches.
   //
-  // Match, MatchAll, Search and Grep also give their matches back: the whole match and each group
-  // in order, without the text before and behind. What was there is replaced on success, and gone
+  // Match, MatchAll, Search and Grep also return their matches: the whole match and each group
+  // in order, without the text before and after. What was there is replaced on success, and gone
   // otherwise, also when something throws. The notification is raised as ever.
 
   /// True when the leftmost match begins at the first character; it need not reach the end.
@@ -623,10 +623,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   bool Search();
   bool Search(std::vector<REMatch>& match);
 
-  /// Walks through the string from match to match, raises OnGrepping for each, and gives the
+  /// Walks through the string from match to match, raises OnGrepping for each, and returns the
   /// number of matches, 0 on every failure.
   ///
-  /// Matches don't overlap. Behind an empty match the walk first looks for one that isn't empty at
+  /// Matches don't overlap. After an empty match the walk first looks for one that isn't empty at
   /// the same place, and then goes one character on. A match that reaches the end of the string is
   /// the last, unless it began where an empty one had been: x* on "ax" has two matches, an empty
   /// one and "x". The walk goes on with the string, the expression, the options and the subscriber
@@ -640,18 +640,18 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// other time, and within OnMatching and OnSearching once the string to match has been set.
   ///
   /// Of operations that a notification starts on its own object, a Grep or a Merge inside a report
-  /// of Grep or Merge ends the results, so that Format gives nothing behind it. A Match, a MatchAll
-  /// or a Search there leaves them: Format keeps giving the outer match, and the vector of the
-  /// inner notification is that of the outer match too, but not the line and the line start, which
-  /// are the inner match's. Inside OnMatching and OnSearching it is the
-  /// other way round: a Match, a MatchAll or a Search ends the results.
+  /// of Grep or Merge ends the results, so that Format returns nothing after it. A Match, a
+  /// MatchAll or a Search there leaves them: Format goes on with the outer match, and the vector of
+  /// the inner notification is that of the outer match too, but not the line and the line start,
+  /// which are the inner match's. Inside OnMatching and OnSearching it is the other way round: a
+  /// Match, a MatchAll or a Search ends the results.
   ///
   /// A format type that is no enumerator counts as FormatAll.
   void Format(std::string& out) const;
 
   /// Replaces the content of `out` by the string with each match replaced by what the format
   /// string makes of it, by the settings MergeCopy and MergeOnlyFirst; the matches are those of
-  /// Grep, empty ones included. The string to match stays as it is. Gives false, and leaves `out`
+  /// Grep, empty ones included. The string to match stays as it is. Returns false, and leaves `out`
   /// empty, when the compile fails, and true else, also without a match and when a notification has
   /// ended the run. Leaves `out` empty when something throws.
   ///
@@ -662,10 +662,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// and ends the run. What Grep promises on changes made by a notification holds here too; of the
   /// settings, MergeOnlyFirst counts as it was at the start, and MergeCopy at each match. That is
   /// to be set before the run: what was passed over while it was false isn't skipped later. Where
-  /// a becomes x in banana, switching it on at the second match gives xxananx.
+  /// a becomes x in banana, switching it on at the second match makes xxananx.
   bool Merge(std::string& out);
 
-  /// Cuts the string to match into `pieces`, whose content is replaced, and gives their number.
+  /// Cuts the string to match into `pieces`, whose content is replaced, and returns their number.
   ///
   /// Without groups, the expression matches separators, and the pieces are the texts between
   /// them: no piece comes of a separator in front of everything, and none of the end when a
@@ -678,7 +678,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   ///
   /// MaximumSplits limits the pieces of one call, also amid the groups of a match. With
   /// SplitInputDelete the part of the string that was used up is taken off it, so that calling
-  /// again goes on behind it. On failure there are no pieces, and the string stays as it is. When
+  /// again goes on after it. On failure there are no pieces, and the string stays as it is. When
   /// something throws, the pieces that were cut until then are there, the string stays as it is,
   /// and an object without an expression keeps the one for white space.
   unsigned int Split(std::vector<std::string>& pieces);
@@ -710,17 +710,17 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// The names of the files that GrepFiles and FindFiles would visit, in that order, links to files
   /// among them. Raises OnSelectingFiles as they do. Needs no expression, and opens no file, so
   /// that what can't be read is named, too. A name of any length can be given to SetFilesToMatch,
-  /// with the characters in it that a pattern has a use for behind a backslash each.
+  /// with a backslash before each character in it that a pattern has a use for.
   ///
-  /// ChangeFiles doesn't visit links that no pattern spells out: a notification that answers false
-  /// for each LinkEntry gives the names that it would visit.
+  /// ChangeFiles doesn't visit links that no pattern spells out: with a notification that answers
+  /// false for each LinkEntry the names are those that it would visit.
   std::vector<std::string> SelectFiles();
 
-  /// Raises OnGreppingFiles for each match in each file, and gives the number of matches. A match
+  /// Raises OnGreppingFiles for each match in each file, and returns the number of matches. A match
   /// for which the notification answers false is the last one of its file, and counts.
   unsigned int GrepFiles();
 
-  /// Raises OnFindFiles for each file in which there is a match, and gives the number of files.
+  /// Raises OnFindFiles for each file in which there is a match, and returns the number of files.
   /// Stops searching a file at its first match.
   unsigned int FindFiles();
 
@@ -736,7 +736,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// each other. Valid during the notification; empty at all other times.
   std::string_view GetFileContent() const;
 
-  /// Replaces the matches in each file, and gives the number of matches replaced in files that
+  /// Replaces the matches in each file, and returns the number of matches replaced in files that
   /// have been rewritten.
   ///
   /// For each match OnChangingFiles is raised, with the file as it is before any of its changes; a
@@ -744,7 +744,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// replacement is what the format string makes of the match, in the syntax of FormatAll whatever
   /// the format type; an empty format string deletes. MergeCopy and MergeOnlyFirst aren't asked. It
   /// is made by the expression as the object has it, options included, from the matched text alone:
-  /// an expression that asks for something beside its match (\b at its edge, (?=x) behind it), or a
+  /// an expression that asks for something beside its match (\b at its edge, (?=x) after it), or a
   /// match option that forbids what is now at the edge, may find nothing in there, and the match is
   /// then replaced by itself.
   ///
@@ -769,7 +769,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// - Written over: where that can't be done or can't keep what belongs to the file (it has
   ///   several hard links, its owner or attributes can't be set, nothing can be renamed in the
   ///   directory, the file is a mount point), the bytes are written over. Space is reserved before
-  ///   the first one, and the old content is put back when the device fails behind that. A device
+  ///   the first one, and the old content is put back when the device fails after that. A device
   ///   that doesn't take that either, a process that is killed in these moments and a power loss
   ///   until the system has written it all can then leave a mixture.
   /// - Others who write: a file is opened once for its rewriting, must be the one that was
@@ -787,7 +787,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   ///   ReplaceFileFailed, EMLINK.
   /// - Holes of a sparse file stay holes (not on Windows).
   /// - Copies: with a save extension, the old content is copied to the file's name with that
-  ///   extension in place of what stands behind its last dot (with the dot searched for in the
+  ///   extension in place of what stands after its last dot (with the dot searched for in the
   ///   whole path, and appended when there is none). The copy replaces whatever has that name, a
   ///   link too, when it is whole, unless SetKeepCopies() says otherwise; so two files that differ
   ///   in their extension alone share one. It gets the owner, the permissions and the access list
@@ -812,11 +812,12 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// its problems go to the end of the list of the outermost run.
   unsigned int ChangeFiles();
 
-  /// Gives the file `name` the content of the file `source`, by what ChangeFiles does to one file
-  /// and with all that it promises: a saved copy is put back so, for instance. True when that has
-  /// come about, and else the reason is in GetChangeFilesErrors(). Needs neither an expression nor
-  /// a file pattern, and raises nothing. A save extension counts here, too; a name that has it
-  /// isn't passed over, and neither is a file that no one may write to, which is ReplaceFileFailed.
+  /// Makes the content of the file `name` that of the file `source`, by what ChangeFiles does to
+  /// one file and with all that it promises: a saved copy is put back so, for instance. True when
+  /// that has come about, and else the reason is in GetChangeFilesErrors(). Needs neither an
+  /// expression nor a file pattern, and raises nothing. A save extension counts here, too; a name
+  /// that has it isn't passed over, and neither is a file that no one may write to, which is
+  /// ReplaceFileFailed.
   ///
   /// Both are names and no patterns. In the first `named` bytes of either links are followed, as
   /// the caller has spelled that out. What is behind these was found in a directory that others
@@ -842,11 +843,11 @@ class REGEXCLASS_EXPORT RegularExpression {
   // belongs doesn't compile, where that can be told, since it couldn't stop anything. Grep and
   // Merge call a clone of the closure, so that what a mutable one changes in itself is gone with
   // the operation. A closure that replaces or removes itself while it runs stays alive until it has
-  // returned. A getter gives a copy of the closure, in which target<T>() finds what was set. Slots
-  // are copied with the object and take no part in comparison.
+  // returned. A getter returns a copy of the closure, in which target<T>() finds what was set.
+  // Slots are copied with the object and take no part in comparison.
   //
   // The vector holds the whole match, each group in order, then the text between the end of the
-  // match before (or the start of the string) and this match, and the text behind this match;
+  // match before (or the start of the string) and this match, and the text after this match;
   // these last two entries are always there, with position -1 when they are empty. The two events
   // on files leave them out. The vector is valid during the call only, and costs a copy of all
   // these texts: in a large text with many matches, turn these two off by SetReportContext(false).
@@ -876,7 +877,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   using EntryClosure =
       boost::function4<void, RegularExpression*, const std::string&, EntryKinds, bool&>;
 
-  /// Whether a report of a match in a string has the text before and behind the match, which are
+  /// Whether a report of a match in a string has the text before and after the match, which are
   /// copied for it: a walk with a match in each line of a text copies half of the text at each.
   /// When false, the last two entries of the vector are there, empty, with position -1, nothing is
   /// copied, and a walk takes a time in proportion to the text. Format has both texts in any case.
@@ -994,7 +995,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// `.` and `..`, those with a dot at their start included; for a wildcard in the middle of a
   /// pattern, for the directories and links that match it. What a pattern spells out isn't asked
   /// about. No answer leads to what is never visited, such as a pipe, nor through a link to a
-  /// directory, unless the pattern has a component behind it. In a directory that is taken without
+  /// directory, unless the pattern has a component after it. In a directory that is taken without
   /// recursion, the last component of the pattern selects files as above it, and directories are
   /// asked about in their turn.
   void SetOnSelectingFiles(EntryFunction function);
@@ -1049,7 +1050,7 @@ inline void swap(RegularExpression& a, RegularExpression& b) noexcept { a.Swap(b
 // neither compiles.
 
 /// Writes the object's settings as one record, of version 2; the stream's state is all that tells
-/// of a failure. Whoever writes anything behind a record puts white space between the two. Of the
+/// of a failure. Whoever writes anything after a record puts white space between the two. Of the
 /// maximum number of splits the low 32 bits travel. A string of 4 GiB or more sets failbit and ends
 /// the writing.
 REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, const RegularExpression& object);
@@ -1065,7 +1066,7 @@ REGEXCLASS_EXPORT std::ostream& operator<<(std::ostream& out, const RegularExpre
 /// it; eofbit alone is none, since a record may end with the stream. The object then has:
 /// - all its settings as they were, when no version can be read or the version is above 2 (failbit
 ///   is set);
-/// - the settings read up to the failure, and behind it the old ones, when the record is damaged or
+/// - the settings read up to the failure, and after it the old ones, when the record is damaged or
 ///   cut off; the option set that was being read holds what was read of it. A length that the
 ///   stream doesn't hold takes no more memory than a small multiple of what it does hold.
 /// A version of 0 or below is read and does nothing; the stream stays good.

@@ -15,7 +15,7 @@ namespace RegexClass {
 /// The catalogue of one model.
 class CatalogueInForce {
  public:
-  /// Gives the text of a number in a file, or throws std::runtime_error when the file can't be
+  /// Returns the text of a number in a file, or throws std::runtime_error when the file can't be
   /// opened.
   using Reader = std::shared_ptr<const engine::EngineMessages> (*)(const std::string& file);
   explicit CatalogueInForce(Reader reader) : reader_(reader) {}

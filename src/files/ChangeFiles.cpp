@@ -53,7 +53,7 @@ class ChangeRun {
         rewriter_(state.settings, state.rewriting, state.changeFilesErrors),
         replacement_(MakeReplacement(state)) {}
 
-  /// Walks, and gives the number of changes in files that have been rewritten.
+  /// Walks, and returns the number of changes in files that have been rewritten.
   unsigned int Walk(FileWalker& walker) {
     walker.SetReportProblem([this](const FileWalker::Problem& problem) { PassOn(problem); });
     try {
@@ -120,7 +120,7 @@ class ChangeRun {
     const FileContentScope content(state_, found.Content());
     bool change = true;
     if (const auto subscriber = state_.notifications.onChangingFiles.Current()) {
-      subscriber(state_.owner, found.File().name, found.Marks(), found.Line(), change);
+      subscriber(state_.owner, found.File().name, found.SubMatches(), found.Line(), change);
     }
     return change;
   }

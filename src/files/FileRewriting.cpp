@@ -441,7 +441,7 @@ void FileRewriter::Tell(const Problem& problem) {
 }
 
 void FileRewriter::Queue(Rewriting rewriting) {
-  // Nothing that comes behind a problem may be done when it is to end the run, and what is written
+  // Nothing that comes after a problem may be done when it is to end the run, and what is written
   // over can't be taken back.
   const bool alone = !rewriting_.syncTogether || !settings_.continueFiles ||
                      (!rewriting.problem && rewriting.replacement == nullptr);

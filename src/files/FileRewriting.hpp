@@ -51,7 +51,7 @@ class FileRewriter {
   /// Replaces the matches of `changes` in the file, which isn't touched when that makes no
   /// difference.
   void Change(const platform::FoundFile& file, PendingChanges changes);
-  /// Gives the file the content of another.
+  /// Replaces the content of the file by that of another.
   void Replace(const platform::FoundFile& file, const platform::FoundFile& source);
   /// Adds a problem to those of the files.
   void Tell(const Problem& problem);
@@ -88,8 +88,8 @@ class FileRewriter {
   unsigned int changesApplied_ = 0;
 };
 
-/// The name of the saved copy: `extension` in place of what stands behind the last dot of the whole
-/// name, directories included; without a dot, appended behind one.
+/// The name of the saved copy: `extension` in place of what stands after the last dot of the whole
+/// name, directories included; without a dot, appended after one.
 std::string SavedCopyName(const std::string& file, const std::string& extension);
 
 }  // namespace RegexClass

@@ -35,7 +35,7 @@ struct FileVisitor {
 void SelectFiles(std::string_view patterns, bool recursion, platform::Links found,
                  const FileVisitor& visitor);
 
-/// The file of one name, which is no pattern. In its first `named` bytes links are followed, behind
+/// The file of one name, which is no pattern. In its first `named` bytes links are followed, after
 /// them there must be none. Touches nothing, so that the file has no identity yet.
 platform::FoundFile Locate(const std::string& name, std::size_t named);
 

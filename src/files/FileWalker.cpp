@@ -97,8 +97,8 @@ unsigned int FileWalker::Find(const Report& report) {
   });
 }
 
-const std::vector<REMatch>& FileWalker::Marks() const {
-  ToMarks(*match_, marks_);
+const std::vector<REMatch>& FileWalker::SubMatches() const {
+  ToSubMatches(*match_, marks_);
   return marks_;
 }
 

@@ -13,7 +13,7 @@
 
 #include "engine/Expression.hpp"
 #include "files/FileSelection.hpp"
-#include "matching/MatchVector.hpp"
+#include "matching/SubMatches.hpp"
 #include "object/Settings.hpp"
 #include "platform/FileReader.hpp"
 
@@ -46,11 +46,11 @@ class FileWalker {
 
   void SetReportProblem(ReportProblem report) { reportProblem_ = std::move(report); }
 
-  /// Reports each match in each file. Gives the number of reports. The matches of a file come
+  /// Reports each match in each file. Returns the number of reports. The matches of a file come
   /// together, ascending and without overlap, when the file has been read and closed.
   unsigned int Grep(const Report& report);
-  /// Reports each file that holds a match, of which there is no more to report. Gives the number of
-  /// reports.
+  /// Reports each file that holds a match, of which there is no more to report. Returns the number
+  /// of reports.
   unsigned int Find(const Report& report);
 
   /// What the walk has failed on, in its order.
@@ -64,9 +64,9 @@ class FileWalker {
 
   // The match in hand, in a report of Grep().
 
-  /// The marks, as a notification gets them: without the text before and behind. Good until the
-  /// next call.
-  const std::vector<REMatch>& Marks() const;
+  /// The sub-matches, as a notification gets them: without the text before and after. Good until
+  /// the next call.
+  const std::vector<REMatch>& SubMatches() const;
   /// The offset of the match from the start of the file.
   std::uint32_t Position() const {
     return static_cast<std::uint32_t>((*match_)[0].first - reader_.Text().data());

@@ -23,7 +23,7 @@ bool RaiseGreppingFiles(ExpressionState& state, const FileWalker& walker) {
   const FileContentScope content(state, walker.Content());
   bool more = true;
   if (const auto subscriber = state.notifications.onGreppingFiles.Current()) {
-    subscriber(state.owner, walker.File().name, walker.Marks(), walker.Line(), more);
+    subscriber(state.owner, walker.File().name, walker.SubMatches(), walker.Line(), more);
   }
   return more;
 }

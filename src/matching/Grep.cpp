@@ -26,7 +26,7 @@ unsigned int GrepInto(ExpressionState& state, Matches* matches) {
 
   Matches found;
   const auto keep = [&](const engine::Match& match) {
-    if (matches != nullptr) ToMarks(match, found.emplace_back());
+    if (matches != nullptr) ToSubMatches(match, found.emplace_back());
     return true;
   };
   unsigned int count = 0;

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "matching/MatchVector.hpp"
+#include "matching/SubMatches.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -15,8 +15,8 @@ using Run = bool (engine::Expression::*)(std::string_view, engine::Flags, engine
 /// the outcome counts.
 template <class Slot, class Accept>
 bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept,
-               std::vector<REMatch>* marks) {
-  if (marks != nullptr) marks->clear();
+               std::vector<REMatch>* subMatches) {
+  if (subMatches != nullptr) subMatches->clear();
   if (state.ParseExpression() != RegularExpression::NoError) return false;
 
   engine::Match match;
@@ -29,37 +29,37 @@ bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept,
     if (!found || !accept(match[0], text)) return false;
   }
   std::vector<REMatch> kept;
-  if (marks != nullptr) ToMarks(match, kept);  // before the string may change
+  if (subMatches != nullptr) ToSubMatches(match, kept);  // before the string may change
   if (const auto subscriber = slot.Current()) {
     const Line line = LineCounter(text.data()).At(match[0].first);
     std::vector<REMatch> matches;
-    ToMatchVector(*state.CurrentMatch(), state.notifications.context, matches);
+    ToReport(*state.CurrentMatch(), state.notifications.context, matches);
     subscriber(state.owner, std::as_const(matches), line.number, line.start);
   }
-  if (marks != nullptr) marks->swap(kept);
+  if (subMatches != nullptr) subMatches->swap(kept);
   return true;
 }
 
-bool MatchFirst(ExpressionState& state, std::vector<REMatch>* marks) {
+bool MatchFirst(ExpressionState& state, std::vector<REMatch>* subMatches) {
   const auto isAtStart = [](const engine::Part& match, std::string_view text) {
     return match.first == text.data();
   };
   return MatchOnce(state, state.notifications.onMatching, &engine::Expression::Search, isAtStart,
-                   marks);
+                   subMatches);
 }
 
-bool MatchAll(ExpressionState& state, std::vector<REMatch>* marks) {
+bool MatchAll(ExpressionState& state, std::vector<REMatch>* subMatches) {
   const auto isAtEnd = [](const engine::Part& match, std::string_view text) {
     return match.second == text.data() + text.size();
   };
   return MatchOnce(state, state.notifications.onMatching, &engine::Expression::MatchWhole, isAtEnd,
-                   marks);
+                   subMatches);
 }
 
-bool Search(ExpressionState& state, std::vector<REMatch>* marks) {
+bool Search(ExpressionState& state, std::vector<REMatch>* subMatches) {
   const auto always = [](const engine::Part&, std::string_view) { return true; };
   return MatchOnce(state, state.notifications.onSearching, &engine::Expression::Search, always,
-                   marks);
+                   subMatches);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "matching/MatchVector.hpp"
+#include "matching/SubMatches.hpp"
 #include "object/ExpressionState.hpp"
 
 namespace RegexClass {
@@ -27,7 +27,7 @@ class WalkReporter {
   /// Calls the subscriber; false when it wants no more.
   bool operator()(const engine::Match& match) {
     const Line line = lines_.At(match[0].first);
-    ToMatchVector(match, context_, matches_);
+    ToReport(match, context_, matches_);
     bool goOn = true;
     subscriber_(owner_, std::as_const(matches_), line.number, line.start, goOn);
     return goOn;

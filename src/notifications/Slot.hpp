@@ -90,7 +90,7 @@ class Slot {
 
 /// The slots of an object, in the order of its events.
 struct Notifications {
-  bool context = true;  // a report of a match in a string has the text before and behind it
+  bool context = true;  // a report of a match in a string has the text before and after it
   Slot<RegularExpression::MatchFunction> onMatching;
   Slot<RegularExpression::MatchFunction> onSearching;
   Slot<RegularExpression::WalkFunction> onGrepping;

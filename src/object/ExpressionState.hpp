@@ -38,7 +38,7 @@ class ExpressionState {
   // Compilation.
   /// Makes every model compile again when it is next used.
   void MarkNotCompiled();
-  /// Makes `options` those of the expression, and gives the former ones.
+  /// Makes `options` those of the expression, and returns the former ones in it.
   void SetExpressionOptions(ExpressionOptions& options) noexcept;
   /// Compiles unless that was done. The one way from the settings to an expression.
   RegularExpression::ExpressionErrorCode ParseExpression();
@@ -82,7 +82,7 @@ class ExpressionState {
   const CompileRecord* Failure() const;
 };
 
-/// Gives a variable another value for the life of the scope, however that ends.
+/// Sets a variable to another value for the life of the scope, however that ends.
 template <class T>
 class ScopedValue {
  public:

@@ -64,8 +64,8 @@ void EraseSyntaxesBut(ExpressionOptions& options, Option kept) {
   });
 }
 
-/// Gives the set the name of the syntax that its switches amount to, and no other; of two names for
-/// one syntax, the second only when the set bears it already. Further switches don't hinder it.
+/// Puts into the set the name of the syntax that its switches amount to, and no other; of two names
+/// for one syntax, the second only when the set bears it already. Further switches don't hinder it.
 void NameSyntax(ExpressionOptions& options) {
   const std::uint32_t switches = SwitchesOf(options);
   std::optional<Option> found;

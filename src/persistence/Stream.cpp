@@ -69,7 +69,7 @@ class SettingsWriter {
     LastText(text);
     out_ << ' ';
   }
-  /// No blank behind it.
+  /// No blank after it.
   void LastText(const std::string& text) {
     // The record has no way to tell such a length; better no record than one that misleads.
     if (text.size() > std::numeric_limits<unsigned int>::max()) {
@@ -106,7 +106,7 @@ class SettingsReader {
     if (in_ >> value) field = static_cast<T>(value);
   }
   void Text(std::string& field) { ReadText(field, true); }
-  /// With no blank behind the length when the text is empty.
+  /// With no blank after the length when the text is empty.
   void LastText(std::string& field) { ReadText(field, false); }
 
  private:

@@ -15,7 +15,7 @@
 namespace RegexClass::platform {
 
 /// Reads one file after the other into the same memory. Files are read, never mapped: one that
-/// changes while it is read gives a mixture of its bytes at worst.
+/// changes while it is read is a mixture of its bytes at worst.
 class FileReader {
  public:
   enum class Outcome {

@@ -20,7 +20,7 @@ class NewFile {
   ~NewFile();
 
   File& Content();
-  /// Gives the file its owner, permissions, access list and attributes, and renames it over
+  /// Sets the file's owner, permissions, access list and attributes, and renames it over
   /// whatever has its name; a link of that name is replaced and not followed.
   Error Publish();
 

@@ -36,7 +36,7 @@ bool AppendPieces(const engine::Match& match, const char* before, std::uint64_t 
   return pieces.size() != limit;
 }
 
-/// Splits `text`, and gives how much of it was used up.
+/// Splits `text`, and returns how much of it was used up.
 std::size_t SplitText(const engine::Expression& expression, const std::string& text,
                       engine::Flags flags, std::uint64_t limit, std::vector<std::string>& pieces) {
   const char* const first = text.data();

@@ -29,7 +29,7 @@ constexpr auto kGetEntries = &::getdents;
 #endif
 constexpr std::size_t kMostOfAttributes = 65536;  // both of names and of a value
 
-/// Calls the system's function for the entries, to whose buffer each C library gives another type.
+/// Calls the system's function for the entries, whose buffer has another type in each C library.
 template <class Buffer, class Size, class Count, std::size_t size>
 ssize_t ReadBuffer(Count (*read)(int, Buffer*, Size), int descriptor, char (&buffer)[size]) {
   void* const start = buffer;

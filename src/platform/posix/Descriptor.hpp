@@ -23,7 +23,7 @@ class Descriptor {
   }
 
   int Number() const { return number_; }
-  /// Gives the descriptor away.
+  /// Hands the descriptor over.
   int Release() { return std::exchange(number_, -1); }
 
  private:

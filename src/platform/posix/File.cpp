@@ -60,8 +60,8 @@ Error File::Write(const char* buffer, std::size_t size) {
   for (std::size_t at = 0; at < size;) {
     std::size_t end = at;
     do {  // as many pieces, each of a block, as have zeros alone, or as have not
-      const auto behind = static_cast<std::size_t>(offset) + (end - at);
-      const std::size_t piece = std::min(size - end, kHole - behind % kHole);
+      const auto position = static_cast<std::size_t>(offset) + (end - at);
+      const std::size_t piece = std::min(size - end, kHole - position % kHole);
       const bool zeros = IsZeros(buffer + end, piece);
       if (end != at && zeros != skipped) break;
       skipped = zeros;

@@ -13,7 +13,7 @@ namespace RegexClass::platform {
 namespace {
 
 // The file: a mark, the two sizes of the table, the table in little-endian order, the same in
-// big-endian order, and the texts, each with a zero byte behind it. The mark and the sizes are in
+// big-endian order, and the texts, each with a zero byte after it. The mark and the sizes are in
 // the order of the machine that made the file. An entry of the table has the number of the set plus
 // one, that of the message and the offset of its text; an empty one has no set.
 constexpr std::uint32_t kMark = 0x960408de;
@@ -23,7 +23,7 @@ constexpr std::size_t kHead = 3 * kWord;
 constexpr std::size_t kEntry = 3 * kWord;
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 
-/// The places where the system keeps catalogues, behind those of NLSPATH.
+/// The places where the system keeps catalogues, after those of NLSPATH.
 constexpr const char* kSystemPath =
     "/usr/share/locale/%L/%N:/usr/share/locale/%L/LC_MESSAGES/%N:"
     "/usr/share/locale/%l/%N:/usr/share/locale/%l/LC_MESSAGES/%N";

@@ -25,7 +25,7 @@ Error Duplicate(Directory& directory, Descriptor& descriptor) {
   return descriptor.Number() >= 0 ? 0 : errno;
 }
 
-/// Opens the directory that holds a file which was found, and gives its name in there. A link that
+/// Opens the directory that holds a file which was found, and tells its name in there. A link that
 /// wasn't meant isn't followed to it, nor passed on the way.
 Error OpenDirectoryOf(const FoundFile& file, Descriptor& descriptor, std::string& entry) {
   DirectoryPointer directory = file.directory;

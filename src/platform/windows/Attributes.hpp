@@ -20,7 +20,7 @@ class AccessList {
   explicit AccessList(const std::wstring& path);
   AccessList(const AccessList&) = delete;
 
-  /// For the making of a file; null for the list that the directory gives.
+  /// For the making of a file; null for the list that comes from the directory.
   SECURITY_ATTRIBUTES* ForNewFile() { return list_.empty() ? nullptr : &attributes_; }
 
  private:

@@ -23,7 +23,7 @@ std::wstring Capitals(const std::string& text) {
   return wide;
 }
 
-/// Whether `c` is in the set that begins at `at`, behind its bracket; `at` goes behind the set, and
+/// Whether `c` is in the set that begins at `at`, after its bracket; `at` goes past the set, and
 /// stays when there is no end to it.
 bool IsInSet(const std::wstring& pattern, std::size_t& at, wchar_t c) {
   std::size_t i = at;
@@ -71,7 +71,7 @@ bool NameMatches(const std::string& pattern, const std::string& name) {
   const std::wstring text = Capitals(name);
   std::size_t at = 0;
   std::size_t i = 0;
-  std::size_t star = std::wstring::npos;  // behind the last one that was met
+  std::size_t star = std::wstring::npos;  // after the last one that was met
   std::size_t covered = 0;                // and how far it reaches
   while (i < text.size()) {
     std::size_t next = at + 1;

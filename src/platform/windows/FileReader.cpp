@@ -8,8 +8,8 @@
 namespace RegexClass::platform {
 namespace {
 
-/// Holds the directory, gives the path of the file in it, and tells whether that is no directory's.
-/// Without a path there is no such file.
+/// Holds the directory, returns the path of the file in it, and tells whether that is no
+/// directory's. Without a path there is no such file.
 Error FindPath(const FoundFile& found, Handle& directory, std::wstring& path) {
   Directory::System& system = found.directory->ForPlatform();
   path = system.PathOf(found.Entry());

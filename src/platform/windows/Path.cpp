@@ -32,7 +32,7 @@ bool IsDevice(const std::wstring& name) {
          std::wstring(L"123456789\u00b9\u00b2\u00b3").find(base[3]) != std::wstring::npos;
 }
 
-/// A path as GetFullPathNameW gives it, with the mark of those that the system takes as they are.
+/// A path as GetFullPathNameW returns it, with the mark of those that the system takes as they are.
 std::wstring Marked(const std::wstring& path) {
   std::wstring marked = path;
   if (!StartsWith(path, kMark)) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: BSL-1.0
-#include "matching/MatchVector.hpp"
+#include "matching/SubMatches.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,9 +18,9 @@ void Fill(REMatch& mark, const engine::Part& part, bool took, const char* text) 
   }
 }
 
-void FillMarks(const engine::Match& match, std::vector<REMatch>& marks) {
+void FillSubMatches(const engine::Match& match, std::vector<REMatch>& subMatches) {
   for (std::size_t i = 0; i < match.size(); ++i) {
-    Fill(marks[i], match[i], match[i].matched, match.Text());
+    Fill(subMatches[i], match[i], match[i].matched, match.Text());
   }
 }
 
@@ -40,16 +40,16 @@ unsigned int CountFeeds(const char* first, const char* last) {
 
 }  // namespace
 
-void ToMatchVector(const engine::Match& match, bool context, std::vector<REMatch>& matches) {
-  matches.resize(match.size() + 2);
-  FillMarks(match, matches);
-  Fill(matches[match.size()], match.Before(), context && match.Before().matched, match.Text());
-  Fill(matches[match.size() + 1], match.After(), context && match.After().matched, match.Text());
+void ToReport(const engine::Match& match, bool context, std::vector<REMatch>& subMatches) {
+  subMatches.resize(match.size() + 2);
+  FillSubMatches(match, subMatches);
+  Fill(subMatches[match.size()], match.Before(), context && match.Before().matched, match.Text());
+  Fill(subMatches[match.size() + 1], match.After(), context && match.After().matched, match.Text());
 }
 
-void ToMarks(const engine::Match& match, std::vector<REMatch>& marks) {
-  marks.resize(match.size());
-  FillMarks(match, marks);
+void ToSubMatches(const engine::Match& match, std::vector<REMatch>& subMatches) {
+  subMatches.resize(match.size());
+  FillSubMatches(match, subMatches);
 }
 
 unsigned int LineCounter::NumberAt(const char* position) {

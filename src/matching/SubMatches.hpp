@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: BSL-1.0
-// From a match to what a notification is given.
-#ifndef REGEXCLASS_MATCHING_MATCHVECTOR_HPP
-#define REGEXCLASS_MATCHING_MATCHVECTOR_HPP
+// From a match to the sub-matches that a notification gets.
+#ifndef REGEXCLASS_MATCHING_SUBMATCHES_HPP
+#define REGEXCLASS_MATCHING_SUBMATCHES_HPP
 
 #include <vector>
 
@@ -10,13 +10,13 @@
 
 namespace RegexClass {
 
-/// Makes `matches` the match vector of `match`: the whole match, the groups, the prefix and the
+/// Makes `subMatches` those of a report of `match`: the whole match, the groups, the prefix and the
 /// suffix, which are empty without `context`. Reuses the memory that the vector and its texts have.
-void ToMatchVector(const engine::Match& match, bool context, std::vector<REMatch>& matches);
+void ToReport(const engine::Match& match, bool context, std::vector<REMatch>& subMatches);
 
-/// Makes `marks` the whole match and the groups of `match`, as those see them who get no prefix
-/// and no suffix, in the same way.
-void ToMarks(const engine::Match& match, std::vector<REMatch>& marks);
+/// Makes `subMatches` the whole match and the groups of `match`, as those see them who get no
+/// prefix and no suffix, in the same way.
+void ToSubMatches(const engine::Match& match, std::vector<REMatch>& subMatches);
 
 /// The line on which a match begins.
 struct Line {
@@ -31,7 +31,7 @@ class LineCounter {
 
   /// The line of `position`, which doesn't lie before that of the last call.
   Line At(const char* position);
-  /// Its number alone, which is told sooner.
+  /// Its number alone, which takes less time.
   unsigned int NumberAt(const char* position);
 
  private:
@@ -43,4 +43,4 @@ class LineCounter {
 
 }  // namespace RegexClass
 
-#endif  // REGEXCLASS_MATCHING_MATCHVECTOR_HPP
+#endif  // REGEXCLASS_MATCHING_SUBMATCHES_HPP
