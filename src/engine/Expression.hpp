@@ -3,12 +3,14 @@
 #ifndef REGEXCLASS_ENGINE_EXPRESSION_HPP
 #define REGEXCLASS_ENGINE_EXPRESSION_HPP
 
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <locale>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 
 #include "engine/Error.hpp"
 #include "engine/Flags.hpp"
@@ -26,8 +28,25 @@ namespace RegexClass::engine {
 class Expression {
  public:
   /// Called for each match of a walk, with a match that is valid during the call; false ends the
-  /// walk. An empty one only counts.
-  using Report = std::function<bool(const Match&)>;
+  /// walk. Refers to what it is made from, which must last.
+  class Report {
+   public:
+    /// One that only counts.
+    Report(std::nullptr_t) {}
+    template <class Function,
+              class = std::enable_if_t<!std::is_same_v<std::decay_t<Function>, Report>>>
+    Report(Function&& function)
+        : function_(&function), call_([](const void* called, const Match& match) -> bool {
+            using Called = const std::remove_reference_t<Function>;
+            return (*static_cast<Called*>(called))(match);
+          }) {}
+    explicit operator bool() const { return call_ != nullptr; }
+    bool operator()(const Match& match) const { return call_(function_, match); }
+
+   private:
+    const void* function_ = nullptr;
+    bool (*call_)(const void*, const Match&) = nullptr;
+  };
 
   virtual ~Expression() = default;
 

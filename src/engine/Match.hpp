@@ -18,9 +18,9 @@ namespace RegexClass::engine {
 struct Part {
   using iterator = const char*;
 
-  const char* first = nullptr;
-  const char* second = nullptr;  ///< After the last byte.
-  bool matched = false;          ///< Whether it took part; it is empty when it didn't.
+  const char* first;
+  const char* second;  ///< After the last byte.
+  bool matched;        ///< Whether it took part; it is empty when it didn't.
 
   std::size_t Length() const { return static_cast<std::size_t>(second - first); }
   std::string Text() const { return std::string(first, second); }
@@ -88,12 +88,12 @@ class Match {
  private:
   const char* text_ = nullptr;
   std::size_t size_ = 0;
-  Part few_[8];  // so that most matches need no memory
+  Part few_[8];  // so that most matches need no memory; unset up to a match
   std::vector<Part> many_;
   Part* parts_ = few_;
-  Part before_;
-  Part after_;
-  Part none_;
+  Part before_ = {};
+  Part after_ = {};
+  Part none_ = {};
   std::size_t lastClosed_ = 0;
   std::shared_ptr<const GroupNames> names_;
 };

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: BSL-1.0
 // The walk over the string, match by match.
 
+#include <cstddef>
+#include <string>
+#include <utility>
+
 #include "matching/WalkReporter.hpp"
 #include "object/ExpressionState.hpp"
 
@@ -17,6 +21,26 @@ unsigned int GrepText(ExpressionState& state, const std::string& text,
   return expression->Grep(text, flags, report);
 }
 
+/// A copy of the string to match. The next one uses its memory again, unless that is much.
+class TextCopy {
+ public:
+  explicit TextCopy(ExpressionState& state) : state_(state), text_(std::move(state.spareText)) {
+    text_ = state.settings.stringToMatch;
+  }
+  TextCopy(const TextCopy&) = delete;
+  TextCopy& operator=(const TextCopy&) = delete;
+  ~TextCopy() {
+    constexpr std::size_t kMost = 64 << 10;
+    if (text_.capacity() <= kMost) state_.spareText.swap(text_);
+  }
+  const std::string& operator*() const { return text_; }
+  const std::string* operator->() const { return &text_; }
+
+ private:
+  ExpressionState& state_;
+  std::string text_;
+};
+
 using Matches = std::vector<std::vector<REMatch>>;
 
 /// Walks, and keeps each match in `matches` unless that is null.
@@ -32,12 +56,13 @@ unsigned int GrepInto(ExpressionState& state, Matches* matches) {
   unsigned int count = 0;
   if (const auto subscriber = state.notifications.onGrepping.Clone()) {
     // A copy, because the subscriber may set another string.
-    const std::string text = state.settings.stringToMatch;
-    WalkReporter reporter(state, subscriber, text.data());
-    count = GrepText(state, text, [&](const engine::Match& match) {
+    const TextCopy text(state);
+    WalkReporter reporter(state, subscriber, text->data());
+    const auto tell = [&](const engine::Match& match) {
       const CurrentMatchScope current(state, match);
       return keep(match) && reporter(match);
-    });
+    };
+    count = GrepText(state, *text, tell);
   } else if (matches != nullptr) {
     count = GrepText(state, state.settings.stringToMatch, keep);
   } else {

@@ -67,6 +67,7 @@ class ExpressionState {
 
   // The matches belong to the operation that has published them here.
   const engine::Match* walkMatch = nullptr;    // the one that a walk is reporting
+  std::string spareText;                       // whose memory the next walk over the string uses
   const engine::Match* stringMatch = nullptr;  // of a running Match, MatchAll or Search
   std::string_view fileContent;                // of the file that a walk is reporting
   std::vector<RegularExpression::FileSearchProblem> selectFilesErrors;

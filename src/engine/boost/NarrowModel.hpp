@@ -74,19 +74,7 @@ class NarrowExpression final : public Expression {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
     NarrowWalk walk(*this, text, text.size(), flags, *borrowed);
-    unsigned int count = 0;
-    if (!report) {
-      while (walk.Next()) ++count;
-      return count;
-    }
-    Match match;
-    match.Begin(text.data(), Names());
-    while (walk.Next()) {
-      ++count;
-      walk.Take(match);
-      if (!report(match)) break;
-    }
-    return count;
+    return walk.Run(text.data(), Names(), report);
   }
 
  private:
@@ -101,6 +89,7 @@ class NarrowExpression final : public Expression {
                                          ToBoost(flags), results),
           Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
     using Walk::Next;
+    using Walk::Run;
     using Walk::Take;
   };
 

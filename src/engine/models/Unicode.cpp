@@ -322,16 +322,7 @@ class WideExpression final : public Expression {
     if (IsForAscii(text)) return ascii_->Grep(text, flags, report);
     const Borrowed<WideMatch> borrowed(spare_);
     WideWalk walk(*this, text, text.size(), flags, *borrowed);
-    Match match;
-    match.Begin(text.data(), Names());
-    unsigned int count = 0;
-    while (walk.Next()) {
-      ++count;
-      if (!report) continue;
-      walk.Take(match);
-      if (!report(match)) break;
-    }
-    return count;
+    return walk.Run(text.data(), Names(), report);
   }
 
   void Merge(std::string_view text, Flags flags, const MergeFormat& format,
@@ -353,6 +344,7 @@ class WideExpression final : public Expression {
                     Utf8Iterator(*this, Utf8Text::last), ToBoost(flags), results),
           Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
     using Walk::Next;
+    using Walk::Run;
     using Walk::Take;
   };
 

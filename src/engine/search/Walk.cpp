@@ -121,6 +121,24 @@ bool Walk::Next() {
   return found;
 }
 
+unsigned int Walk::Run(const char* text, const std::shared_ptr<const GroupNames>& names,
+                       const Expression::Report& report) {
+  unsigned int count = 0;
+  if (report) {
+    if (!Next()) return 0;
+    Match match;
+    match.Begin(text, names);
+    do {
+      ++count;
+      Take(match);
+      if (!report(match)) return count;
+    } while (Next());
+    return count;
+  }
+  while (Next()) ++count;
+  return count;
+}
+
 bool Walk::Insist() {
   if (regular_ == nullptr || (automaton_ && !automatonGaveUp_)) return false;
   SearchAids::Regular* const regular = regular_->Now([this] { return MakeRegular(); });

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/Expression.hpp"
 #include "engine/Flags.hpp"
 #include "engine/Match.hpp"
 #include "engine/search/Automaton.hpp"
@@ -99,6 +100,9 @@ class Walk {
   bool Next();
   const char* First() const { return found_.first; }
   const char* Last() const { return found_.last; }
+  /// Reports each match; returns how many there are.
+  unsigned int Run(const char* text, const std::shared_ptr<const GroupNames>& names,
+                   const Expression::Report& report);
   /// Makes `match`, which has begun with the text, the one that was found.
   void Take(Match& match);
 
