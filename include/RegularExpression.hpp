@@ -407,7 +407,7 @@ class REGEXCLASS_EXPORT RegularExpression {
   void SetStringToMatch(std::string&& text);
   template <class Text, class = detail::EnableForView<Text>>
   void SetStringToMatch(const Text& text) {
-    SetStringToMatch(std::string(std::string_view(text)));
+    CopyStringToMatch(std::string_view(text));
   }
 
   /// The pattern of the files that the operations on files work on; empty, the start value, for
@@ -433,6 +433,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// name that isn't text in it isn't visited, and its directory is reported.
   std::string GetFilesToMatch() const;
   void SetFilesToMatch(const std::string& pattern);
+  template <class Text, class = detail::EnableForView<Text>>
+  void SetFilesToMatch(const Text& pattern) {
+    SetFilesToMatch(std::string(std::string_view(pattern)));
+  }
 
   /// Whether the last component of a file pattern is also applied in every directory below its
   /// own, hidden ones included. Links to directories are not followed then. Starts false.
@@ -477,6 +481,10 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// boost::regex_error of what formats; in ChangeFiles, a problem of the file.
   std::string GetFormatString() const;
   void SetFormatString(const std::string& format);
+  template <class Text, class = detail::EnableForView<Text>>
+  void SetFormatString(const Text& format) {
+    SetFormatString(std::string(std::string_view(format)));
+  }
 
   /// The syntax of the format string. The case that \U, \L, \u and \l of a format give is that of
   /// the C library's current locale in Format and in Merge with a subscriber, that of the locale
@@ -1016,6 +1024,7 @@ class REGEXCLASS_EXPORT RegularExpression {
                                                     const RegularExpression& object);
   friend REGEXCLASS_EXPORT std::istream& operator>>(std::istream& in, RegularExpression& object);
 
+  void CopyStringToMatch(std::string_view text);
   void SetOnMatchingCall(detail::Call<MatchFunction> call);
   detail::Call<MatchFunction> GetOnMatchingCall() const;
   void SetOnSearchingCall(detail::Call<MatchFunction> call);

@@ -2,6 +2,7 @@
 // The settings that have no meaning but their own: what is set is stored, unchecked, and given
 // back.
 
+#include <string_view>
 #include <utility>
 
 #include "object/ExpressionState.hpp"
@@ -22,6 +23,9 @@ void RegularExpression::SetExpression(std::string&& expression) {
 
 std::string RegularExpression::GetStringToMatch() const { return state->settings.stringToMatch; }
 void RegularExpression::SetStringToMatch(const std::string& text) {
+  state->SettingsToChangeString().stringToMatch = text;
+}
+void RegularExpression::CopyStringToMatch(std::string_view text) {
   state->SettingsToChangeString().stringToMatch = text;
 }
 void RegularExpression::SetStringToMatch(std::string&& text) {
