@@ -82,14 +82,14 @@ Automaton::Automaton(ByteProgram program, const ExactProgram& source, const Sear
   if (required_ == onlyFirst_) required_ = -1;
 }
 
-/// The automaton that finds where a match begins whose end is known.
-LazyDfa& Automaton::Backward() {
-  if (!back_) {
+/// The automaton that finds where a match begins whose end is known; null when it is too large.
+LazyDfa* Automaton::Backward() {
+  if (!std::exchange(triedBack_, true)) {
     reversed_ = ByteProgram::Make(tree_, ByteProgram::Direction::kBackward, contexts_);
-    back_.emplace(*reversed_,
-                  LazyDfa::Rules{true, true, true, (flags_ & kNotNull) != 0, flags_, memory_});
+    const LazyDfa::Rules rules = {true, true, true, (flags_ & kNotNull) != 0, flags_, memory_};
+    if (reversed_) back_.emplace(*reversed_, rules);
   }
-  return *back_;
+  return back_ ? &*back_ : nullptr;
 }
 
 /// The first place at or after `from` where a match can begin; the end of the text for none.
@@ -121,7 +121,7 @@ AutomatonSearch::Outcome AutomatonSearch::Find(const char* from, Found& found) {
   for (const char* at = from;; ++at) {
     at = NextStart(at);
     if (at == last_ && !automaton_.canBeEmpty_) return Outcome::kNone;
-    if (IsWasteful(at)) return Scan(at, found);
+    if (IsWasteful(at) && automaton_.Backward() != nullptr) return Scan(at, found);
     const Outcome outcome = FindHere(at, false, found);
     if (outcome != Outcome::kNone || at == last_) return outcome;
   }
@@ -133,7 +133,7 @@ AutomatonSearch::Outcome AutomatonSearch::Scan(const char* from, Found& found) {
   const char* const end = dfa.Run(from, last_, last_, Before(from), around_, stop, insistent_);
   if (dfa.GaveUp()) return Outcome::kGaveUp;
   if (end == nullptr) return Outcome::kNone;
-  LazyDfa& back = automaton_.Backward();
+  LazyDfa& back = *automaton_.Backward();
   const Context after = end == last_ ? kEdge : automaton_.program_.ContextOf(*end);
   const char* const begin = back.Run(end, from, first_, after, around_, stop, insistent_);
   if (back.GaveUp()) return Outcome::kGaveUp;

@@ -49,7 +49,7 @@ class Automaton {
 
   Automaton(ByteProgram program, const ExactProgram& source, const SearchTuning& tuning);
 
-  LazyDfa& Backward();
+  LazyDfa* Backward();
 
   const Tree tree_;
   const Contexts contexts_;
@@ -66,6 +66,7 @@ class Automaton {
   LazyDfa findHere_;
   LazyDfa findMoreHere_;  // what isn't empty
   std::optional<LazyDfa> back_;
+  bool triedBack_ = false;
   const OnePass onePass_;  // of an expression with groups
   GroupSearch groups_;
 };
