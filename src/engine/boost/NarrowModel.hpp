@@ -130,7 +130,7 @@ class NarrowCompiler final : public Compiler {
       ProgramMender<Traits>(regex).Run();
       return std::make_shared<NarrowExpression<Traits>>(std::move(regex), translation.text);
     } catch (const boost::regex_error& thrown) {
-      error = ToError(Told(thrown, source, translation, regex_.get_traits().Messages()));
+      error = ToError(DescribeError(thrown, source, translation, regex_.get_traits().Messages()));
       return nullptr;
     }
   }

@@ -58,8 +58,8 @@ bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0
 /// name, reported behind the list, what a list without end leaves open for the fault of whatever
 /// came before it, and the end of a group that has none for a group without end, of which it tells
 /// the end of the expression.
-constants::error_type Fitting(const boost::regex_error& error, std::string_view text,
-                              std::size_t& position) {
+constants::error_type CorrectCode(const boost::regex_error& error, std::string_view text,
+                                  std::size_t& position) {
   for (const List& list : Lists(text)) {
     if (list.end == std::string_view::npos && position > list.begin) {
       position = list.begin;
@@ -110,12 +110,12 @@ boost::regex_error ErrorOf(const Translation& translation) {
                             static_cast<std::ptrdiff_t>(translation.errorPosition));
 }
 
-boost::regex_error Told(const boost::regex_error& error, std::string_view source,
-                        const Translation& translation, const EngineMessages* messages) {
+boost::regex_error DescribeError(const boost::regex_error& error, std::string_view source,
+                                 const Translation& translation, const EngineMessages* messages) {
   auto position = static_cast<std::size_t>(std::max<std::ptrdiff_t>(error.position(), 0));
   position = std::min(position, translation.text.size());
   const bool literal = (translation.flags & boost::regbase::literal) != 0;
-  const auto code = literal ? error.code() : Fitting(error, translation.text, position);
+  const auto code = literal ? error.code() : CorrectCode(error, translation.text, position);
   std::string text = TextOf(error, code, messages);
   if (!translation.origins.empty()) position = translation.origins[position];
   const bool quoted = std::string_view(error.what()).find(kSentence) != std::string_view::npos;

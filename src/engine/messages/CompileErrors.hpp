@@ -23,8 +23,8 @@ boost::regex_error ErrorOf(const Translation& translation);
 /// the code that fits where the engine has another, and the text, which quotes the expression as
 /// its author wrote it. Its position is that in `source`, -1 when the engine doesn't know the
 /// place. `messages` are the texts of a catalogue, null for the engine's own.
-boost::regex_error Told(const boost::regex_error& error, std::string_view source,
-                        const Translation& translation, const EngineMessages* messages);
+boost::regex_error DescribeError(const boost::regex_error& error, std::string_view source,
+                                 const Translation& translation, const EngineMessages* messages);
 
 }  // namespace RegexClass::engine
 

@@ -383,7 +383,7 @@ class WideCompiler final : public Compiler {
       RequireShallow(translation, translation.text);
       return std::make_shared<WideExpression>(source, word, translation, locale_->locale);
     } catch (const boost::regex_error& thrown) {
-      error = ToError(Told(thrown, source, translation, nullptr));
+      error = ToError(DescribeError(thrown, source, translation, nullptr));
       return nullptr;
     }
   }
