@@ -199,21 +199,37 @@ struct CandidateFinder::Database {
     const std::unique_ptr<hs_compile_error_t, Free> firstError(wrong);
     if (measured != HS_SUCCESS) return false;
 
-    hs_database_t* compiled = nullptr;
-    wrong = nullptr;
-    const hs_error_t outcome =
-        hs_compile(text.c_str(), flags, HS_MODE_BLOCK, nullptr, &compiled, &wrong);
-    database.reset(compiled);
-    const std::unique_ptr<hs_compile_error_t, Free> secondError(wrong);
-    hs_scratch_t* space = nullptr;
-    if (outcome != HS_SUCCESS || hs_alloc_scratch(compiled, &space) != HS_SUCCESS) return false;
-    scratch.reset(space);
-    return true;
+    if (!Compile(text, flags, database)) return false;
+    return flags == HS_FLAG_DOTALL || Compile(text, HS_FLAG_DOTALL, withoutStarts);
+  }
+
+  /// Whether there is a match of varying width in a text.
+  bool FindsIn(const char* text, unsigned int size) const {
+    const auto stop = [](unsigned int, unsigned long long, unsigned long long, unsigned int,
+                         void*) { return 1; };
+    return hs_scan(withoutStarts.get(), text, size, 0, scratch.get(), stop, nullptr) != HS_SUCCESS;
   }
 
   std::unique_ptr<hs_database_t, Free> database;
+  std::unique_ptr<hs_database_t, Free>
+      withoutStarts;  // several times as fast; null for a fixed width
   std::unique_ptr<hs_scratch_t, Free> scratch;
   std::unique_ptr<hs_expr_info_t, Free> info;
+
+ private:
+  bool Compile(const std::string& text, unsigned int flags,
+               std::unique_ptr<hs_database_t, Free>& made) {
+    hs_database_t* compiled = nullptr;
+    hs_compile_error_t* wrong = nullptr;
+    const hs_error_t outcome =
+        hs_compile(text.c_str(), flags, HS_MODE_BLOCK, nullptr, &compiled, &wrong);
+    made.reset(compiled);
+    const std::unique_ptr<hs_compile_error_t, Free> error(wrong);
+    hs_scratch_t* space = scratch.release();  // grows to what both need
+    const bool isMade = outcome == HS_SUCCESS && hs_alloc_scratch(compiled, &space) == HS_SUCCESS;
+    scratch.reset(space);
+    return isMade;
+  }
 };
 
 std::unique_ptr<CandidateFinder> CandidateFinder::Make(const Tree& tree,
@@ -261,9 +277,10 @@ bool CandidateFinder::Scan(const char* first, const char* last, std::vector<Stre
     return 0;
   };
   found.clear();
+  const auto size = static_cast<unsigned int>(last - first);
+  if (database_->withoutStarts && !database_->FindsIn(first, size)) return true;
   const hs_error_t outcome =
-      hs_scan(database_->database.get(), first, static_cast<unsigned int>(last - first), 0,
-              database_->scratch.get(), take, &scanned);
+      hs_scan(database_->database.get(), first, size, 0, database_->scratch.get(), take, &scanned);
   return outcome == HS_SUCCESS;
 }
 
