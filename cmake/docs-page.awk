@@ -122,17 +122,62 @@ function beside(cells,    first) {
   return ""
 }
 
+function trial(fragment) { return " <a href=\"" try "#" fragment "\">try</a>" }
+
+# A cell of a table with a link to try each of its expressions.
+function with_trials(cell, settings,    before, text, out) {
+  while (match(cell, /``|`[^`]+`/)) {
+    before = substr(cell, 1, RSTART - 1)
+    text = substr(cell, RSTART + 1, RLENGTH - 2)
+    cell = substr(cell, RSTART + RLENGTH)
+    out = out without_commands(before)
+    out = out (text == "" ? without_commands("``") : code(text) trial("e=" encoded(text) settings))
+  }
+  return out without_commands(cell)
+}
+
+# The steps of a cell, as a link has them.
+function steps_in(cell,    out, step) {
+  while (match(cell, /`[+-][A-Za-z]+`/)) {
+    step = substr(cell, RSTART + 1, RLENGTH - 2)
+    cell = substr(cell, RSTART + RLENGTH)
+    sub(/Syntax$/, "", step)
+    out = out (out == "" ? "" : ",") (step ~ /^-/ ? "-" : "") option_of(substr(step, 2))
+  }
+  return out
+}
+
+# A row of a table without texts, with its links.
+function with_links(row,    cells, n, i, format, out) {
+  while (gsub(/\| \|/, "|  |", row)) continue  # empty cells
+  n = split(row, cells, / \| |^\| | \|$/)
+  if (table == "formats") {
+    format = cells[2]
+    gsub(/^`+|`+$/, "", format)
+    format = "op=format&amp;e=" encoded("(\\w+)@(\\w+)(!)?") "&amp;t=" encoded("to ann@home now") "&amp;f=" encoded(format)
+  }
+  for (i = 2; i < n; ++i) {
+    out = out "| "
+    if (table == "errors" && i > 4) out = out with_trials(cells[i], i == 6 ? "&amp;s=basic" : "")
+    else out = out without_commands(cells[i])
+    if (table == "formats" && i > 2) out = out trial(format "&amp;ft=" tolower(substr(heads_of[i], 7)))
+    if (i == 2 && table ~ /^(names|match)$/) out = out trial((table == "names" ? "o=" : "m=") steps_in(cells[i]))
+    out = out " "
+  }
+  return out "|"
+}
+
 # A row of a table with a link to try it behind the expression.
 function with_trial(row,    cells, n, i, expression, link, at, out) {
   n = split(row, cells, / \| |^\| | \|$/)
   expression = code_in(cells[column["expression"]])
   at = index(row, "`" expression "`")
   if (expression == "" || !at) return without_commands(row)
-  link = try "#e=" encoded(expression) "&amp;t=" encoded(code_in(cells[column["text"]])) beside(cells)
+  link = "e=" encoded(expression) "&amp;t=" encoded(code_in(cells[column["text"]])) beside(cells)
   # The part in front may hold the same code, never the same cell.
   for (i = 1; i < column["expression"]; ++i) out = out (i == 1 ? "| " : cells[i] " | ")
   at = length(out)
-  return without_commands(out) code(expression) " <a href=\"" link "\">try</a>" \
+  return without_commands(out) code(expression) trial(link) \
     without_commands(substr(row, at + length(expression) + 3))
 }
 
@@ -157,9 +202,15 @@ try != "" && table != "" && /^\|/ {
     heads = 0
     split("", column)
     n = split($0, names, / \| |^\| | \|$/)
-    for (i = 1; i <= n; ++i) column[names[i]] = i
+    for (i = 1; i <= n; ++i) {
+      column[names[i]] = i
+      heads_of[i] = code_in(names[i])
+    }
   } else if ($0 !~ /^\|-/ && column["expression"] && column["text"]) {
     print with_trial($0)
+    next
+  } else if ($0 !~ /^\|-/ && table ~ /^(formats|errors|names|match)$/) {
+    print with_links($0)
     next
   }
 }

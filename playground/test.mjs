@@ -567,7 +567,24 @@ test("links, anchors and pictures of the documents", { skip: !existsSync(join(ro
     if (!url.hash || isPlayground || !anchors.has(file)) continue;
     assert.ok(anchors.get(file).has(decodeURIComponent(url.hash.slice(1))), `${name} links to ${link}`);
   }
+  // What a table says of errors and formats is what the page says.
+  await page.goto(pathToFileURL(join(site, "guide.html")).href);
+  const trials = await page.evaluate(() => [...document.querySelectorAll("td a[href*='regexclass.html#']")].map((link) => ({
+    hash: link.hash, shown: link.previousElementSibling.textContent, row: link.closest("tr").cells[0].textContent.trim(),
+  })));
+  assert.ok(trials.length > 180, `${trials.length} links to the page`);
   await context.close();
+  const tried = await open();
+  for (const { hash, shown, row } of trials) {
+    const isError = /^(Bad|Unmatched|Trailing)[A-Za-z]+$/.test(row);
+    if (!isError && row !== "NoError" && !hash.includes("op=format")) continue;
+    await tried.goto(pageFile + hash);
+    await settled(tried);
+    if (isError) assert.ok((await tried.locator("#error").textContent()).startsWith(`${row} (`), hash);
+    else assert.equal(await tried.locator("#error").isVisible(), false, hash);
+    if (hash.includes("op=format")) assert.ok((await tried.locator("#output").innerText()).includes(shown.replace("\t", "")), hash);
+  }
+  await close(tried);
 });
 
 test("picture", { skip: !picture }, async () => {

@@ -70,12 +70,13 @@ export function fromFragment(fragment) {
   const state = newState();
   const { settings } = state;
   const list = (value) => value.split(",").filter((name) => /^[a-z0-9-]+$/.test(name));
+  const steps = (value) => list(value).map((name) => (name.startsWith("-") ? name : `+${name}`));
   const take = {
     op: (value) => { if (OPERATIONS.includes(value)) state.operation = value; },
     whole: (value) => { state.whole = value === "1"; },
     s: (value) => { settings.syntax = value === "none" ? [] : list(value).slice(0, 1); },
-    o: (value) => { state.steps.push(...list(value).map((name) => `+${name}`)); },
-    m: (value) => { state.steps.push(...list(value).map((name) => `+${name}`)); },
+    o: (value) => { state.steps.push(...steps(value)); },
+    m: (value) => { state.steps.push(...steps(value)); },
     l: (value) => { if (["cpp", "w32", "c", "unicode"].includes(value)) settings.locale_model = value; },
     ft: (value) => { if (["all", "sed", "perl"].includes(value)) settings.format_type = value; },
     max: (value) => { settings.max_splits = Math.min(Math.max(Number.parseInt(value, 10) || 0, 0), 4294967295); },
