@@ -275,7 +275,7 @@ test("tells of errors, and where they are", async () => {
   await close(page);
 });
 
-const RUNAWAY = { e: "(a?){28}.*(?:.*.*)*.*y", t: "a".repeat(20000) };
+const RUNAWAY = { e: "(.*)\\1y", t: "a".repeat(20000) };  // a back reference, so that no automaton helps
 
 test("ends what takes too long, and lives on", async () => {
   const page = await open(fragment({ ...RUNAWAY, t: RUNAWAY.t.slice(0, 16000) }));
@@ -582,7 +582,8 @@ test("links, anchors and pictures of the documents", { skip: !existsSync(join(ro
     await settled(tried);
     if (isError) assert.ok((await tried.locator("#error").textContent()).startsWith(`${row} (`), hash);
     else assert.equal(await tried.locator("#error").isVisible(), false, hash);
-    if (hash.includes("op=format")) assert.ok((await tried.locator("#output").innerText()).includes(shown.replace("\t", "")), hash);
+    const plain = (text) => text.replace(/\s/g, "");  // the site shows a tabulator as a blank
+    if (hash.includes("op=format")) assert.ok(plain(await tried.locator("#output").innerText()).includes(plain(shown)), hash);
   }
   await close(tried);
 });
