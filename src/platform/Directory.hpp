@@ -28,7 +28,7 @@ struct FileIdentity {
 enum class Links {
   kMeant,     ///< It is followed: the caller has spelled it out.
   kFollowed,  ///< It is followed to be searched; but anybody may have put it there, and nothing
-              ///< behind it is rewritten.
+              ///< after it is rewritten.
   kRefused,   ///< It isn't followed.
 };
 

@@ -44,7 +44,7 @@ inline bool IsRepeat(const detail::re_syntax_base& state) {
 /// *Start maps.* The engine notes of the program, and of each side of an alternative and of a
 /// repeat, with which characters below 256 it can go on and whether it can at the end of the text,
 /// and tries nothing else. For some programs it notes too little: `\<` and `\>` take away what
-/// another branch has put there, the way round a repeat is followed too short, the case behind a
+/// another branch has put there, the way round a repeat is followed too short, the case after a
 /// group and \X are forgotten. What can follow each state is found here by going over the program
 /// until nothing is added any more, and what lacks is added. The maps never hold less than the
 /// engine's own. Most programs have nothing that the engine forgets, and are left as they are: what
@@ -373,7 +373,7 @@ class ProgramMender {
   const Firsts& Next(std::size_t index) const { return firsts_[index + 1]; }
   /// From a repeat on that was gone through at least once.
   Firsts OnceMore(std::size_t repeat) const { return Next(repeat) | firsts_[Target(repeat)]; }
-  /// From the end of a group on: also behind what recurses into it.
+  /// From the end of a group on: also after what recurses into it.
   Firsts BehindGroup(std::size_t index) const {
     Firsts firsts = Next(index);
     for (std::size_t i = 0; hasRecursion_ && i < size_; ++i) {
@@ -424,7 +424,7 @@ class ProgramMender {
 };
 
 /// The flags to run `regex` under when `flags` are asked for. With match_any the engine reads a
-/// greedy repeat as a lazy one, and its restart loses matches behind one with an upper limit. Where
+/// greedy repeat as a lazy one, and its restart loses matches after one with an upper limit. Where
 /// the program begins with such a one, the best match has to do for any.
 template <class Char, class Traits>
 boost::match_flag_type MendedFlags(const boost::basic_regex<Char, Traits>& regex,

@@ -14,7 +14,7 @@
 
 namespace RegexClass::engine {
 
-/// Follows the states of a program. They lie one behind the other in the order of the notation,
+/// Follows the states of a program. They lie one after the other in the order of the notation,
 /// `next` leads to the next one; only a jump leads elsewhere, which ends an alternative or a
 /// repeat's body.
 template <class Traits>

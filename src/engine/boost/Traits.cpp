@@ -78,7 +78,7 @@ MessageLocale CatalogueTraits::imbue(MessageLocale locale) {
   return locale;
 }
 
-/// What each character means in an expression, or behind a backslash. Behind a backslash, a small
+/// What each character means in an expression, or after a backslash. After a backslash, a small
 /// letter that has no meaning stands for the class of that name, a capital for the opposite.
 CatalogueTraits::Syntax CatalogueTraits::SyntaxOf(const EngineMessages* messages,
                                                   const std::ctype<char>& letters) {
@@ -109,7 +109,7 @@ CatalogueTraits::Syntax CatalogueTraits::SyntaxOf(const EngineMessages* messages
 }
 
 std::string CatalogueTraits::InDefaultNotation(std::string_view text) const {
-  constexpr char kOrdinary = 'a';  // also behind a backslash
+  constexpr char kOrdinary = 'a';  // also after a backslash
   std::string result(text);
   if (messages_ == nullptr) return result;
   const Syntax defaults = SyntaxOf(nullptr, *letters_);

@@ -36,7 +36,8 @@ class CatalogueTraits {
 
   CatalogueTraits();
 
-  /// Whatever a facet of the locale throws leaves the traits as they were. Gives the former locale.
+  /// Whatever a facet of the locale throws leaves the traits as they were. Returns the former
+  /// locale.
   locale_type imbue(locale_type locale);
   locale_type getloc() const { return {locale_, messages_}; }
 

@@ -15,7 +15,7 @@ namespace constants = boost::regex_constants;
 
 /// The beginning of the engine's two sentences on the place of an error.
 constexpr std::string_view kSentence = "  The error occurred while parsing the regular expression";
-constexpr std::size_t kQuoted = 10;  // bytes quoted before and behind the place
+constexpr std::size_t kQuoted = 10;  // bytes quoted before and after the place
 
 /// More assertions in a row than anybody writes. The engine would go on until the stack ends.
 constexpr std::size_t kMostAssertions = 100;
@@ -23,7 +23,7 @@ constexpr std::size_t kMostAssertions = 100;
 /// A bracket list in the engine's notation.
 struct List {
   std::size_t begin;
-  std::size_t end;  // behind the closing bracket; npos without one
+  std::size_t end;  // after the closing bracket; npos without one
 };
 
 /// Whether a token is an assertion for which the engine's compiler calls itself.
@@ -32,7 +32,7 @@ bool IsDeep(std::string_view token) {
          token == "[[:>:]]";
 }
 
-/// Whether the engine's compiler goes on behind the token in search of the first character.
+/// Whether the engine's compiler goes on after the token in search of the first character.
 bool IsPassedOver(std::string_view token) {
   const char c = token.front();
   if (c == '\\') {
@@ -50,12 +50,12 @@ std::vector<List> Lists(std::string_view text) {
   return lists;
 }
 
-/// Whether a byte of UTF-8 is one behind the first of a character, so that no quotation is to begin
+/// Whether a byte of UTF-8 is one after the first of a character, so that no quotation is to begin
 /// with it.
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
 /// The code and the place that fit an error. The engine takes a range such as [b-a] for a bad class
-/// name, reported behind the list, what a list without end leaves open for the fault of whatever
+/// name, reported after the list, what a list without end leaves open for the fault of whatever
 /// came before it, and the end of a group that has none for a group without end, of which it tells
 /// the end of the expression.
 constants::error_type CorrectCode(const boost::regex_error& error, std::string_view text,

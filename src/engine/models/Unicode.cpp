@@ -73,7 +73,7 @@ void RegexClass::engine::WideMatcher::estimate_max_state_count(void*) {
 }
 
 /// Of iterators without random access the engine forgets how far a lazy dot at the beginning has
-/// got, and takes a time with the square of the text where one behind the other would do. The way
+/// got, and takes a time with the square of the text where one after the other would do. The way
 /// that remembers needs no random access once the least number of characters is passed.
 template <>
 bool RegexClass::engine::WideMatcher::match_dot_repeat_dispatch() {

@@ -84,7 +84,7 @@ class ByteProgram::Emitter {
     std::uint32_t taken;
   };
 
-  /// States for `tree`; gives the first one, for an iteration that has taken nothing before.
+  /// States for `tree`; returns the first one, for an iteration that has taken nothing before.
   std::uint32_t Emit(const Tree& tree, Next next) {
     if (++parts_ > kMostParts) throw TooLarge();
     const auto& parts = tree.parts;

@@ -40,9 +40,9 @@ class ByteSequence {
     return AreWordEnds(place, text);
   }
 
-  /// The first match at or behind `from`; null when there is none. By backward nondeterministic
+  /// The first match at or after `from`; null when there is none. By backward nondeterministic
   /// DAWG matching: reads back from where a match at `from` would end while what it has read occurs
-  /// in a match, then goes on to where a match begins with what it has read last, or else behind.
+  /// in a match, then goes on to where a match begins with what it has read last, or else after.
   const char* Find(const char* from, const Text& text) const {
     while (static_cast<std::size_t>(text.last - from) >= width_) {
       std::size_t left = width_ - 1;

@@ -78,7 +78,7 @@ double Bits(const Tree& tree) {
 
 /// Cuts `tree` where its width begins to vary, if what stands before is rare enough: a fixed
 /// width is much cheaper to look for, and an attempt of the engine costs little when there are few.
-/// Gives whether it was cut.
+/// Returns whether it was cut.
 [[maybe_unused]] bool CutToFixedWidth(Tree& tree) {
   constexpr double kRare = 32;  // as four letters are
   if (tree.kind != Tree::Kind::kSequence) return false;

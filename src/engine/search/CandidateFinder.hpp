@@ -49,7 +49,7 @@ class CandidateFinder {
   std::size_t Tolerated(const char* first, const char* last) const;
 
   /// Before which place the candidates are complete when [first, last) was scanned, with more text
-  /// behind it: no match that begins before that place goes on behind `last`.
+  /// after it: no match that begins before that place goes on after `last`.
   const char* CompleteUpTo(const char* first, const char* last) const;
 
   const std::unique_ptr<Database> database_;
@@ -79,7 +79,7 @@ class Candidates {
   Candidates& operator=(const Candidates&) = delete;
   ~Candidates() { stretches_.swap(finder_.spare_); }
 
-  /// The first candidate at or behind `from`, which never goes back; null when there is none.
+  /// The first candidate at or after `from`, which never goes back; null when there is none.
   const char* Next(const char* from);
 
   /// Whether there are too many candidates for the finder to be a help; Next() has nothing more

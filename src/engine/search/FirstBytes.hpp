@@ -20,7 +20,7 @@ class Starts {
   Starts(const FirstBytes& bytes, const char* first, const char* last, std::size_t patience)
       : bytes_(bytes), first_(first), last_(last), patience_(patience) {}
 
-  /// The first one at or behind `from`, which never goes back; null when there is none.
+  /// The first one at or after `from`, which never goes back; null when there is none.
   const char* Next(const char* from) {
     if (from == behind_ && ++vain_ > Tolerated(from)) gaveUp_ = true;
     if (gaveUp_) return nullptr;

@@ -52,7 +52,7 @@ class LazyDfa {
   static constexpr std::uint32_t kGroupEnd = 0xffffffff;
 
   struct State {
-    std::vector<std::uint32_t> paths;  // kGroupEnd behind those from one place
+    std::vector<std::uint32_t> paths;  // kGroupEnd after those from one place
     Context before = 0;
     bool closed = false;   // no match begins any more
     bool initial = false;  // nothing was read yet, by a run that is anchored

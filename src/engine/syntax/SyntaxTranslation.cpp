@@ -126,7 +126,7 @@ class Translator {
   }
 
   void Escape() {
-    if (position_ + 1 == text_.size()) {  // nothing behind it: the engine complains
+    if (position_ + 1 == text_.size()) {  // nothing after it: the engine complains
       CopyTo(text_.size());
       return;
     }
@@ -195,7 +195,7 @@ class Translator {
     }
   }
 
-  /// Takes the bounds of a repeat and its end, from behind the opening. Without the Perl extensions
+  /// Takes the bounds of a repeat and its end, from after the opening. Without the Perl extensions
   /// the engine still reads a brace as itself when proper bounds are followed by anything but the
   /// closing one.
   void Interval() {

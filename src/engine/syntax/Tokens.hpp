@@ -15,7 +15,7 @@ inline std::size_t SizeOfEscape(std::string_view text, std::size_t at) {
   return std::min<std::size_t>(text.substr(at + 1, 1) == "c" ? 3 : 2, text.size() - at);
 }
 
-/// Where a list that begins at `at` ends, behind its bracket; npos when it doesn't.
+/// Where a list that begins at `at` ends, after its bracket; npos when it doesn't.
 inline std::size_t EndOfList(std::string_view text, std::size_t at) {
   ++at;
   if (text.substr(at, 1) == "^") ++at;

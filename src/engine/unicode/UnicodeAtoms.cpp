@@ -41,7 +41,7 @@ class CharacterSet {
 
   Tree ToTree() const {
     constexpr std::size_t kMost = 8;  // parts
-    std::vector<Part> parts = Parts([](const Tail& a, const Tail& b) { return a == b; });
+    std::vector<Branch> parts = Parts([](const Tail& a, const Tail& b) { return a == b; });
     if (parts.size() > kMost) {
       parts = Parts([](const Tail& a, const Tail& b) { return a.size() == b.size(); });
     }
@@ -56,8 +56,8 @@ class CharacterSet {
   }
 
  private:
-  using Tail = std::vector<ByteSet>;  // the bytes behind the first one
-  struct Part {
+  using Tail = std::vector<ByteSet>;  // the bytes after the first one
+  struct Branch {
     ByteSet lead;
     Tail tail;
   };
@@ -77,10 +77,10 @@ class CharacterSet {
 
   /// The characters with those together whose tails are `alike`.
   template <class Alike>
-  std::vector<Part> Parts(Alike alike) const {
-    std::vector<Part> parts;
+  std::vector<Branch> Parts(Alike alike) const {
+    std::vector<Branch> parts;
     for (const auto& [lead, tail] : tails_) {
-      auto part = std::find_if(parts.begin(), parts.end(), [&, &own = tail](const Part& each) {
+      auto part = std::find_if(parts.begin(), parts.end(), [&, &own = tail](const Branch& each) {
         return alike(each.tail, own);
       });
       if (part == parts.end()) part = parts.insert(part, {{}, tail});
@@ -259,8 +259,8 @@ Tree Atoms<UnicodeTraits>::Set(const detail::re_syntax_base* state) const {
     const std::vector<EngineChar>& cases = UnicodeTraits::CaseChanges();
     changes.insert(changes.end(), cases.begin(), cases.end());
   }
-  // Behind the state stand the characters by themselves, and the ends of ranges, each with a zero
-  // behind it.
+  // After the state stand the characters by themselves, and the ends of ranges, each with a zero
+  // after it.
   const auto* member = reinterpret_cast<const EngineChar*>(&set + 1);
   for (unsigned int i = 0; i < set.csingles + 2 * set.cranges; ++i) {
     changes.insert(changes.end(), {*member, *member + 1});

@@ -21,7 +21,7 @@ enum ClassMark : EngineChar {
 };
 
 struct UnicodeNotation {
-  std::vector<EngineChar> text;        // code points, and a zero behind the last
+  std::vector<EngineChar> text;        // code points, and a zero after the last
   std::vector<std::size_t> positions;  // of each in the text of the Translation; also of the end
 };
 

@@ -27,7 +27,7 @@ class CodePoints {
     const auto index = static_cast<std::size_t>(c);
     return index < table_.size() ? table_[index] : ContainsBeyond(c);
   }
-  /// Appends the first and the one behind the last of each run.
+  /// Appends the first and the one after the last of each run.
   void AppendChanges(std::vector<EngineChar>& changes) const;
 
  private:
@@ -78,7 +78,7 @@ class UnicodeTraits {
   }
   /// Appends the code points at which what isctype() tells of `classes` changes.
   void AppendChanges(char_class_type classes, std::vector<EngineChar>& changes) const;
-  /// The first and the one behind the last of each run of code points that case folding changes.
+  /// The first and the one after the last of each run of code points that case folding changes.
   static const std::vector<EngineChar>& CaseChanges();
   /// The character of a name, or of itself; empty when there is none.
   static string_type lookup_collatename(const EngineChar* first, const EngineChar* last);

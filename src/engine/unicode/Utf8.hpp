@@ -67,7 +67,7 @@ inline Utf8Char DecodeUtf8(const char* position, const char* last) {
   return {kIllFormedByte + lead, 1};
 }
 
-/// The character that ends at `position`, which lies behind `first`: the one that reading forward
+/// The character that ends at `position`, which lies after `first`: the one that reading forward
 /// from `first` comes to.
 inline Utf8Char DecodeUtf8Before(const char* first, const char* position) {
   for (int size = 1; size <= 4 && position - first >= size; ++size) {
