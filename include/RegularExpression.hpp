@@ -20,16 +20,16 @@
 // - A failure is a result, not an exception: false, 0 or an empty text, and GetExpressionError()
 //   has the reason. What passes to the caller as an exception is what the standard library throws
 //   (out of memory), what a notification throws, and what the engine throws when it gives up on a
-//   text: boost::regex_error, a std::runtime_error, after runaway backtracking (which can go on for
-//   minutes in 100 KB) or when a search needs too much memory. The object is then fit for the next
-//   operation. A walk over much text may find an answer where a short one gives up. A string to
-//   match of more than 2147483647 bytes, whose offsets a position can't tell, is a
-//   std::length_error.
+//   text: boost::regex_error, a std::runtime_error, after runaway backtracking or when a search
+//   needs too much memory. The object is then fit for the next operation. An expression for which
+//   IsLinear() is true always has an answer. A string to match of more than 2147483647 bytes, whose
+//   offsets a position can't tell, is a std::length_error.
 // - One search takes up to 512 MiB for the ways that it may have to come back to, where an
-//   expression leaves it so many; (a|b|ab)*c takes some 100 bytes for each byte it passes.
+//   expression leaves it so many; (a|b|ab)*\1c takes some 100 bytes for each byte it passes.
 // - One search passes so many states before the engine gives up: 100,000 more than the greater of
 //   N * S * S and N * N, but of the second 100,000,000 at the most, in a text of N bytes and for an
-//   expression of S bytes. The limit is the same under each locale model.
+//   expression of S bytes. The limit is the same under each locale model, and SetStepLimit() sets
+//   another.
 // - Where the engine loses a match, the library finds it, on purpose other than the engine alone:
 //   after a lazy repeat with an upper limit at the beginning (.{3,6}?AC), or a greedy one under
 //   MatchAny, and where its notes of how a match can go on lack something, as before \> after a
@@ -476,6 +476,17 @@ class REGEXCLASS_EXPORT RegularExpression {
   bool GetSyncTogether() const;
   void SetSyncTogether(bool together);
 
+  /// How many steps the engine may take in one search of an operation, on a string or on files,
+  /// before it gives up; 0, the start value, for the limit that the head of this file tells of. A
+  /// step is a state that the engine passes, some nanoseconds; a look at a text that is repeated
+  /// (\1) counts as one for each KB besides. An operation looks for each match, and for the end of
+  /// the matches, with a search of its own. What a search needs depends on its text alone and not
+  /// on the machine, but where other ways to search help, less of it is the engine's. An expression
+  /// for which IsLinear() is true has its answer whatever the limit. A search can go on for some
+  /// steps a byte of the text beyond the limit. Goes with the notifications.
+  unsigned long long GetStepLimit() const;
+  void SetStepLimit(unsigned long long steps);
+
   /// What a match is turned into, in the syntax of the format type. It ends at its first zero
   /// byte. More than 100 groups inside each other, a condition counting as two, are a
   /// boost::regex_error of what formats; in ChangeFiles, a problem of the file.
@@ -523,6 +534,20 @@ class REGEXCLASS_EXPORT RegularExpression {
   /// length, a recursion that leads nowhere). Offsets are those of the expression as it was set,
   /// whatever its syntax. Never compiles.
   std::ptrdiff_t GetExpressionErrorPosition() const;
+
+  /// Whether Search, and MatchAll, under the present settings take a time that at worst grows in
+  /// proportion to the length of the text, whatever the text, compiling first if need be; false
+  /// when the compile fails. Of a walk that goes for each of its matches, so that the whole can
+  /// still take a time with the square of the length.
+  ///
+  /// True for a regular expression: without back references, look-around, atomic groups and
+  /// possessive repeats, recursion, conditionals, verbs, \K, \G, \X and \Z, with letters that all
+  /// go by case or all don't, of a size that can be handled; without the options MatchAny,
+  /// MatchContinuous and MatchPartial; and, in the syntaxes that take the longest match, where a
+  /// text leaves no choice of how its groups take part. Under UnicodeLocale only for one that can't
+  /// match the empty text, doesn't ask for the ends of lines or words, and has neither a dot nor
+  /// anything negated; what is false here may become true in a later release.
+  bool IsLinear();
 
   /// The number of marked groups, not counting the whole match, compiling first if need be; 0
   /// when the engine refuses the expression. A LocaleDllFailure leaves the number of the compile

@@ -49,6 +49,10 @@ TEST_F(FilesTest, AreReadToTheirEndOrListed) {
   EXPECT_EQ(re.GetGrepFilesErrors(), nullptr);
   EXPECT_EQ(Log(re, true), (Texts{"4:1:1:aab", "2: search: 0"}));
   EXPECT_EQ(RE(re).GetGrepFilesErrors(), nullptr);  // a copy has none
+  RE limited = Walker("(a+)\\1b", "2");
+  EXPECT_EQ(Log(limited, true), Texts());
+  limited.SetStepLimit(30);
+  EXPECT_EQ(Log(limited, true), Texts{"2: search: 0"});
   re.SetFilesToMatch("");
   EXPECT_EQ(Log(re, false), Texts());
   EXPECT_NE(re.GetGrepFilesErrors(), nullptr);

@@ -224,9 +224,10 @@ TEST(Strings, AreWalkedAlikeOnAllWaysUnderAllOptions) {
     std::ostringstream record;
     record << re;
     SCOPED_TRACE(record.str());
-    const auto outcome = [&re](Ways ways) {
+    const auto outcome = [&re](Ways ways, unsigned long long steps) {
       Use(ways);
       RE own(re);
+      own.SetStepLimit(steps);
       if (!own.IsMatchOption(RE::MatchNotDotNewline)) {  // some are made under other options
         own.AddMatchOption(RE::MatchNotDotNewline);
         own.Grep();
@@ -234,16 +235,20 @@ TEST(Strings, AreWalkedAlikeOnAllWaysUnderAllOptions) {
       }
       Recorder recorder(own);
       if (own.Search()) own.Grep();
+      if (own.MatchAll()) own.Match();
       own.SetOnMergingClosure({});
       return std::make_tuple(recorder.Reports(), Merged(own), Pieces(own));
     };
-    std::optional<decltype(outcome(Ways::kEngine))> alone;
+    std::optional<decltype(outcome(Ways::kEngine, 0))> alone;
     try {
-      alone = outcome(Ways::kEngine);
+      alone = outcome(Ways::kEngine, 0);
     } catch (const std::runtime_error&) {
       continue;  // the engine gives up, where another way may not
     }
-    for (const Ways ways : kAllWays) ASSERT_EQ(outcome(ways), *alone);
+    for (const Ways ways : kAllWays) ASSERT_EQ(outcome(ways, 0), *alone);
+    if (re.IsLinear()) {  // and has its answer without the engine
+      ASSERT_EQ(outcome(Ways::kEngine, 1), *alone);
+    }
   }
   Use(Ways::kEngine);
 }
@@ -432,6 +437,8 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
     if (!perl) re.AddExpressionOption(RE::ExtendedSyntax);
     if (icase && !inside) re.AddExpressionOption(RE::Icase);
     if (re.ParseExpression() != RE::NoError) continue;
+    const bool linear = re.IsLinear();
+    re.SetStepLimit(random.Below(2));
     SCOPED_TRACE(testing::Message() << model.part.notation << " on " << text);
     const std::optional<Span> first = model.Find(text, 0, false);
     re.SetMergeCopy(true);
@@ -442,12 +449,42 @@ TEST(Strings, AreMatchedAsASlowMatcherDoes) {
       re.AddMatchOption(RE::MatchAny);
       ASSERT_EQ(re.Search(match), first.has_value());
     } catch (const std::runtime_error&) {
-      continue;  // the engine gives up, about once in a million cases
+      ASSERT_TRUE(!linear || re.IsMatchOption(RE::MatchAny));
+      continue;  // the engine gives up
     }
     const std::string begin = told(text.substr(0, first ? first->first : 0));
     ASSERT_TRUE(!first || match[0].position == static_cast<int>(begin.size()));
   }
   Use(Ways::kEngine);
+}
+
+TEST(Strings, AreSearchedInLinearTimeOrNot) {
+  const std::tuple<const char*, bool> cases[] = {
+      {"", false},           {"(", false},
+      {"abc", true},         {"(a)[bc]", true},
+      {"(a*)*|b+?", true},   {"^\\b(a)$", true},
+      {"(a)\\1", false},     {"a(?=b)", false},
+      {"(?<!a)b", false},    {"(?>a)b", false},
+      {"a++", false},        {"a(?i)b", false},
+      {"(?i)a", true},       {"a\\K", false},
+      {"\\Ga", false},       {"a\\Z", false},
+      {"(a|(?R))b", false},  {"(a)(?(1)b)", false},
+      {"a(*COMMIT)", false}, {"(?:a{999}){99}b*", false},
+  };
+  for (const auto& [expression, linear] : cases) {
+    RE re = Make(expression, "");
+    EXPECT_EQ(re.IsLinear(), linear) << expression;
+    re.AddMatchOption(RE::MatchNotBol);
+    EXPECT_EQ(re.IsLinear(), linear) << expression;
+    re.AddMatchOption(RE::MatchPartial);
+    EXPECT_FALSE(re.IsLinear()) << expression;
+  }
+  RE re = Make("(a*)(a*)", "");
+  re.AddExpressionOption(RE::ExtendedSyntax);
+  EXPECT_FALSE(re.IsLinear());  // only the engine knows which group takes what
+  re = Make("a+\\<b|c", "");
+  re.SetLocaleModel(RE::UnicodeLocale);
+  EXPECT_FALSE(re.IsLinear());
 }
 
 /// Runs each operation that raises an event on a string, by its number.
@@ -472,6 +509,13 @@ TEST(Strings, AreLeftFitByWhatThrows) {
     re.SetStringToMatch(std::string(3000, 'a'));
     EXPECT_THROW(Raise(re, operation), boost::regex_error);
     EXPECT_EQ(Formatted(re), "");  // nothing is current any more
+    re.SetExpression("(a+)\\1b|(?!)");
+    re.SetStringToMatch(std::string(50, 'a'));
+    EXPECT_NO_THROW(Raise(re, operation));
+    re.SetStepLimit(30);
+    EXPECT_THROW(Raise(re, operation), boost::regex_error);
+    re.SetExpression("(a+)+b");
+    EXPECT_NO_THROW(Raise(re, operation));
     // Nor is the object busy. During a walk it is, also behind one inside, and the model stays.
     re.SetExpression("a+");
     re.SetLocaleModel(RE::CLocale);

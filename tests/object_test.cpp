@@ -159,6 +159,7 @@ TEST(Object, CopiesNotificationsButNoLocale) {
   const std::locale mine(std::locale::classic(), std::make_unique<Collation>(asked).release());
   RE source = Make("a", "a"), target;
   source.SetLocale(mine);
+  source.SetStepLimit(7);
   target = source;
   RE copy(source);
   EXPECT_TRUE(source.GetLocale() == mine && copy.GetLocale() == std::locale() &&
@@ -168,6 +169,8 @@ TEST(Object, CopiesNotificationsButNoLocale) {
     source = *re;
     EXPECT_TRUE(re->Search());
     EXPECT_EQ(recorder.Reports().size(), 1U);
+    EXPECT_EQ(std::exchange(*re, RE()).GetStepLimit(), 7U);
+    EXPECT_EQ(re->GetStepLimit(), 0U);
   }
 }
 

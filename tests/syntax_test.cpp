@@ -259,10 +259,10 @@ TEST(Engine, RefusesATextWhoseOffsetsDoNotFit) {
     if (expression == nullptr) continue;  // a model that this build doesn't have
     Match match;
     std::string out;
-    EXPECT_THROW(expression->Search(text, 0, match), std::length_error);
-    EXPECT_THROW(expression->MatchWhole(text, 0, match), std::length_error);
-    EXPECT_THROW(expression->Grep(text, 0, nullptr), std::length_error);
-    EXPECT_THROW(expression->Merge(text, 0, {""}, out), std::length_error);
+    EXPECT_THROW(expression->Search(text, {}, match), std::length_error);
+    EXPECT_THROW(expression->MatchWhole(text, {}, match), std::length_error);
+    EXPECT_THROW(expression->Grep(text, {}, nullptr), std::length_error);
+    EXPECT_THROW(expression->Merge(text, {}, {""}, out), std::length_error);
   }
 }
 

@@ -105,6 +105,12 @@ TEST_F(Tool, PrintsAndExits) {
        0, "2 1\n2 1\n"},
       {"$T grep -w -s sed a t", 2, "",
        "regexclass: whole words and lines can't be had of this expression or syntax\n"},
+      {"$T grep --linear -o '(n|a)+$' t; $T grep-files --linear '(a)\\1' t", 2, "anana\n",
+       "regexclass: expression '(a)\\1': a search for it may take more than a time in proportion "
+       "to "
+       "the text\n"},
+      {"$T grep-files '(a|n)+\\1x' t; $T grep-files --step-limit 5 '(a|n)+\\1x' t", 2, "",
+       "regexclass: t: can't search to the end: the expression is too complex for it\n"},
       {"$T grep --settings t x", 2, "", "regexclass: t: not a settings file, or a damaged one\n"},
   });
   if (kWindows || Run("script -qec true /dev/null").status != 0)

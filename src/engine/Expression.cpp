@@ -5,8 +5,8 @@
 
 namespace RegexClass::engine {
 
-void Expression::Merge(std::string_view text, Flags flags, const MergeFormat& format,
-                       std::string& out) const {
+void Expression::Merge(std::string_view text, const SearchSettings& settings,
+                       const MergeFormat& format, std::string& out) const {
   RequireShallow(format.text, format.syntax);
   const char* done = text.data();
   const auto replace = [&](const Match& match) {
@@ -17,8 +17,8 @@ void Expression::Merge(std::string_view text, Flags flags, const MergeFormat& fo
   };
   Match first;
   if (!format.onlyFirst) {
-    Grep(text, flags, replace);
-  } else if (Search(text, flags, first)) {
+    Grep(text, settings, replace);
+  } else if (Search(text, settings, first)) {
     replace(first);
   }
   if (format.copy) out.append(done, text.data() + text.size());

@@ -56,16 +56,21 @@ class Expression {
   const std::shared_ptr<const GroupNames>& Names() const { return names_; }
 
   /// Finds the leftmost match.
-  virtual bool Search(std::string_view text, Flags flags, Match& match) const = 0;
+  virtual bool Search(std::string_view text, const SearchSettings& settings,
+                      Match& match) const = 0;
   /// Matches the whole text.
-  virtual bool MatchWhole(std::string_view text, Flags flags, Match& match) const = 0;
+  virtual bool MatchWhole(std::string_view text, const SearchSettings& settings,
+                          Match& match) const = 0;
   /// Reports each match in turn, and returns the number of matches; see RegularExpression::Grep for
   /// the rule on empty ones.
-  virtual unsigned int Grep(std::string_view text, Flags flags, const Report& report) const = 0;
+  virtual unsigned int Grep(std::string_view text, const SearchSettings& settings,
+                            const Report& report) const = 0;
   /// Appends the text to `out` with each match that Grep() reports replaced by what `format` makes
   /// of it.
-  virtual void Merge(std::string_view text, Flags flags, const MergeFormat& format,
-                     std::string& out) const;
+  virtual void Merge(std::string_view text, const SearchSettings& settings,
+                     const MergeFormat& format, std::string& out) const;
+  /// Whether Search() under `flags` takes a time that grows with the text alone.
+  virtual bool IsLinear(Flags flags) const = 0;
 
  protected:
   /// Appends what `format` makes of a match.

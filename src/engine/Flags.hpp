@@ -25,6 +25,12 @@ enum FlagBits : Flags {
   kPartial = 0x800,       // the start of a match at the end of the text counts
 };
 
+/// How a search is run.
+struct SearchSettings {
+  Flags flags = 0;
+  std::uint64_t stepLimit = 0;  ///< The most steps of the engine; 0 for its own limit.
+};
+
 /// The syntax of a format.
 enum class FormatSyntax { kAll, kSed, kPerl };
 

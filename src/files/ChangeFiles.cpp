@@ -26,10 +26,10 @@ Replacement MakeReplacement(ExpressionState& state) {
   const auto own = current.model->MakeCompiler()->Compile(
       state.settings.expression, SyntaxWord(state.settings.expressionOptions), error);
   if (own == nullptr) engine::Throw(error, error.message);
-  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, false);
-  return [&state, own, flags](const std::string& matched) {
+  const engine::SearchSettings settings = state.SearchSettings(false);
+  return [&state, own, settings](const std::string& matched) {
     std::string replacement;
-    own->Merge(matched, flags, {state.settings.formatString.c_str()}, replacement);
+    own->Merge(matched, settings, {state.settings.formatString.c_str()}, replacement);
     return replacement;
   };
 }

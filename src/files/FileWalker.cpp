@@ -15,15 +15,16 @@ constexpr std::size_t kLargestFile = std::numeric_limits<std::int32_t>::max();
 }  // namespace
 
 FileWalker::FileWalker(const Settings& settings,
-                       std::shared_ptr<const engine::Expression> expression, platform::Links found,
+                       std::shared_ptr<const engine::Expression> expression,
+                       const engine::SearchSettings& searchSettings, platform::Links found,
                        Select select)
     : expression_(std::move(expression)),
+      searchSettings_(searchSettings),
       foundLinks_(found),
       select_(std::move(select)),
       patterns_(settings.filesToMatch.c_str()),
       recursion_(settings.directoryRecursion),
       goOn_(settings.continueFiles),
-      flags_(EngineMatchFlags(settings.matchOptions, false)),
       reader_(kLargestFile) {}
 
 RegularExpression::SearchProblemKind KindOfDirectoryProblem(bool opened) {
@@ -86,14 +87,14 @@ unsigned int FileWalker::Grep(const Report& report) {
   };
   return Visit([&](std::string_view text) {
     lines_ = LineCounter(text.data());
-    expression_->Grep(text, flags_, reportMatch);
+    expression_->Grep(text, searchSettings_, reportMatch);
   });
 }
 
 unsigned int FileWalker::Find(const Report& report) {
   return Visit([&](std::string_view text) {
     engine::Match match;
-    if (expression_->Search(text, flags_, match)) RaiseReport(report);
+    if (expression_->Search(text, searchSettings_, match)) RaiseReport(report);
   });
 }
 

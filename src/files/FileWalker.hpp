@@ -42,7 +42,7 @@ class FileWalker {
   /// A walker by the settings, which searches for `expression`. `found` is what becomes of links
   /// that no pattern spells out.
   FileWalker(const Settings& settings, std::shared_ptr<const engine::Expression> expression,
-             platform::Links found, Select select);
+             const engine::SearchSettings& searchSettings, platform::Links found, Select select);
 
   void SetReportProblem(ReportProblem report) { reportProblem_ = std::move(report); }
 
@@ -84,13 +84,13 @@ class FileWalker {
   bool Fail(const std::string& file, RegularExpression::SearchProblemKind kind, int number);
 
   const std::shared_ptr<const engine::Expression> expression_;
+  const engine::SearchSettings searchSettings_;
   const platform::Links foundLinks_;
   const Select select_;
   ReportProblem reportProblem_;
   const std::string patterns_;
   const bool recursion_;
   const bool goOn_;  // past what the walk fails on
-  const engine::Flags flags_;
 
   Problems problems_;
   platform::FileReader reader_;

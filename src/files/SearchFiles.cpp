@@ -47,7 +47,7 @@ std::optional<FileWalker> WalkerFor(ExpressionState& state, platform::Links foun
   const auto expression = model.walk.For(*model.model, settings);
   if (expression == nullptr) return walker;
   walker.emplace(
-      settings, expression, found,
+      settings, expression, state.SearchSettings(false), found,
       [&state](const std::string& path, platform::DirectoryEntry::Kind kind, bool selected) {
         return RaiseSelectingFiles(state, path, kind, selected);
       });

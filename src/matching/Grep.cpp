@@ -15,10 +15,10 @@ namespace {
 /// another one meanwhile.
 unsigned int GrepText(ExpressionState& state, const std::string& text,
                       const engine::Expression::Report& report) {
-  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, true);
+  const engine::SearchSettings settings = state.SearchSettings(true);
   const WalkScope walk(state);
   const auto expression = state.Expression();
-  return expression->Grep(text, flags, report);
+  return expression->Grep(text, settings, report);
 }
 
 /// A copy of the string to match. The next one uses its memory again, unless that is much.

@@ -9,7 +9,8 @@
 namespace RegexClass {
 namespace {
 
-using Run = bool (engine::Expression::*)(std::string_view, engine::Flags, engine::Match&) const;
+using Run = bool (engine::Expression::*)(std::string_view, const engine::SearchSettings&,
+                                         engine::Match&) const;
 
 /// Runs the engine on the string to match and raises the event of `slot` when `accept` says that
 /// the outcome counts.
@@ -22,10 +23,10 @@ bool MatchOnce(ExpressionState& state, const Slot& slot, Run run, Accept accept,
   engine::Match match;
   const ScopedValue<const engine::Match*> current(state.stringMatch, &match, nullptr);
   const std::string_view text = state.settings.stringToMatch;
-  const engine::Flags flags = EngineMatchFlags(state.settings.matchOptions, true);
+  const engine::SearchSettings settings = state.SearchSettings(true);
   {
     const BusyScope busy(state);
-    const bool found = ((*state.Expression()).*run)(text, flags, match);
+    const bool found = ((*state.Expression()).*run)(text, settings, match);
     if (!found || !accept(match[0], text)) return false;
   }
   std::vector<REMatch> kept;

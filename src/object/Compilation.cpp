@@ -165,11 +165,17 @@ unsigned int ExpressionState::NumberOfSubexpressions() const {
   return isTold ? current.expression->GroupCount() : 0;
 }
 
+bool ExpressionState::IsLinear() {
+  return ParseExpression() == RegularExpression::NoError &&
+         Expression()->IsLinear(SearchSettings(true).flags);
+}
+
 Code RegularExpression::ParseExpression() { return state->ParseExpression(); }
 std::string RegularExpression::GetExpressionError() const { return state->ExpressionError(); }
 std::ptrdiff_t RegularExpression::GetExpressionErrorPosition() const {
   return state->ExpressionErrorPosition();
 }
+bool RegularExpression::IsLinear() { return state->IsLinear(); }
 unsigned int RegularExpression::NumberOfSubexpressions() {
   state->ParseExpression();
   return state->NumberOfSubexpressions();

@@ -8,7 +8,8 @@ ExpressionState::ExpressionState(RegularExpression* object, const ExpressionStat
       settings(source.settings),
       texts(source.texts),
       notifications(source.notifications),
-      rewriting(source.rewriting) {}
+      rewriting(source.rewriting),
+      stepLimit(source.stepLimit) {}
 
 ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   if (this == &source) return *this;
@@ -20,6 +21,7 @@ ExpressionState& ExpressionState::operator=(const ExpressionState& source) {
   std::swap(texts, copiedTexts);
   std::swap(notifications, copiedNotifications);
   rewriting = source.rewriting;
+  stepLimit = source.stepLimit;
   return *this;
 }
 
@@ -28,6 +30,7 @@ void ExpressionState::Swap(ExpressionState& other) noexcept {
   std::swap(texts, other.texts);
   std::swap(notifications, other.notifications);
   std::swap(rewriting, other.rewriting);
+  std::swap(stepLimit, other.stepLimit);
   std::swap(locale, other.locale);
   std::swap(models, other.models);
   selectFilesErrors.swap(other.selectFilesErrors);

@@ -4,6 +4,7 @@
 #define REGEXCLASS_OBJECT_EXPRESSIONSTATE_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <locale>
 #include <string>
 #include <string_view>
@@ -44,6 +45,7 @@ class ExpressionState {
   RegularExpression::ExpressionErrorCode ParseExpression();
   std::string ExpressionError() const;
   std::ptrdiff_t ExpressionErrorPosition() const;
+  bool IsLinear();
   unsigned int NumberOfSubexpressions() const;
 
   /// The settings, for whatever changes the string to match, alone or with others: the match that
@@ -51,6 +53,10 @@ class ExpressionState {
   Settings& SettingsToChangeString() {
     stringMatch = nullptr;
     return settings;
+  }
+  /// How a search of an operation is run.
+  engine::SearchSettings SearchSettings(bool allowPartial) const {
+    return {EngineMatchFlags(settings.matchOptions, allowPartial), stepLimit};
   }
   /// The match that is being reported; null when none is.
   const engine::Match* CurrentMatch() const {
@@ -62,6 +68,7 @@ class ExpressionState {
   CatalogueTexts texts;
   Notifications notifications;
   RewritingSettings rewriting;
+  std::uint64_t stepLimit = 0;
   std::locale locale;  // of CppLocale and UnicodeLocale: the global one of the moment
   Models models;
 

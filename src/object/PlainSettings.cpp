@@ -63,6 +63,9 @@ void RegularExpression::SetChangeHardLinks(bool change) {
 bool RegularExpression::GetSyncTogether() const { return state->rewriting.syncTogether; }
 void RegularExpression::SetSyncTogether(bool together) { state->rewriting.syncTogether = together; }
 
+unsigned long long RegularExpression::GetStepLimit() const { return state->stepLimit; }
+void RegularExpression::SetStepLimit(unsigned long long steps) { state->stepLimit = steps; }
+
 std::string RegularExpression::GetFormatString() const { return state->settings.formatString; }
 void RegularExpression::SetFormatString(const std::string& format) {
   state->settings.formatString = format;

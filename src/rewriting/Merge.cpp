@@ -17,8 +17,7 @@ std::string MergeByEngine(ExpressionState& state) {
                                       settings.mergeCopy, settings.mergeOnlyFirst};
   const WalkScope walk(state);
   std::string merged;
-  state.Expression()->Merge(settings.stringToMatch, EngineMatchFlags(settings.matchOptions, false),
-                            format, merged);
+  state.Expression()->Merge(settings.stringToMatch, state.SearchSettings(false), format, merged);
   return merged;
 }
 
@@ -29,7 +28,7 @@ std::string MergeBySubscriber(ExpressionState& state,
   const Settings& settings = state.settings;
   const std::string text = settings.stringToMatch;  // the subscriber may set another
   const bool onlyFirst = settings.mergeOnlyFirst;
-  const engine::Flags flags = EngineMatchFlags(settings.matchOptions, false);
+  const engine::SearchSettings searchSettings = state.SearchSettings(false);
   WalkReporter reporter(state, subscriber, text.data());
   std::string merged;
   const char* done = text.data();  // up to here all is in the output; moves only when copying
@@ -49,7 +48,7 @@ std::string MergeBySubscriber(ExpressionState& state,
   {
     const WalkScope walk(state);
     const auto expression = state.Expression();  // held on to: see Grep
-    expression->Grep(text, flags, merge);
+    expression->Grep(text, searchSettings, merge);
   }
   if (settings.mergeCopy) merged.append(done, last);
   return merged;

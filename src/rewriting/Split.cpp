@@ -38,11 +38,12 @@ bool AppendPieces(const engine::Match& match, const char* before, std::uint64_t 
 
 /// Splits `text`, and returns how much of it was used up.
 std::size_t SplitText(const engine::Expression& expression, const std::string& text,
-                      engine::Flags flags, std::uint64_t limit, std::vector<std::string>& pieces) {
+                      const engine::SearchSettings& settings, std::uint64_t limit,
+                      std::vector<std::string>& pieces) {
   const char* const first = text.data();
   const char* const last = first + text.size();
   const char* done = first;
-  expression.Grep(text, flags, [&](const engine::Match& match) {
+  expression.Grep(text, settings, [&](const engine::Match& match) {
     const char* const before = done;
     done = match[0].second;
     return AppendPieces(match, before, limit, pieces);
@@ -68,9 +69,9 @@ unsigned int RegularExpression::Split(std::vector<std::string>& pieces) {
   }
   std::size_t used = 0;
   if (state->ParseExpression() == NoError) {
-    const engine::Flags flags = EngineMatchFlags(settings.matchOptions, false);
     const std::uint64_t limit = settings.maximumSplits != 0 ? settings.maximumSplits : UINT32_MAX;
-    used = SplitText(*state->Expression(), settings.stringToMatch, flags, limit, pieces);
+    used = SplitText(*state->Expression(), settings.stringToMatch, state->SearchSettings(false),
+                     limit, pieces);
   }
   if (settings.splitInputDelete) state->SettingsToChangeString().stringToMatch.erase(0, used);
   if (former) SetExpression(std::move(*former));

@@ -49,8 +49,8 @@ ExitStatus RunChangeFiles(const Request& request);
 
 ExitStatus RunSettings(const Request& request);
 
-/// Throws Failure, with the reason, when the expression can't be used.
-void CheckExpression(RE& object, bool mayBeEmpty);
+/// Throws Failure, with the reason, when the expression can't be used, or the request refuses it.
+void CheckExpression(RE& object, const Request& request, bool mayBeEmpty = false);
 
 /// Makes an expression that is good match whole words or whole lines alone, where the request asks
 /// for that. Throws Failure when it can't.

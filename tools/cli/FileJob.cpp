@@ -39,7 +39,7 @@ FileJob::FileJob(const Request& r, FilesAlone) : request(r), style(r.style), cho
 
 FileJob::FileJob(const Request& r) : FileJob(r, FilesAlone()) {
   UsePerlSyntax(object);
-  CheckExpression(object, false);
+  CheckExpression(object, r);
   NarrowExpression(object, r);
 }
 

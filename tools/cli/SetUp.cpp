@@ -122,6 +122,13 @@ void AddExpressionOptions(CLI::App& command, SetUp& setUp) {
   AddRaw(command, "--locale", setUp.locale, "The locale of the models cpp, c and unicode")
       ->type_name("NAME")
       ->group("Expression");
+  command
+      .add_option("--step-limit", setUp.stepLimit,
+                  "The most steps of one search of the engine; 0: its own limit")
+      ->check(Number(0))
+      ->group("Expression");
+  command.add_flag("--linear", setUp.linear, "Take only an expression whose searches are linear")
+      ->group("Expression");
   AddRaw(command, "--locale-dll", setUp.localeDll, "The message catalogue with the texts of errors")
       ->type_name("NAME")
       ->group("Expression");
@@ -211,6 +218,7 @@ void Apply(const SetUp& setUp, RE& object) {
   if (setUp.saveExtension) object.SetSaveExtension(*setUp.saveExtension);
   if (setUp.mergeCopy) object.SetMergeCopy(*setUp.mergeCopy);
   if (setUp.mergeOnlyFirst) object.SetMergeOnlyFirst(*setUp.mergeOnlyFirst);
+  if (setUp.stepLimit) object.SetStepLimit(*setUp.stepLimit);
   if (setUp.maximumSplits) object.SetMaximumSplits(*setUp.maximumSplits);
   if (setUp.splitInputDelete) object.SetSplitInputDelete(*setUp.splitInputDelete);
   if (setUp.recursive) object.SetDirectoryRecursion(*setUp.recursive);

@@ -23,6 +23,8 @@ struct SetUp {
   std::vector<std::string> switchesOn, switchesOff, matchOptionsOn, matchOptionsOff;
   std::optional<bool> mergeCopy, mergeOnlyFirst, splitInputDelete, recursive, stopOnError;
   std::optional<std::uint32_t> maximumSplits;
+  std::optional<std::uint64_t> stepLimit;
+  bool linear = false;
   bool ignoreCase = false;
   bool literal = false;
 };

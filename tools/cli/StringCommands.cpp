@@ -204,8 +204,12 @@ std::string Quoted(const std::string& text) {
 
 }  // namespace
 
-void CheckExpression(RE& object, bool mayBeEmpty) {
+void CheckExpression(RE& object, const Request& request, bool mayBeEmpty) {
   const RE::ExpressionErrorCode code = object.ParseExpression();
+  if (code == RE::NoError && request.setUp.linear && !object.IsLinear()) {
+    throw Failure("expression '" + object.GetExpression() +
+                  "': a search for it may take more than a time in proportion to the text");
+  }
   if (code == RE::NoError || (code == RE::NoExpression && mayBeEmpty)) return;
   std::string words = object.GetExpressionError();
   if (words.empty()) words = "error " + std::to_string(code);
@@ -228,11 +232,12 @@ void NarrowExpression(RE& object, const Request& request) {
   if (!object.IsExpressionOption(RE::NormalSyntax) || object.ParseExpression() != RE::NoError) {
     throw Failure("whole words and lines can't be had of this expression or syntax");
   }
+  CheckExpression(object, request);
 }
 
 ExitStatus RunMatch(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, false);
+  CheckExpression(job.object, request);
   if (!request.style.Silent()) {
     job.object.SetOnMatchingClosure([&job](RE*, const std::vector<REMatch>& match,
                                            unsigned int line,
@@ -245,7 +250,7 @@ ExitStatus RunMatch(const Request& request) {
 
 ExitStatus RunSearch(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, false);
+  CheckExpression(job.object, request);
   if (!request.style.Silent()) {
     job.object.SetOnSearchingClosure([&job](RE*, const std::vector<REMatch>& match,
                                             unsigned int line,
@@ -256,7 +261,7 @@ ExitStatus RunSearch(const Request& request) {
 
 ExitStatus RunGrep(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, false);
+  CheckExpression(job.object, request);
   NarrowExpression(job.object, request);
   return Run(job, [](Job& j) {
     return Walk(j, [&j](const auto& match, unsigned int line) { j.Report(match, line); });
@@ -265,7 +270,7 @@ ExitStatus RunGrep(const Request& request) {
 
 ExitStatus RunFormat(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, false);
+  CheckExpression(job.object, request);
   return Run(job, [](Job& j) {
     return Walk(j, [&j](const auto& match, unsigned int line) { j.ReportFormatted(match, line); });
   });
@@ -298,7 +303,7 @@ std::uint64_t MergeText(Job& job) {
 
 ExitStatus RunMerge(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, false);
+  CheckExpression(job.object, request);
   // Merge takes no notice of this option, and so the searches beside it mustn't.
   job.object.DeleteMatchOption(RE::MatchPartial);
   // With nobody to notify, Merge reads the format string as FormatAll, whatever its type.
@@ -334,7 +339,7 @@ std::uint64_t SplitText(Job& job) {
 
 ExitStatus RunSplit(const Request& request) {
   Job job(request);
-  CheckExpression(job.object, true);
+  CheckExpression(job.object, request, true);
   return Run(job, SplitText);
 }
 

@@ -3,6 +3,10 @@
 #ifndef REGEXCLASS_ENGINE_BOOST_BOOSTWALK_HPP
 #define REGEXCLASS_ENGINE_BOOST_BOOSTWALK_HPP
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <optional>
 
 #include "engine/boost/BoostRegex.hpp"
@@ -20,16 +24,30 @@ template <class Iterator, class Traits>
 class BoostWalk : public EngineWalk {
  public:
   using Regex = boost::basic_regex<typename Traits::char_type, Traits>;
-  using Results = boost::match_results<Iterator>;
+  using Results = CountedResults<Iterator>;
   using Flags = boost::match_flag_type;
 
-  /// The results of each match come into `results`.
-  BoostWalk(const Regex& regex, Iterator first, Iterator last, Flags flags, Results& results)
+  /// `length` is how many bytes the expression has. The results of each match come into `results`.
+  BoostWalk(const Regex& regex, std::size_t length, Iterator first, Iterator last, Flags flags,
+            Results& results)
       : regex_(regex),
+        length_(length),
         first_(first),
         last_(last),
+        asked_(flags),
         flags_(MendedFlags(regex, flags)),
         results_(results) {}
+
+  void SetStepLimit(std::optional<std::uint64_t> steps) override {
+    stepLimit_ = steps;
+    if (matcher_) *results_.steps = 0;
+  }
+
+  bool MatchWhole() override {
+    Begin(asked_);
+    Count();
+    return matcher_->match();
+  }
 
   bool Next(Found& found) override {
     Found next;
@@ -55,14 +73,14 @@ class BoostWalk : public EngineWalk {
     // Unless the match before is an empty one, the engine goes on where that has ended.
     const Iterator at = At(same.first);
     if (first_ == last_) {
-      Begin();
+      Begin(flags_);
     } else {
       if (!matcher_) BeginAmid();
       results_.set_first(at == first_ ? last_ : first_);
       results_.set_second(at);
     }
     matcher_->setf(boost::match_continuous);
-    const bool isFound = matcher_->find();
+    const bool isFound = Search();
     matcher_->unsetf(boost::match_continuous);
     if (isFound) Accept(from, found);
     return isFound;
@@ -117,8 +135,8 @@ class BoostWalk : public EngineWalk {
   bool Find(const Found& former, Found& next) {
     const bool again = former.first != nullptr;
     if (!matcher_ && !again) {
-      Begin();
-      return matcher_->find();
+      Begin(flags_);
+      return Search();
     }
     if (!matcher_) BeginAmid();
     const auto goBack = [&] {
@@ -129,7 +147,7 @@ class BoostWalk : public EngineWalk {
     };
     if (!again) {
       results_.set_second(first_);
-      return matcher_->find();
+      return Search();
     }
     goBack();
     if (!former.insisted) {
@@ -141,24 +159,43 @@ class BoostWalk : public EngineWalk {
         goBack();
       }
     }
-    return matcher_->find();
+    return Search();
   }
 
   /// Whether a match that isn't empty begins where the engine is.
   bool FindHere() {
     const Flags here = boost::match_not_null | boost::match_continuous;
     matcher_->setf(here);
-    const bool found = matcher_->find();
+    const bool found = Search();
     matcher_->unsetf(here & ~flags_);
     // Newer releases of the engine forget this flag when another is taken back.
     if (isAny_) matcher_->setf(boost::match_any);
     return found;
   }
 
-  void Begin() { matcher_.emplace(first_, last_, results_, regex_, flags_, first_); }
+  bool Search() {
+    Count();
+    return matcher_->find();
+  }
+  /// Takes what the engine's last search has cost from what there is for the next one.
+  void Count() {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
+    if (stepLimit_) {
+      *stepLimit_ -= std::min(*stepLimit_, static_cast<std::uint64_t>(*results_.steps));
+      *results_.limit = static_cast<std::ptrdiff_t>(std::min(*stepLimit_, kMost));
+    } else {
+      *results_.limit = ownLimit_;
+    }
+    *results_.steps = 0;
+  }
+
+  void Begin(Flags flags) {
+    matcher_.emplace(first_, last_, results_, regex_, flags, first_);
+    ownLimit_ = StateLimit(ByteAt(last_) - ByteAt(first_), length_);
+  }
   /// As if there had been a search already.
   void BeginAmid() {
-    Begin();
+    Begin(flags_);
     matcher_->setf(boost::regex_constants::match_init);
     results_.set_size(regex_.mark_count() + 1, first_, last_);
     results_.set_base(first_);
@@ -166,9 +203,13 @@ class BoostWalk : public EngineWalk {
   }
 
   const Regex& regex_;
+  const std::size_t length_;
   std::optional<Matcher> matcher_;
+  std::ptrdiff_t ownLimit_ = 0;             // the engine's, of each of its searches
+  std::optional<std::uint64_t> stepLimit_;  // that is left, in its stead
   const Iterator first_;
   const Iterator last_;
+  const Flags asked_;
   const Flags flags_;
   const bool isAny_ = (flags_ & boost::match_any) != 0 && !regex_.get_data().m_disable_match_any;
   Results& results_;

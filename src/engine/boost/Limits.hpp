@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <type_traits>
 
 #include "engine/boost/BoostRegex.hpp"
 
@@ -60,6 +62,82 @@ void RequireProgress(const boost::match_results<Iterator>& results, Iterator fro
     throw boost::regex_error(boost::regex_constants::error_complexity);
   }
 }
+
+/// Results that know how many states the matcher has passed in its last search, and how many it may
+/// pass. Both are private to the matcher, which lends them when it is made.
+template <class Iterator>
+struct CountedResults : boost::match_results<Iterator> {
+  std::ptrdiff_t* steps = nullptr;
+  std::ptrdiff_t* limit = nullptr;
+};
+
+/// For REGEXCLASS_COUNT_STEPS: the results of the matchers that it is for are counted ones.
+template <class Iterator>
+void Lend(boost::match_results<Iterator>& results, std::ptrdiff_t& steps, std::ptrdiff_t& limit) {
+  auto& counted = static_cast<CountedResults<Iterator>&>(results);
+  steps = 0;
+  limit = 0;
+  counted.steps = &steps;
+  counted.limit = &limit;
+}
+
+/// Whether the text at `position` repeats that of a group; `position` goes behind what does. Counts
+/// a step for each KB.
+template <class Iterator, class Traits>
+bool Repeats(const boost::sub_match<Iterator>& group, Iterator& position, Iterator last,
+             const Traits& traits, bool icase, std::ptrdiff_t& steps) {
+  constexpr std::ptrdiff_t kStep = 1024;
+  constexpr std::ptrdiff_t kBlock = 64;
+  std::ptrdiff_t length = 0;
+  for (Iterator at = group.first; at != group.second; ++length) {
+    if constexpr (std::is_pointer_v<Iterator>) {
+      while (std::min(group.second - at, last - position) >= kBlock &&
+             std::memcmp(at, position, kBlock) == 0) {
+        at += kBlock;
+        position += kBlock;
+        length += kBlock;
+      }
+      if (at == group.second) break;
+    }
+    if (position == last || traits.translate(*position, icase) != traits.translate(*at, icase)) {
+      steps += length / kStep;
+      return false;
+    }
+    ++at;
+    ++position;
+  }
+  steps += length / kStep;
+  return true;
+}
+
+/// Has the engine's matcher of a model count its steps where we know of it. It lends the count when
+/// it is made, in place of an estimate of its own, and comparing with the text of a group counts by
+/// its length, since one comparison can be as long as the text. The rest of what it does for a back
+/// reference is what the engine does.
+#define REGEXCLASS_COUNT_STEPS(Matcher, Category)                                               \
+  template <>                                                                                   \
+  void Matcher::estimate_max_state_count(Category*) {                                           \
+    RegexClass::engine::Lend(m_result, state_count, max_state_count);                           \
+  }                                                                                             \
+  template <>                                                                                   \
+  bool Matcher::match_backref() {                                                               \
+    namespace detail = boost::BOOST_REGEX_DETAIL_NS;                                            \
+    int index = static_cast<const detail::re_brace*>(pstate)->index;                            \
+    if (index >= detail::hash_value_mask) {                                                     \
+      auto range = re.get_data().equal_range(index);                                            \
+      do {                                                                                      \
+        index = range.first->index;                                                             \
+        ++range.first;                                                                          \
+      } while (range.first != range.second && !(*m_presult)[index].matched);                    \
+    }                                                                                           \
+    const auto& group = (*m_presult)[index];                                                    \
+    if ((m_match_flags & boost::match_perl) != 0 && !group.matched) return false;               \
+    if (!RegexClass::engine::Repeats(group, position, last, traits_inst, icase, state_count)) { \
+      return false;                                                                             \
+    }                                                                                           \
+    pstate = pstate->next.p;                                                                    \
+    return true;                                                                                \
+  }
 
 /// How many states the engine may pass in one search of a text of `bytes` bytes before it gives up,
 /// for an expression of `length` bytes. It has an estimate of its own, which is this one where a

@@ -47,47 +47,53 @@ class NarrowExpression final : public Expression {
               }));
   }
 
-  bool Search(std::string_view text, Flags flags, Match& match) const override {
+  bool Search(std::string_view text, const SearchSettings& settings, Match& match) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    NarrowWalk walk(*this, text, 0, flags, *borrowed);
+    NarrowWalk walk(*this, text, settings, *borrowed);
+    walk.Begin(0);
     if (!walk.Next()) return false;
     match.Begin(text.data(), Names());
     walk.Take(match);
     return true;
   }
 
-  bool MatchWhole(std::string_view text, Flags flags, Match& match) const override {
+  bool MatchWhole(std::string_view text, const SearchSettings& settings,
+                  Match& match) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    Results& results = *borrowed;
-    if (!boost::regex_match(text.data(), text.data() + text.size(), results, regex_,
-                            ToBoost(flags))) {
-      return false;
-    }
+    NarrowWalk walk(*this, text, settings, *borrowed);
+    if (!walk.MatchWhole()) return false;
     match.Begin(text.data(), Names());
-    ToMatch(results, match);
+    walk.Take(match);
     return true;
   }
 
-  unsigned int Grep(std::string_view text, Flags flags, const Report& report) const override {
+  unsigned int Grep(std::string_view text, const SearchSettings& settings,
+                    const Report& report) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    NarrowWalk walk(*this, text, text.size(), flags, *borrowed);
+    NarrowWalk walk(*this, text, settings, *borrowed);
+    walk.Begin(text.size());
     return walk.Run(text.data(), Names(), report);
   }
 
+  bool IsLinear(Flags flags) const override { return aids_.IsLinear(program_, flags); }
+
  private:
-  using Results = boost::cmatch;
+  using Results = CountedResults<const char*>;
 
   /// A walk, and the engine's part in it.
   class NarrowWalk : private BoostWalk<const char*, Traits>, public Walk {
    public:
-    NarrowWalk(const NarrowExpression& expression, std::string_view text, std::size_t ahead,
-               Flags flags, Results& results)
-        : BoostWalk<const char*, Traits>(expression.regex_, text.data(), text.data() + text.size(),
-                                         ToBoost(flags), results),
-          Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
+    NarrowWalk(const NarrowExpression& expression, std::string_view text,
+               const SearchSettings& settings, Results& results)
+        : BoostWalk<const char*, Traits>(expression.regex_, expression.regex_.size(), text.data(),
+                                         text.data() + text.size(), ToBoost(settings.flags),
+                                         results),
+          Walk(expression.aids_, expression.program_, *this, text, settings) {}
+    using Walk::Begin;
+    using Walk::MatchWhole;
     using Walk::Next;
     using Walk::Run;
     using Walk::Take;

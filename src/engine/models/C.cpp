@@ -16,11 +16,8 @@ void RegexClass::engine::NarrowCreator<RegexClass::engine::CTraits>::set_bad_rep
     re_syntax_base* fork) {
   RegexClass::engine::PassedForks(m_bad_repeats).Add(fork);
 }
-template <>
-void RegexClass::engine::NarrowMatcher<RegexClass::engine::CTraits>::estimate_max_state_count(
-    std::random_access_iterator_tag*) {
-  max_state_count = RegexClass::engine::StateLimit(last - base, re.size());
-}
+REGEXCLASS_COUNT_STEPS(RegexClass::engine::NarrowMatcher<RegexClass::engine::CTraits>,
+                       std::random_access_iterator_tag)
 
 namespace RegexClass::engine {
 namespace {

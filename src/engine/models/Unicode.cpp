@@ -51,6 +51,8 @@ RegexClass::engine::WideSub::difference_type RegexClass::engine::WideSub::length
   return matched ? second.Position() - first.Position() : 0;
 }
 
+REGEXCLASS_COUNT_STEPS(RegexClass::engine::WideMatcher, void)
+
 namespace boost::BOOST_REGEX_DETAIL_NS {
 
 template <>
@@ -60,16 +62,6 @@ bool RegexClass::engine::WideCreator::is_bad_repeat(re_syntax_base* fork) {
 template <>
 void RegexClass::engine::WideCreator::set_bad_repeat(re_syntax_base* fork) {
   RegexClass::engine::PassedForks(m_bad_repeats).Add(fork);
-}
-
-/// As under the other models: text and expression count as many as their bytes.
-template <>
-void RegexClass::engine::WideMatcher::estimate_max_state_count(void*) {
-  const auto add = [](std::size_t sum, RegexClass::engine::EngineChar c) {
-    return sum + (c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4);
-  };
-  const std::size_t length = std::accumulate(re.begin(), re.end(), std::size_t{0}, add);
-  max_state_count = RegexClass::engine::StateLimit(last.Position() - base.Position(), length);
 }
 
 /// Of iterators without random access the engine forgets how far a lazy dot at the beginning has
@@ -278,6 +270,11 @@ class WideExpression final : public Expression {
       const std::size_t position = notation.positions[std::min(index, notation.text.size() - 1)];
       throw boost::regex_error(error.what(), error.code(), static_cast<std::ptrdiff_t>(position));
     }
+    // As under the other models, what counts is bytes.
+    length_ = std::accumulate(regex_.begin(), regex_.end(), std::size_t{0},
+                              [](std::size_t sum, EngineChar c) {
+                                return sum + (c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4);
+                              });
     const auto& groups = *regex_.get_named_subs();
     SetGroups(static_cast<unsigned int>(regex_.mark_count()),
               NamesIn(translation.text, [&groups](std::string_view name) {
@@ -294,55 +291,63 @@ class WideExpression final : public Expression {
     ascii_ = compiler->Compile(source, word, error);
   }
 
-  bool Search(std::string_view text, Flags flags, Match& match) const override {
-    if (IsForAscii(text)) return ascii_->Search(text, flags, match);
-    const Borrowed<WideMatch> borrowed(spare_);
-    WideWalk walk(*this, text, 0, flags, *borrowed);
+  bool Search(std::string_view text, const SearchSettings& settings, Match& match) const override {
+    if (IsForAscii(text)) return ascii_->Search(text, settings, match);
+    const Borrowed<Results> borrowed(spare_);
+    WideWalk walk(*this, text, settings, *borrowed);
+    walk.Begin(0);
     if (!walk.Next()) return false;
     match.Begin(text.data(), Names());
     walk.Take(match);
     return true;
   }
 
-  bool MatchWhole(std::string_view text, Flags flags, Match& match) const override {
-    if (IsForAscii(text)) return ascii_->MatchWhole(text, flags, match);
-    const Utf8Text bytes = {text.data(), text.data() + text.size()};
-    const Borrowed<WideMatch> borrowed(spare_);
-    WideMatch& results = *borrowed;
-    if (!boost::regex_match(Utf8Iterator(bytes, bytes.first), Utf8Iterator(bytes, bytes.last),
-                            results, regex_, ToBoost(flags))) {
-      return false;
-    }
+  bool MatchWhole(std::string_view text, const SearchSettings& settings,
+                  Match& match) const override {
+    if (IsForAscii(text)) return ascii_->MatchWhole(text, settings, match);
+    const Borrowed<Results> borrowed(spare_);
+    WideWalk walk(*this, text, settings, *borrowed);
+    if (!walk.MatchWhole()) return false;
     match.Begin(text.data(), Names());
-    ToMatch(results, match);
+    walk.Take(match);
     return true;
   }
 
-  unsigned int Grep(std::string_view text, Flags flags, const Report& report) const override {
-    if (IsForAscii(text)) return ascii_->Grep(text, flags, report);
-    const Borrowed<WideMatch> borrowed(spare_);
-    WideWalk walk(*this, text, text.size(), flags, *borrowed);
+  unsigned int Grep(std::string_view text, const SearchSettings& settings,
+                    const Report& report) const override {
+    if (IsForAscii(text)) return ascii_->Grep(text, settings, report);
+    const Borrowed<Results> borrowed(spare_);
+    WideWalk walk(*this, text, settings, *borrowed);
+    walk.Begin(text.size());
     return walk.Run(text.data(), Names(), report);
   }
 
-  void Merge(std::string_view text, Flags flags, const MergeFormat& format,
+  void Merge(std::string_view text, const SearchSettings& settings, const MergeFormat& format,
              std::string& out) const override {
     const char* const formatEnd = format.text + std::char_traits<char>::length(format.text);
     const bool ascii = IsAscii(format.text, formatEnd) && IsForAscii(text);
-    return ascii ? ascii_->Merge(text, flags, format, out)
-                 : Expression::Merge(text, flags, format, out);
+    return ascii ? ascii_->Merge(text, settings, format, out)
+                 : Expression::Merge(text, settings, format, out);
+  }
+
+  bool IsLinear(Flags flags) const override {
+    return aids_.IsLinear(program_, flags) && (ascii_ == nullptr || ascii_->IsLinear(flags));
   }
 
  private:
+  using Results = CountedResults<Utf8Iterator>;
+
   /// A walk, and the engine's part in it.
   class WideWalk : private Utf8Text, private BoostWalk<Utf8Iterator, UnicodeTraits>, public Walk {
    public:
-    WideWalk(const WideExpression& expression, std::string_view text, std::size_t ahead,
-             engine::Flags flags, WideMatch& results)
+    WideWalk(const WideExpression& expression, std::string_view text,
+             const SearchSettings& settings, Results& results)
         : Utf8Text{text.data(), text.data() + text.size()},
-          BoostWalk(expression.regex_, Utf8Iterator(*this, Utf8Text::first),
-                    Utf8Iterator(*this, Utf8Text::last), ToBoost(flags), results),
-          Walk(expression.aids_, expression.program_, *this, text, ahead, flags) {}
+          BoostWalk(expression.regex_, expression.length_, Utf8Iterator(*this, Utf8Text::first),
+                    Utf8Iterator(*this, Utf8Text::last), ToBoost(settings.flags), results),
+          Walk(expression.aids_, expression.program_, *this, text, settings) {}
+    using Walk::Begin;
+    using Walk::MatchWhole;
     using Walk::Next;
     using Walk::Run;
     using Walk::Take;
@@ -361,10 +366,11 @@ class WideExpression final : public Expression {
   }
 
   boost::basic_regex<EngineChar, UnicodeTraits> regex_;
+  std::size_t length_ = 0;                   // of the expression, in bytes
   std::shared_ptr<const Expression> ascii_;  // the same for a text that is all ASCII
   const BoostProgram<UnicodeTraits> program_{regex_};
   mutable SearchAids aids_;
-  mutable Borrowed<WideMatch>::Spare spare_;
+  mutable Borrowed<Results>::Spare spare_;
 };
 
 class WideCompiler final : public Compiler {

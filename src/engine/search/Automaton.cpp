@@ -92,6 +92,16 @@ LazyDfa* Automaton::Backward() {
   return back_ ? &*back_ : nullptr;
 }
 
+/// The automaton that tells whether a text matches from its beginning to its end.
+LazyDfa& Automaton::Whole() {
+  if (longest_) return findHere_;
+  if (!whole_) {
+    whole_.emplace(program_,
+                   LazyDfa::Rules{true, true, false, (flags_ & kNotNull) != 0, flags_, memory_});
+  }
+  return *whole_;
+}
+
 /// The first place at or after `from` where a match can begin; the end of the text for none.
 const char* AutomatonSearch::NextStart(const char* from) const {
   if (automaton_.canBeEmpty_ || from == last_) return from;
@@ -152,6 +162,14 @@ AutomatonSearch::Outcome AutomatonSearch::FindHere(const char* at, bool more, Fo
   found.first = at;
   found.last = end;
   return Outcome::kFound;
+}
+
+AutomatonSearch::Outcome AutomatonSearch::MatchWhole() {
+  LazyDfa& dfa = automaton_.Whole();
+  const char* stop = first_;
+  const char* const end = dfa.Run(first_, last_, last_, kEdge, around_, stop, insistent_);
+  if (dfa.GaveUp()) return Outcome::kGaveUp;
+  return end == last_ ? Outcome::kFound : Outcome::kNone;
 }
 
 bool AutomatonSearch::Groups(const Found& found, Part* parts, std::size_t& closed) {

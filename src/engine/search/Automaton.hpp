@@ -44,12 +44,16 @@ class Automaton {
   /// take the text of a match.
   bool KnowsGroups() const { return !longest_ || onePass_.IsOne(); }
 
+  /// Whether it can also go back, without which it has to try each place.
+  bool CanScan() { return Backward() != nullptr; }
+
  private:
   friend class AutomatonSearch;
 
   Automaton(ByteProgram program, const ExactProgram& source, const SearchTuning& tuning);
 
   LazyDfa* Backward();
+  LazyDfa& Whole();
 
   const Tree tree_;
   const Contexts contexts_;
@@ -67,7 +71,8 @@ class Automaton {
   LazyDfa findMoreHere_;  // what isn't empty
   std::optional<LazyDfa> back_;
   bool triedBack_ = false;
-  const OnePass onePass_;  // of an expression with groups
+  std::optional<LazyDfa> whole_;  // the longest match where it begins
+  const OnePass onePass_;         // of an expression with groups
   GroupSearch groups_;
 };
 
@@ -90,6 +95,8 @@ class AutomatonSearch {
   Outcome Find(const char* from, Found& found);
   /// The match at `at`; with `more` one that isn't empty.
   Outcome FindHere(const char* at, bool more, Found& found);
+  /// Whether the whole text matches.
+  Outcome MatchWhole();
 
   /// Whether so much was read in vain that trying the place `at` may take more than a time that
   /// grows with the text.

@@ -31,6 +31,9 @@ class Lazy {
     return aid_.get();
   }
 
+  /// Whether it is known that there never is one.
+  bool IsNone() const { return made_ && aid_ == nullptr; }
+
   /// Counts text that was searched.
   void Searched(std::size_t bytes) { searched_ += bytes; }
   /// Takes notice that it has helped with a text, or given up on it. Then the next texts go without

@@ -11,6 +11,25 @@ namespace {
 /// Flags under which nothing but the engine knows what to find.
 constexpr Flags kForEngine = kAny | kContinuous | kPartial;
 
+/// Whether the bytes of any text tell how `tree` goes on.
+bool IsKnown(const Tree& tree, const Contexts& contexts) {
+  const auto isKnown = [&](Context context) { return IsKnown(tree.assertion, context, context); };
+  if (tree.kind == Tree::Kind::kUnknown) return false;
+  if (tree.kind == Tree::Kind::kAssertion) {
+    return std::all_of(contexts.begin(), contexts.end(), isKnown);
+  }
+  return std::all_of(tree.parts.begin(), tree.parts.end(),
+                     [&](const Tree& part) { return IsKnown(part, contexts); });
+}
+
+/// How many steps the engine takes before an automaton is thought of.
+std::uint64_t FirstSteps(std::size_t bytes) {
+  // As many as pay for the automaton of an expression. Each may take 100 bytes of memory, too.
+  constexpr std::uint64_t kLeast = 10000;
+  constexpr std::uint64_t kForByte = 5;
+  return kLeast + kForByte * bytes;
+}
+
 /// Null where the engine's own map is as good.
 std::unique_ptr<FirstBytes> MakeFirstBytes(const Program& program) {
   constexpr int kWorthwhile = 16;  // bytes that can be left out
@@ -41,32 +60,64 @@ Lazy<SearchAids::Regular>* SearchAids::For(Flags flags) {
   return &regular_.back()->regular;
 }
 
+std::unique_ptr<SearchAids::Regular> SearchAids::Make(const Program& program, Flags flags) const {
+  const std::optional<ExactProgram> exact = program.Exactly(flags);
+  if (!exact) return nullptr;
+  auto made = std::make_unique<Regular>();
+  made->sequence = ByteSequence::Make(*exact);
+  if (made->sequence == nullptr) made->automaton = Automaton::Make(*exact, tuning_);
+  made->isLinear = made->sequence != nullptr ||
+                   (made->automaton != nullptr && IsKnown(exact->tree, exact->contexts) &&
+                    (exact->groups == 0 || made->automaton->KnowsGroups()));
+  return made;
+}
+
+bool SearchAids::IsLinear(const Program& program, Flags flags) {
+  if ((flags & kForEngine) != 0) return false;
+  const auto make = [&] { return Make(program, flags); };
+  const auto isLinear = [](const Regular* regular) {
+    return regular != nullptr && regular->isLinear &&
+           (regular->automaton == nullptr || regular->automaton->CanScan());
+  };
+  Lazy<Regular>* const known = For(flags);
+  return isLinear(known != nullptr ? known->Now(make) : make().get());
+}
+
 Walk::Walk(SearchAids& aids, const Program& program, EngineWalk& engine, std::string_view text,
-           std::size_t ahead, Flags flags)
+           const SearchSettings& settings)
     : aids_(aids),
       program_(program),
       engine_(engine),
       first_(text.data()),
       last_(text.data() + text.size()),
-      flags_(flags),
+      flags_(settings.flags),
+      stepLimit_(settings.stepLimit),
       from_(first_),
       before_(first_) {
-  if ((flags & kForEngine) != 0) return;
-  regular_ = aids.For(flags);
-  if (regular_ != nullptr) UseRegular(regular_->For(ahead, [this] { return MakeRegular(); }));
-  if (text.size() < aids.tuning_.leastText) return;
+  if ((flags_ & kForEngine) != 0) return;
+  regular_ = aids.For(flags_);
+  isWary_ = regular_ != nullptr && !regular_->IsNone() &&
+            (stepLimit_ == 0 || stepLimit_ > FirstSteps(text.size()));
+}
+
+void Walk::Begin(std::size_t ahead) {
+  if ((flags_ & kForEngine) != 0) return;
+  if (regular_ != nullptr) {
+    UseRegular(regular_->For(ahead, [this] { return aids_.Make(program_, flags_); }));
+  }
+  if (Length() < aids_.tuning_.leastText) return;
   const auto makeFinder = [&]() -> std::unique_ptr<CandidateFinder> {
     if (sequence_ != nullptr && sequence_->IsFastestIn(first_, last_)) return nullptr;
-    const std::optional<Tree> tree = program.Language();
-    return tree ? CandidateFinder::Make(*tree, aids.tuning_) : nullptr;
+    const std::optional<Tree> tree = program_.Language();
+    return tree ? CandidateFinder::Make(*tree, aids_.tuning_) : nullptr;
   };
-  if (CandidateFinder* const finder = aids.finder_.For(ahead, makeFinder)) {
+  if (CandidateFinder* const finder = aids_.finder_.For(ahead, makeFinder)) {
     candidates_.emplace(*finder, first_, last_, ahead);
   }
   if (sequence_ != nullptr || automaton_) return;
-  const auto makeStarts = [&] { return MakeFirstBytes(program); };
-  if (FirstBytes* const bytes = aids.starts_.For(ahead, makeStarts)) {
-    starts_.emplace(*bytes, first_, last_, aids.tuning_.patience);
+  const auto makeStarts = [&] { return MakeFirstBytes(program_); };
+  if (FirstBytes* const bytes = aids_.starts_.For(ahead, makeStarts)) {
+    starts_.emplace(*bytes, first_, last_, aids_.tuning_.patience);
   }
 }
 
@@ -89,15 +140,6 @@ void Walk::Settle(Lazy<Aid>& aid, bool used, bool gaveUp) {
   if (used) gaveUp ? aid.GaveUp() : aid.Helped();
 }
 
-std::unique_ptr<SearchAids::Regular> Walk::MakeRegular() const {
-  const std::optional<ExactProgram> exact = program_.Exactly(flags_);
-  if (!exact) return nullptr;
-  auto made = std::make_unique<SearchAids::Regular>();
-  made->sequence = ByteSequence::Make(*exact);
-  if (made->sequence == nullptr) made->automaton = Automaton::Make(*exact, aids_.tuning_);
-  return made;
-}
-
 void Walk::UseRegular(SearchAids::Regular* regular) {
   if (regular == nullptr) return;
   sequence_ = regular->sequence.get();
@@ -108,12 +150,20 @@ void Walk::UseRegular(SearchAids::Regular* regular) {
 
 bool Walk::Next() {
   before_ = from_;
+  LimitEngine();
   bool found = false;
   try {
     found = Find();
   } catch (const std::runtime_error&) {
     // The engine gives up. What needs no engine has an answer, however long it takes.
-    if (!Insist() || !FindByAutomaton(found)) throw;
+    if (!Insist()) throw;
+    if (sequence_ != nullptr) {
+      found = Find();
+    } else if (!FindByAutomaton(found)) {
+      if (!TrustEngine()) throw;
+      byEngine_ = true;
+      found = engine_.Next(found_);
+    }
   }
   const char* const to = found ? found_.first : last_;
   passed_ += static_cast<std::size_t>(to - from_);
@@ -139,11 +189,76 @@ unsigned int Walk::Run(const char* text, const std::shared_ptr<const GroupNames>
   return count;
 }
 
+bool Walk::MatchWhole() {
+  using Outcome = AutomatonSearch::Outcome;
+  LimitEngine();
+  isWhole_ = byEngine_ = true;
+  try {
+    return AskEngine([this] { return engine_.MatchWhole(); });
+  } catch (const std::runtime_error&) {
+    if (!Insist()) throw;
+    found_ = {first_, last_, false};
+    if (sequence_ != nullptr) {
+      byEngine_ = isWhole_ = false;
+      return sequence_->Width() == Length() &&
+             sequence_->MatchesAt(first_, {first_, last_, flags_});
+    }
+    const Outcome outcome = automaton_->MatchWhole();
+    if (outcome == Outcome::kGaveUp) {
+      if (!TrustEngine()) throw;
+      return engine_.MatchWhole();
+    }
+    byEngine_ = false;
+    return outcome == Outcome::kFound;
+  }
+}
+
+/// For one search.
+void Walk::LimitEngine() {
+  if (isWary_) {
+    engine_.SetStepLimit(FirstSteps(Length()));
+  } else if (stepLimit_ != 0) {
+    engine_.SetStepLimit(stepLimit_);
+  } else {
+    engine_.SetStepLimit(std::nullopt);
+  }
+}
+
+/// Lets the engine take all the steps that it may. False when it could before.
+bool Walk::TrustEngine() {
+  if (!std::exchange(isWary_, false)) return false;
+  LimitEngine();
+  return true;
+}
+
+/// What a search of the engine finds. Where it takes long, and no automaton can do better, it is
+/// tried again with all the steps that it may take.
+template <class Search>
+bool Walk::AskEngine(Search search) {
+  if (!isWary_) return search();
+  try {
+    return search();
+  } catch (const std::runtime_error&) {
+    if (LastResort() != nullptr || !TrustEngine()) throw;
+    return search();
+  }
+}
+
+/// What needs no engine, for when that has given up; null for none, or when it was asked.
+SearchAids::Regular* Walk::LastResort() {
+  if (regular_ == nullptr || (automaton_ && !automatonGaveUp_)) return nullptr;
+  const auto make = [this] { return aids_.Make(program_, flags_); };
+  SearchAids::Regular* const regular = regular_->Now(make);
+  const bool isAny =
+      regular != nullptr && (regular->sequence != nullptr || regular->automaton != nullptr);
+  return isAny ? regular : nullptr;
+}
+
 bool Walk::Insist() {
-  if (regular_ == nullptr || (automaton_ && !automatonGaveUp_)) return false;
-  SearchAids::Regular* const regular = regular_->Now([this] { return MakeRegular(); });
-  if (regular == nullptr || regular->automaton == nullptr) return false;
-  automaton_.emplace(*regular->automaton, first_, last_, engine_, true);
+  SearchAids::Regular* const regular = LastResort();
+  if (regular == nullptr) return false;
+  sequence_ = regular->sequence.get();
+  if (sequence_ == nullptr) automaton_.emplace(*regular->automaton, first_, last_, engine_, true);
   automatonGaveUp_ = false;
   candidates_.reset();
   return true;
@@ -162,7 +277,7 @@ bool Walk::Find() {
   if (automaton_ && !automatonGaveUp_ && FindByAutomaton(found)) return found;
   if (starts_ && FindIn(*starts_, found)) return found;
   byEngine_ = true;
-  return engine_.Next(found_);
+  return AskEngine([this] { return engine_.Next(found_); });
 }
 
 /// False when it gives up.
@@ -200,6 +315,7 @@ template <class Places>
 bool Walk::FindIn(Places& places, bool& found) {
   const char* place = places.Next(from_);
   for (; place != nullptr; place = places.Next(place + 1)) {
+    if (automaton_ && !automatonGaveUp_ && automaton_->IsWasteful(place)) return false;
     found = FindAt(place);
     if (found) return true;
   }
@@ -223,7 +339,7 @@ bool Walk::FindAt(const char* place) {
     automatonGaveUp_ = true;
   }
   byEngine_ = true;
-  return engine_.FindAt(place, from_, found_);
+  return AskEngine([&] { return engine_.FindAt(place, from_, found_); });
 }
 
 void Walk::Take(Match& match) {
@@ -242,7 +358,9 @@ void Walk::Take(Match& match) {
     if (closed != 0) match.SetLastClosed(closed);
     return;
   }
-  if (engine_.FindSame(found_, before_)) engine_.Take(match);
+  TrustEngine();
+  if (sequence_ != nullptr) engine_.SetStepLimit(std::nullopt);  // each place has few ways
+  if (isWhole_ ? engine_.MatchWhole() : engine_.FindSame(found_, before_)) engine_.Take(match);
 }
 
 }  // namespace RegexClass::engine

@@ -4,6 +4,7 @@
 #define REGEXCLASS_ENGINE_SEARCH_WALK_HPP
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -40,6 +41,11 @@ class Program {
 class EngineWalk : public Surroundings {
  public:
   virtual ~EngineWalk() = default;
+  /// Gives the searches from now on this many steps in all; without a number, each one as many as
+  /// the engine has by itself.
+  virtual void SetStepLimit(std::optional<std::uint64_t> steps) = 0;
+  /// Whether the whole text matches, for Take().
+  virtual bool MatchWhole() = 0;
   /// The next match after `found`, if it isn't null; `found` becomes that.
   virtual bool Next(Found& found) = 0;
   /// Whether a match that isn't empty begins at `place`; `found` becomes that. `from` is where the
@@ -58,6 +64,10 @@ class SearchAids {
  public:
   SearchAids() = default;
 
+  /// Whether a search under `flags` takes a time that grows with the text alone, whatever the text.
+  /// The aids are those of `program`.
+  bool IsLinear(const Program& program, Flags flags);
+
  private:
   friend class Walk;
 
@@ -65,6 +75,7 @@ class SearchAids {
   struct Regular {
     std::unique_ptr<ByteSequence> sequence;
     std::unique_ptr<Automaton> automaton;
+    bool isLinear = false;
   };
   struct UnderFlags {
     Flags flags;
@@ -72,6 +83,7 @@ class SearchAids {
   };
 
   Lazy<Regular>* For(Flags flags);
+  std::unique_ptr<Regular> Make(const Program& program, Flags flags) const;
 
   const SearchTuning tuning_ = SearchTuning::Current();
   std::vector<std::unique_ptr<UnderFlags>> regular_;
@@ -88,16 +100,19 @@ class SearchAids {
 /// and back mean what they mean.
 class Walk {
  public:
-  /// `ahead` is how many bytes of the text will be searched for certain. All that is passed must
-  /// last, and the aids be those of the program.
+  /// All that is passed must last, and the aids be those of the program.
   Walk(SearchAids& aids, const Program& program, EngineWalk& engine, std::string_view text,
-       std::size_t ahead, Flags flags);
+       const SearchSettings& settings);
   Walk(const Walk&) = delete;
   Walk& operator=(const Walk&) = delete;
   ~Walk();
 
+  /// Looks for help. `ahead` is how many bytes of the text will be searched for certain.
+  void Begin(std::size_t ahead);
   /// Finds the next match.
   bool Next();
+  /// Whether the whole text matches, in place of all of these.
+  bool MatchWhole();
   const char* First() const { return found_.first; }
   const char* Last() const { return found_.last; }
   /// Reports each match; returns how many there are.
@@ -107,8 +122,13 @@ class Walk {
   void Take(Match& match);
 
  private:
-  std::unique_ptr<SearchAids::Regular> MakeRegular() const;
   void UseRegular(SearchAids::Regular* regular);
+  std::size_t Length() const { return static_cast<std::size_t>(last_ - first_); }
+  void LimitEngine();
+  bool TrustEngine();
+  template <class Search>
+  bool AskEngine(Search search);
+  SearchAids::Regular* LastResort();
   bool Insist();
   bool Find();
   bool FindByAutomaton(bool& found);
@@ -124,8 +144,11 @@ class Walk {
   const char* const first_;
   const char* const last_;
   const Flags flags_;
+  const std::uint64_t stepLimit_;
   Found found_;
   bool byEngine_ = false;   // found_ is the engine's
+  bool isWhole_ = false;    // likewise that of MatchWhole()
+  bool isWary_ = false;     // the engine gets few steps, since an automaton may do better
   const char* from_;        // the end of the match before
   const char* before_;      // that of the match before it
   std::size_t passed_ = 0;  // the bytes that lay before matches
