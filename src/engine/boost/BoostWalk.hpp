@@ -184,15 +184,13 @@ class BoostWalk : public EngineWalk {
       *stepLimit_ -= std::min(*stepLimit_, static_cast<std::uint64_t>(*results_.steps));
       *results_.limit = static_cast<std::ptrdiff_t>(std::min(*stepLimit_, kMost));
     } else {
+      if (ownLimit_ == 0) ownLimit_ = StateLimit(ByteAt(last_) - ByteAt(first_), length_);
       *results_.limit = ownLimit_;
     }
     *results_.steps = 0;
   }
 
-  void Begin(Flags flags) {
-    matcher_.emplace(first_, last_, results_, regex_, flags, first_);
-    ownLimit_ = StateLimit(ByteAt(last_) - ByteAt(first_), length_);
-  }
+  void Begin(Flags flags) { matcher_.emplace(first_, last_, results_, regex_, flags, first_); }
   /// As if there had been a search already.
   void BeginAmid() {
     Begin(flags_);
@@ -205,7 +203,7 @@ class BoostWalk : public EngineWalk {
   const Regex& regex_;
   const std::size_t length_;
   std::optional<Matcher> matcher_;
-  std::ptrdiff_t ownLimit_ = 0;             // the engine's, of each of its searches
+  std::ptrdiff_t ownLimit_ = 0;  // of each of the engine's searches; 0: not asked for yet
   std::optional<std::uint64_t> stepLimit_;  // that is left, in its stead
   const Iterator first_;
   const Iterator last_;

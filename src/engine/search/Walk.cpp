@@ -122,7 +122,7 @@ void Walk::Begin(std::size_t ahead) {
 }
 
 Walk::~Walk() {
-  if ((flags_ & kForEngine) != 0) return;
+  if ((flags_ & kForEngine) != 0 || isWhole_) return;
   if (regular_ != nullptr) {
     constexpr std::size_t kOfCall = 64;  // the bytes that are searched in the time of a call
     regular_->Searched(kOfCall);
