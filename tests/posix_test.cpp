@@ -245,9 +245,10 @@ std::string CallsForTheDevice(Run run) {
       call = std::string(name) +
              letters.emplace(w[0], static_cast<char>('a' + letters.size())).first->second + ' ';
     }
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): words of a system call are pointers, too
-    if (name.substr(0, 8) == "renameat")
+    if (name.substr(0, 8) == "renameat") {
+      // NOLINTNEXTLINE(performance-no-int-to-ptr): words of a system call are pointers, too
       call = reinterpret_cast<const char*>(w[3]) + std::string(" ");
+    }
     if (name == "syncfs" || name == "fallocate") call = std::string(name) + ' ';
     if (calls.size() < call.size() || calls.substr(calls.size() - call.size()) != call)
       calls += call;

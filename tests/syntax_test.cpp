@@ -177,7 +177,7 @@ TEST(Syntax, TellsWhereAnExpressionIsBroken) {
     const Text row = dialect.Print(random.Text("ab\xDB.AG(((()))||**++{", 6));
     if (!row) continue;
     std::string good = "a" + *row;
-    if ((word & kNormal) == kNormal && random.Flip()) good = *begin + "?P<n>" + *end + good;
+    if ((word & kNormal) == kNormal && random.Flip()) good.insert(0, *begin + "?P<n>" + *end);
     const auto compiler = CppModel().MakeCompiler();
     Error error;
     if (compiler->Compile(good, word, error) == nullptr) continue;

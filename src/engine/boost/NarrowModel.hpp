@@ -50,7 +50,8 @@ class NarrowExpression final : public Expression {
   bool Search(std::string_view text, const SearchSettings& settings, Match& match) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    NarrowWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     walk.Begin(0);
     if (!walk.Next()) return false;
     match.Begin(text.data(), Names());
@@ -62,7 +63,8 @@ class NarrowExpression final : public Expression {
                   Match& match) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    NarrowWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     if (!walk.MatchWhole()) return false;
     match.Begin(text.data(), Names());
     walk.Take(match);
@@ -73,7 +75,8 @@ class NarrowExpression final : public Expression {
                     const Report& report) const override {
     RequireAddressable(text);
     const Borrowed<Results> borrowed(spare_);
-    NarrowWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     walk.Begin(text.size());
     return walk.Run(text.data(), Names(), report);
   }
@@ -84,19 +87,15 @@ class NarrowExpression final : public Expression {
   using Results = CountedResults<const char*>;
 
   /// A walk, and the engine's part in it.
-  class NarrowWalk : private BoostWalk<const char*, Traits>, public Walk {
-   public:
-    NarrowWalk(const NarrowExpression& expression, std::string_view text,
-               const SearchSettings& settings, Results& results)
-        : BoostWalk<const char*, Traits>(expression.regex_, expression.regex_.size(), text.data(),
-                                         text.data() + text.size(), ToBoost(settings.flags),
-                                         results),
-          Walk(expression.aids_, expression.program_, *this, text, settings) {}
-    using Walk::Begin;
-    using Walk::MatchWhole;
-    using Walk::Next;
-    using Walk::Run;
-    using Walk::Take;
+  struct Parts {
+    Parts(const NarrowExpression& expression, std::string_view text, const SearchSettings& settings,
+          Results& results)
+        : engine(expression.regex_, expression.regex_.size(), text.data(),
+                 text.data() + text.size(), ToBoost(settings.flags), results),
+          walk(expression.aids_, expression.program_, engine, text, settings) {}
+
+    BoostWalk<const char*, Traits> engine;
+    Walk walk;
   };
 
   void AppendFormat(const Match& match, const MergeFormat& format,

@@ -294,7 +294,8 @@ class WideExpression final : public Expression {
   bool Search(std::string_view text, const SearchSettings& settings, Match& match) const override {
     if (IsForAscii(text)) return ascii_->Search(text, settings, match);
     const Borrowed<Results> borrowed(spare_);
-    WideWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     walk.Begin(0);
     if (!walk.Next()) return false;
     match.Begin(text.data(), Names());
@@ -306,7 +307,8 @@ class WideExpression final : public Expression {
                   Match& match) const override {
     if (IsForAscii(text)) return ascii_->MatchWhole(text, settings, match);
     const Borrowed<Results> borrowed(spare_);
-    WideWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     if (!walk.MatchWhole()) return false;
     match.Begin(text.data(), Names());
     walk.Take(match);
@@ -317,7 +319,8 @@ class WideExpression final : public Expression {
                     const Report& report) const override {
     if (IsForAscii(text)) return ascii_->Grep(text, settings, report);
     const Borrowed<Results> borrowed(spare_);
-    WideWalk walk(*this, text, settings, *borrowed);
+    Parts parts(*this, text, settings, *borrowed);
+    Walk& walk = parts.walk;
     walk.Begin(text.size());
     return walk.Run(text.data(), Names(), report);
   }
@@ -338,19 +341,17 @@ class WideExpression final : public Expression {
   using Results = CountedResults<Utf8Iterator>;
 
   /// A walk, and the engine's part in it.
-  class WideWalk : private Utf8Text, private BoostWalk<Utf8Iterator, UnicodeTraits>, public Walk {
-   public:
-    WideWalk(const WideExpression& expression, std::string_view text,
-             const SearchSettings& settings, Results& results)
-        : Utf8Text{text.data(), text.data() + text.size()},
-          BoostWalk(expression.regex_, expression.length_, Utf8Iterator(*this, Utf8Text::first),
-                    Utf8Iterator(*this, Utf8Text::last), ToBoost(settings.flags), results),
-          Walk(expression.aids_, expression.program_, *this, text, settings) {}
-    using Walk::Begin;
-    using Walk::MatchWhole;
-    using Walk::Next;
-    using Walk::Run;
-    using Walk::Take;
+  struct Parts {
+    Parts(const WideExpression& expression, std::string_view text, const SearchSettings& settings,
+          Results& results)
+        : characters{text.data(), text.data() + text.size()},
+          engine(expression.regex_, expression.length_, Utf8Iterator(characters, characters.first),
+                 Utf8Iterator(characters, characters.last), ToBoost(settings.flags), results),
+          walk(expression.aids_, expression.program_, engine, text, settings) {}
+
+    const Utf8Text characters;
+    BoostWalk<Utf8Iterator, UnicodeTraits> engine;
+    Walk walk;
   };
 
   void AppendFormat(const Match& match, const MergeFormat& format,

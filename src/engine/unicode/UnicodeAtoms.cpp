@@ -168,6 +168,7 @@ class ExactSet {
     }
     if (illFormed_) parts.emplace_back(illFormed, Tree::Unknown());
     std::vector<Tree> alternatives;
+    alternatives.reserve(parts.size() + 1);
     for (auto& [bytes, rest] : parts) {
       alternatives.push_back(Tree::Sequence({Tree::Of(bytes), std::move(rest)}));
     }
