@@ -41,8 +41,9 @@ function plain(text) {
 # accent begins.
 function code(text) {
   gsub(/\\\|/, "|", text)  # as it stands in tables
-  gsub(/[\\@$#%"|*_`[\]!()]/, "\\\\&", text)
+  gsub(/[\\@$#%"|*`[\]!()]/, "\\\\&", text)
   gsub(/&/, "\\&amp;", text)
+  gsub(/_/, "\\&#95;", text)
   gsub(/</, "\\&lt;", text)
   gsub(/>/, "\\&gt;", text)
   gsub(/::/, "\\\\::", text)

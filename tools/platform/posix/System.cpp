@@ -35,7 +35,8 @@ std::vector<std::string> EnvironmentWith(const std::map<std::string, std::string
     const std::string name(entry.substr(0, entry.find('=')));
     if (variables.count(name) == 0) environment.emplace_back(entry);
   }
-  for (const auto& [name, value] : variables) environment.push_back(name + '=' + value);
+  for (const auto& [name, value] : variables)
+    environment.emplace_back(name).append("=").append(value);
   return environment;
 }
 
