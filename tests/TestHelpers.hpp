@@ -45,6 +45,13 @@ inline RE Make(const std::string& expression, const std::string& text) {
   return re;
 }
 
+/// Whether the library has a locale model: UnicodeLocale takes ICU.
+inline bool IsBuilt(RE::LocaleModels model) {
+  RE re = Make("a", "");
+  re.SetLocaleModel(model);
+  return re.ParseExpression() == RE::NoError;
+}
+
 /// What an event on a string tells, and what Format makes of it.
 struct Report {
   std::vector<REMatch> matches;

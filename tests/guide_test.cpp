@@ -154,12 +154,6 @@ TEST(Guide, MatchOptions) {
   }
 }
 
-bool IsBuilt(RE::LocaleModels model) {
-  RE re = Make("a", "");
-  re.SetLocaleModel(model);
-  return re.ParseExpression() == RE::NoError;
-}
-
 TEST(Guide, Unicode) {
   if (!IsBuilt(RE::UnicodeLocale)) GTEST_SKIP() << "no ICU";
   for (const Texts& row : Table("unicode")) {

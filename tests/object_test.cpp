@@ -251,6 +251,7 @@ TEST(Object, TakesManyWaysRoundARepeat) {
   for (int model = RE::CppLocale; model <= RE::UnicodeLocale; ++model) {
     RE re = Make("(?:(?:" + words + "c)y?)*", "yc");
     re.SetLocaleModel(static_cast<RE::LocaleModels>(model));
+    if (!IsBuilt(re.GetLocaleModel())) continue;
     EXPECT_EQ(re.ParseExpression(), RE::NoError);
     re.SetExpression("(?:" + empty + "y?)*c");
     EXPECT_TRUE(re.MatchAll());
