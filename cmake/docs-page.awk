@@ -41,9 +41,9 @@ function plain(text) {
 # accent begins.
 function code(text) {
   gsub(/\\\|/, "|", text)  # as it stands in tables
-  gsub(/[\\@$#%"|*`[\]!()]/, "\\\\&", text)
+  gsub(/[\\@$#%|*_`[\]!()]/, "\\\\&", text)
   gsub(/&/, "\\&amp;", text)
-  gsub(/_/, "\\&#95;", text)
+  gsub(/"/, "\\&quot;", text)  # Doxygen leaves what is between two as it is
   gsub(/</, "\\&lt;", text)
   gsub(/>/, "\\&gt;", text)
   gsub(/::/, "\\\\::", text)
